@@ -1,0 +1,36 @@
+// lumbasic: the command-line host of the interpreter.
+#include "LumRunCommand.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace
+{
+struct Command
+{
+    const char* m_pszName;
+    int (*m_pfnRun)(const std::vector<std::string>&);
+};
+
+const Command s_aCommands[] = {
+    {"run", LumRunCommand},
+};
+
+int Usage()
+{
+    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] IMAGE\n");
+    return 2;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return Usage();
+    for (const Command& command : s_aCommands)
+        if (strcmp(argv[1], command.m_pszName) == 0)
+            return command.m_pfnRun(std::vector<std::string>(argv + 2, argv + argc));
+    return Usage();
+}

@@ -1,0 +1,199 @@
+#include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicDebugger.h>
+
+#include "core/LumDepthGuard.h"
+#include "core/LumFrame.h"
+
+LUM_IMPLEMENT_RUNTIME(CLumBasic, CLumObject, nullptr)
+
+namespace
+{
+const char* const FILE_LABEL = "LUMBASIC";
+} // namespace
+
+CLumBasic::CLumBasic(CLumVariables* pVariables, CLumFunctions* pFunctions)
+{
+    LumFrame(FILE_LABEL, "CLumBasic::CLumBasic()", [&] { CLumBasic::Init(pVariables, pFunctions); });
+}
+
+CLumBasic::~CLumBasic()
+{
+    try
+    {
+        CLumBasic::UnInit();
+    }
+    catch (...)
+    {
+        // A destructor must not throw; UnInit frees memory only.
+    }
+}
+
+void CLumBasic::Init(CLumVariables* pVariables, CLumFunctions* pFunctions)
+{
+    LumFrame(FILE_LABEL, "CLumBasic::Init()", [&] {
+        if (m_fInitialized)
+            return;
+        m_pQuelle = nullptr;
+        m_nLine = 0;
+        m_pDebugger = nullptr;
+        m_fOwnDebugger = 0;
+        m_fMainModule = 1;
+        m_fInFunction = 0;
+        m_fDebugMode = CLumBasicDebugger::m_fDebug;
+        m_fOwnVariables = pVariables == nullptr;
+        m_pVariables = pVariables ? pVariables : new CLumVariables();
+        m_fOwnFunctions = pFunctions == nullptr;
+        m_pFunctions = pFunctions ? pFunctions : new CLumFunctions();
+        m_fInitialized = 1;
+    });
+}
+
+void CLumBasic::UnInit()
+{
+    LumFrame(FILE_LABEL, "CLumBasic::UnInit()", [&] {
+        if (!m_fInitialized)
+            return;
+        if (m_pVariables != nullptr && m_fOwnVariables)
+        {
+            delete m_pVariables;
+            m_pVariables = nullptr;
+        }
+        if (m_pFunctions != nullptr && m_fOwnFunctions)
+        {
+            delete m_pFunctions;
+            m_pFunctions = nullptr;
+        }
+        if (m_pDebugger != nullptr && m_fOwnDebugger)
+        {
+            delete m_pDebugger;
+            m_pDebugger = nullptr;
+        }
+        for (CLumBasicFile* pFile : m_cImportFiles)
+            delete pFile;
+        m_cImportFiles.clear();
+        m_fInitialized = 0;
+    });
+}
+
+void CLumBasic::Do(const char* pszPath)
+{
+    RunMain(pszPath, nullptr, 0);
+}
+
+void CLumBasic::DoMemory(const unsigned char* pData, size_t nLength)
+{
+    RunMain(nullptr, pData, nLength);
+}
+
+void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t nLength)
+{
+    auto addLine = [this](CLumsException& e) {
+        if (m_nLine > 0)
+            e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
+    };
+    LumFrameEx(FILE_LABEL, "CLumBasic::Do()", addLine, lumframe::Unexpected(), addLine, [&] {
+        // The image lives for this run only; afterwards m_pQuelle names nothing.
+        struct ClearQuelle
+        {
+            CLumBasic* m_p;
+            ~ClearQuelle() { m_p->m_pQuelle = nullptr; }
+        } clear{this};
+        std::unique_ptr<CLumBasicFile> pFile(pszPath != nullptr || pData == nullptr
+                                                 ? new CLumBasicFile(pszPath)
+                                                 : new CLumBasicFile(pData, nLength));
+        m_pQuelle = pFile.get();
+        PreRunLoopEM();
+        RunLoop();
+        PostRunLoopEM();
+    });
+}
+
+void CLumBasic::RunLoop()
+{
+    LumFrame(FILE_LABEL, "CLumBasic::RunLoop()", [&] {
+        CLumDepthGuard guard(CLumDepthGuard::RUN, MAX_NESTING);
+        CLumBasicFile* pFile = m_pQuelle;
+        unsigned short wToken = pFile->GetToken();
+        if (wToken == LBT_SOURCENAME)
+        {
+            unsigned nLength = 0;
+            const char* pszName = pFile->GetCountedText(&nLength);
+            m_strSource.assign(pszName);
+            if (m_pDebugger != nullptr && !m_fMainModule)
+                m_pDebugger->SetSource(m_strSource.c_str(), nullptr);
+            wToken = pFile->GetToken();
+        }
+        bool fStartedDebugger = false;
+        if (wToken == LBT_DEBUGINFO && m_fMainModule && !m_fInFunction)
+        {
+            StartDebug(m_strSource.c_str(), nullptr);
+            fStartedDebugger = true;
+        }
+        int nResult = 0;
+        while (wToken != 0 && nResult == 0)
+        {
+            nResult = DispatchToken(wToken);
+            // The handler may have moved the run to another stream position; read
+            // through m_pQuelle, which a handler may even have replaced.
+            pFile = m_pQuelle;
+            if (pFile->PeekToken() == LBT_SEPARATOR)
+                pFile->GetToken();
+            if (nResult == 0)
+                wToken = pFile->GetToken();
+        }
+        if (m_pDebugger != nullptr && !m_fMainModule && !m_fInFunction)
+            m_pDebugger->RecallSource();
+        if (fStartedDebugger && m_fMainModule && !m_fInFunction)
+            EndDebug();
+    });
+}
+
+int CLumBasic::DispatchToken(unsigned short wToken)
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::DispatchToken()", [&]() -> int {
+        if (DispatchTokenEM(wToken) == 0)
+            return 0;
+        switch (wToken)
+        {
+#define LUM_STATEMENT_CASE(token, handler)                                                                   \
+    case LBT_##token:                                                                                        \
+        return handler();
+            LUM_STATEMENT_HANDLERS(LUM_STATEMENT_CASE)
+#undef LUM_STATEMENT_CASE
+        default:
+            LumRaise(LUM_MSG_UNKNOWN_TOKEN, static_cast<unsigned>(wToken));
+        }
+    });
+}
+
+CLumsVarValue* CLumBasic::ExtFunction(unsigned short wToken)
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::ExtFunction()", [&]() -> CLumsVarValue* {
+        if (CLumsVarValue* pValue = ExtFunctionEM(wToken))
+            return pValue;
+        if (wToken == LBT_SHOWMESSAGE)
+            return ShowMessageFct();
+        return nullptr;
+    });
+}
+
+void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
+{
+    // FIXME: the debugger engine is not built yet; until it is, an image that opens
+    // with a line marker runs without one, exactly as with debug mode off.
+    if (m_pDebugger != nullptr)
+        m_pDebugger->Start(this, pszSource, pszText);
+}
+
+void CLumBasic::EndDebug()
+{
+    if (m_pDebugger == nullptr)
+        return;
+    m_pDebugger->End();
+    if (m_fOwnDebugger)
+    {
+        delete m_pDebugger;
+        m_pDebugger = nullptr;
+        m_fOwnDebugger = 0;
+    }
+}

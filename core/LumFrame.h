@@ -1,0 +1,108 @@
+// The exception frame of the library. Every function that reports failures wraps
+// its body in one of these helpers instead of hand-writing try/catch:
+//  - a CLumsException gets the file label and the method label appended and goes on;
+//  - anything else becomes a new CLumsException with message 10900 and the labels.
+// The slow path lives out of line, so the happy path costs nothing but the call.
+#pragma once
+
+#include <lumbasic/LumsException.h>
+#include "res/LumMessages.h"
+
+#include <string>
+#include <utility>
+
+// printf-style formatting into a std::string.
+std::string LumFormat(const char* pszFormat, ...);
+
+// Throws a new CLumsException whose first entry is catalogue message `id` formatted
+// with the arguments.
+[[noreturn]] void LumRaise(int id, ...);
+
+namespace lumframe
+{
+struct NoContext
+{
+    void operator()(CLumsException&) const {}
+};
+struct Unexpected
+{
+    void operator()(CLumsException& e) const { e.AddString() = LoadMessage(LUM_MSG_UNEXPECTED); }
+};
+
+// Called from inside a catch(...) handler: completes the trail of whatever is in flight.
+template <class AfterLabels, class OtherBefore, class OtherAfter>
+[[noreturn]] __attribute__((noinline, cold)) void Translate(const char* pszFile, const char* pszMethod,
+                                                           const AfterLabels& after, const OtherBefore& before,
+                                                           const OtherAfter& otherAfter)
+{
+    try
+    {
+        throw;
+    }
+    catch (CLumsException& e)
+    {
+        e.Add(pszFile);
+        e.Add(pszMethod);
+        after(e);
+        throw;
+    }
+    catch (...)
+    {
+        CLumsException e;
+        before(e);
+        e.Add(pszFile);
+        e.Add(pszMethod);
+        otherAfter(e);
+        throw e;
+    }
+}
+} // namespace lumframe
+
+// The standard frame.
+template <class Body> decltype(auto) LumFrame(const char* pszFile, const char* pszMethod, Body&& body)
+{
+    try
+    {
+        return body();
+    }
+    catch (...)
+    {
+        lumframe::Translate(pszFile, pszMethod, lumframe::NoContext(), lumframe::Unexpected(),
+                            lumframe::NoContext());
+    }
+}
+
+// The frame with context lines: `after` adds entries behind the labels of a passing
+// CLumsException; `before` and `otherAfter` frame the labels of a new one made from
+// any other failure.
+template <class Body, class After, class Before, class OtherAfter>
+decltype(auto) LumFrameEx(const char* pszFile, const char* pszMethod, const After& after, const Before& before,
+                          const OtherAfter& otherAfter, Body&& body)
+{
+    try
+    {
+        return body();
+    }
+    catch (...)
+    {
+        lumframe::Translate(pszFile, pszMethod, after, before, otherAfter);
+    }
+}
+
+// The catch-all clause alone: a CLumsException passes untouched.
+template <class Body> decltype(auto) LumFrameCatchAll(const char* pszFile, const char* pszMethod, Body&& body)
+{
+    try
+    {
+        return body();
+    }
+    catch (CLumsException&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        lumframe::Translate(pszFile, pszMethod, lumframe::NoContext(), lumframe::Unexpected(),
+                            lumframe::NoContext());
+    }
+}

@@ -1,0 +1,3 @@
+#include <lumbasic/LumObject.h>
+
+const CLumRuntimeClass CLumObject::classCLumObject = {"CLumObject", 0xFFFF, nullptr, nullptr};

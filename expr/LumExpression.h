@@ -1,0 +1,75 @@
+// Reads one expression tree from the image and evaluates it. Each evaluation makes
+// its own object; built-in functions read their arguments through the interpreter,
+// which makes further expressions, so evaluation re-enters itself.
+#pragma once
+
+#include <lumbasic/LumBasic.h>
+
+#include "expr/LumTermNode.h"
+
+class CLumExpression : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumExpression)
+
+public:
+    // Deeper trees fail instead of exhausting the stack.
+    static constexpr int MAX_TREE_DEPTH = 1000;
+    // Expressions nested through function arguments, at most.
+    static constexpr int MAX_NESTING = 5000;
+
+    CLumExpression(CLumBasicFile* pFile, CLumVariables* pVariables, CLumBasic* pBasic)
+        : m_pFile(pFile), m_pVariables(pVariables), m_pBasic(pBasic)
+    {
+    }
+    ~CLumExpression() override;
+    CLumExpression(const CLumExpression&) = delete;
+    CLumExpression& operator=(const CLumExpression&) = delete;
+
+    // Reads the tree at the file's position and gives its value, owned by the caller.
+    virtual CLumsVarValue* Auswerten();
+    virtual CLumTermNode* ReadTree();
+    void destroy(CLumTermNode* pNode);
+    virtual CLumsVarValue* Berechne(CLumTermNode* pNode);
+    // Fills the six indices of an array node; gives the length of the name.
+    virtual int GetIndices(CLumTermNode* pNode, long* pIndices);
+    virtual CLumsVarValue* Operator(unsigned short wToken, CLumTermNode* pNode);
+    virtual CLumsVarValue* Operation(unsigned short wToken, CLumsVarValue* pLeft, CLumsVarValue* pRight);
+
+    // Built-in functions: each reads its own arguments and gives a new value.
+    virtual CLumsVarValue* Abs();
+    virtual CLumsVarValue* Sgn();
+    virtual CLumsVarValue* Asc();
+    virtual CLumsVarValue* Len();
+    virtual CLumsVarValue* Val();
+    virtual CLumsVarValue* Fix();
+    virtual CLumsVarValue* Frac();
+    virtual CLumsVarValue* InStr();
+    virtual CLumsVarValue* Round();
+    virtual CLumsVarValue* LeftStr();
+    virtual CLumsVarValue* RightStr();
+    virtual CLumsVarValue* MidStr();
+    virtual CLumsVarValue* ChrStr();
+    virtual CLumsVarValue* RTrimStr();
+    virtual CLumsVarValue* LTrimStr();
+    virtual CLumsVarValue* StrStr();
+    virtual CLumsVarValue* GetSysTimeStr();
+    virtual CLumsVarValue* UserFunction();
+    virtual int FillTemplate(char* pszDest, const char* pszTemplate, CLumsVarValue* pValue, int nSize);
+    virtual CLumsVarValue* ExtFunction(unsigned short wToken);
+    virtual double DoubleRound(double x, int nMode, int nDigits);
+
+    CLumsVarValue* GetArg(CLumBasic::AusdruckTyp type, int nParam) { return m_pBasic->GetArg(type, nParam); }
+    int HasArg() { return m_pBasic->HasArg(); }
+
+protected:
+    CLumTermNode* ReadTree(int nDepth);
+    CLumsVarValue* Constant(const CLumTermNode* pNode);
+    CLumsVarValue* Variable(CLumTermNode* pNode);
+    CLumsVarValue* Function(const CLumTermNode* pNode);
+    CLumsVarValue* CallBuiltin(unsigned short wToken);
+
+    CLumBasicFile* m_pFile;
+    CLumVariables* m_pVariables;
+    CLumTermNode* m_pRoot = nullptr;
+    CLumBasic* m_pBasic;
+};

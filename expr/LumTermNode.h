@@ -1,0 +1,38 @@
+// One node of an expression tree, held over the bytes of the image: it copies nothing.
+#pragma once
+
+#include <lumbasic/LumBasicFile.h>
+#include <lumbasic/LumObject.h>
+#include <lumbasic/LumTokens.h>
+
+class CLumTermNode : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumTermNode)
+
+public:
+    CLumTermNode() = default;
+
+    // Takes the 4-byte head and the data in place; the position moves behind them.
+    int Read(CLumBasicFile* pFile);
+
+    unsigned short GetKindWord() const { return static_cast<unsigned short>(m_pHead[0] | (m_pHead[1] << 8)); }
+    unsigned short GetKind() const { return static_cast<unsigned short>(GetKindWord() & LBN_KIND_MASK); }
+    unsigned short GetDataLength() const { return static_cast<unsigned short>(m_pHead[2] | (m_pHead[3] << 8)); }
+    const unsigned char* GetData() const { return m_pData; }
+    bool IsNameWanted() const { return (GetKindWord() & LBN_NAMEWANTED) != 0; }
+    // The 16-bit word at `nOffset` of the data, 0 where the data is too short.
+    unsigned short GetDataWord(unsigned nOffset) const
+    {
+        if (nOffset + 2 > GetDataLength())
+            return 0;
+        return static_cast<unsigned short>(m_pData[nOffset] | (m_pData[nOffset + 1] << 8));
+    }
+
+    static void* operator new(size_t n);
+    static void operator delete(void* p, size_t n) noexcept;
+
+    CLumTermNode* m_pLeft = nullptr;
+    CLumTermNode* m_pRight = nullptr;
+    const unsigned char* m_pHead = nullptr;
+    const unsigned char* m_pData = nullptr;
+};

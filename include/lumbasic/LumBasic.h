@@ -1,0 +1,142 @@
+// The interpreter. A host makes one, gives it a variable store and a procedure table
+// (or lets it make its own) and runs program images with Do. Every statement
+// handler, the variable access and the dispatch are virtual, so a derived class can
+// replace each of them.
+#pragma once
+
+#include <lumbasic/LumBasicFile.h>
+#include <lumbasic/LumBasicStack.h>
+#include <lumbasic/LumFunctions.h>
+#include <lumbasic/LumObject.h>
+#include <lumbasic/LumTokens.h>
+#include <lumbasic/LumVariables.h>
+#include <lumbasic/LumsException.h>
+#include <lumbasic/LumsVarValue.h>
+
+#include <list>
+#include <string>
+#include <vector>
+
+class CLumBasicDebugger;
+class CLumExpression;
+
+class CLumBasic : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumBasic)
+    friend class CLumExpression;
+    friend class CLumBasicDebugger;
+
+public:
+    // What a caller of GetArg asks for.
+    enum AusdruckTyp
+    {
+        AT_STRING = 0,
+        AT_NUMBER = 1,
+        AT_LONG = 2,
+        AT_DOUBLE = 3,
+        AT_ANY = 4,
+    };
+
+    // Nested runs (user functions, imports) deeper than this fail instead of
+    // exhausting the machine's stack.
+    static constexpr int MAX_NESTING = 2000;
+
+    explicit CLumBasic(CLumVariables* pVariables = nullptr, CLumFunctions* pFunctions = nullptr);
+    ~CLumBasic() override;
+    CLumBasic(const CLumBasic&) = delete;
+    CLumBasic& operator=(const CLumBasic&) = delete;
+
+    virtual void Init(CLumVariables* pVariables, CLumFunctions* pFunctions);
+    virtual void UnInit();
+    // One whole run of the image file at `pszPath`.
+    virtual void Do(const char* pszPath);
+    virtual void DumpVariables(std::vector<std::string>& list) const;
+    virtual std::string DumpVariable(const char* pszName) const;
+    virtual long GetLine() const { return m_nLine; }
+
+    long GetLineNr() const { return m_nLine; }
+    void SetLineNr(long nLine) { m_nLine = nLine; }
+    CLumBasicFile* GetQuelle() const { return m_pQuelle; }
+    void SetQuelle(CLumBasicFile* pQuelle) { m_pQuelle = pQuelle; }
+    CLumVariables* GetVariables() const { return m_pVariables; }
+    CLumFunctions* GetFunctions() const { return m_pFunctions; }
+    const std::string& GetSource() const { return m_strSource; }
+    void StartDebug(const char* pszSource, const char* pszText);
+    void EndDebug();
+
+    // One whole run of an image in memory, every read checked against its length.
+    // The image stays the caller's.
+    virtual void DoMemory(const unsigned char* pData, size_t nLength);
+
+protected:
+    virtual void RunLoop();
+    virtual int DispatchToken(unsigned short wToken);
+    virtual CLumsVarValue* ExtFunction(unsigned short wToken);
+    virtual int GetDebugMode() const { return m_fDebugMode; }
+    virtual void SetDebugMode(int fDebugMode) { m_fDebugMode = fDebugMode; }
+
+    int HasArg();
+    CLumsVarValue* GetArg(AusdruckTyp type, int nParam);
+    virtual void SetVar(const char* pszName, CLumsVarValue* pValue);
+    virtual CLumsVarValue* GetVar(const char* pszName, long* const pIndices) const;
+    virtual void VariableChanged(const char* pszName, const char* pszValue);
+    void PushParams();
+
+    // Statement handlers: 0 lets the run go on, anything else ends the run loop.
+    virtual int Assign();
+    virtual int Dim();
+    virtual int If();
+    virtual int Else();
+    virtual int EndIf();
+    virtual int For();
+    virtual int Next();
+    virtual int While();
+    virtual int Wend();
+    virtual int DoLoop();
+    virtual int Loop();
+    virtual CLumsVarValue* ShowMessageFct();
+    virtual int ShowMessage();
+    virtual int Declare();
+    virtual int Call();
+    virtual int CallEx();
+    virtual int End();
+    virtual int Sub();
+    virtual int Import();
+    virtual int SetDebugInfo();
+
+    // Extension module chain.
+    virtual int PreRunLoopEM();
+    virtual int PostRunLoopEM();
+    virtual int DispatchTokenEM(unsigned short wToken);
+    virtual CLumsVarValue* ExtFunctionEM(unsigned short wToken);
+    virtual int SetBasisModulEM();
+
+    // The procedure depth that drives scoping: the number of running procedures.
+    int GetDepth() const { return m_cFunctionStack.GetCount(); }
+
+    CLumBasicFile* m_pQuelle = nullptr;
+    long m_nLine = 0;
+    CLumCmdStack m_cCmdStack;
+    CLumCallStack m_cCallStack;
+    CLumParamStack m_cParamStack;
+    CLumFunctionStack m_cFunctionStack;
+    CLumVariables* m_pVariables = nullptr;
+    int m_fOwnVariables = 0;
+    CLumFunctions* m_pFunctions = nullptr;
+    int m_fOwnFunctions = 0;
+    std::string m_strSource;
+    int m_fDebugMode = 0;
+    CLumBasicDebugger* m_pDebugger = nullptr;
+    int m_fOwnDebugger = 0;
+    int m_fMainModule = 1;
+    int m_fInFunction = 0;
+    int m_fInitialized = 0;
+    std::list<CLumBasicFile*> m_cImportFiles;
+
+private:
+    void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
+    // Pushes the return record of a call and moves the run to the procedure's head.
+    void EnterProcedure(const CallInfo* pInfo);
+    // Composes "@procedure@name" for the procedure on top of the function stack.
+    size_t MakeScopedKey(char* pszBuffer, size_t nSize, const char* pszName) const;
+};

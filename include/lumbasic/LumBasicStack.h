@@ -1,0 +1,103 @@
+// The four last-in-first-out stores of a run and their records.
+#pragma once
+
+#include <lumbasic/LumsVarValue.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// An open If (kind 0) or For (kind 1).
+struct CmdData
+{
+    int m_nKind = 0;
+    int m_fCondition = 0;
+    const char* m_pszVarName = nullptr;
+    CLumsVarValue* m_pEndValue = nullptr;
+    CLumsVarValue* m_pStepValue = nullptr;
+    ~CmdData()
+    {
+        delete m_pEndValue;
+        delete m_pStepValue;
+    }
+};
+
+// A running call.
+struct CallData
+{
+    unsigned char* m_pReturn = nullptr;
+    CLumsVarValue* m_pResult = nullptr;
+    int m_fSourceChanged = 0;
+    ~CallData() { delete m_pResult; }
+};
+
+// An empty stack is a fault of the interpreter's own bookkeeping, not a message of
+// the catalogue: the frames turn it into the "unexpected error" message.
+class CLumStackEmpty : public std::logic_error
+{
+public:
+    CLumStackEmpty() : std::logic_error("LumBasic: pop or top of an empty stack") {}
+};
+
+template <class T> class CLumBasicStack
+{
+public:
+    CLumBasicStack() { m_a.reserve(10); }
+    CLumBasicStack(const CLumBasicStack&) = delete;
+    CLumBasicStack& operator=(const CLumBasicStack&) = delete;
+
+    void Push(T element) { m_a.push_back(std::move(element)); }
+    T Pop()
+    {
+        if (m_a.empty())
+            throw CLumStackEmpty();
+        T element = std::move(m_a.back());
+        m_a.pop_back();
+        return element;
+    }
+    T& Top()
+    {
+        if (m_a.empty())
+            throw CLumStackEmpty();
+        return m_a.back();
+    }
+    const T& Top() const
+    {
+        if (m_a.empty())
+            throw CLumStackEmpty();
+        return m_a.back();
+    }
+    int IsEmpty() const { return m_a.empty(); }
+    int GetCount() const { return static_cast<int>(m_a.size()); }
+
+protected:
+    std::vector<T> m_a;
+};
+
+// Owns what it holds: a stack deletes its remaining elements when it goes.
+template <class T> class CLumOwningStack : public CLumBasicStack<T*>
+{
+public:
+    ~CLumOwningStack()
+    {
+        for (T* p : this->m_a)
+            delete p;
+    }
+};
+
+class CLumCmdStack : public CLumOwningStack<CmdData>
+{
+};
+class CLumCallStack : public CLumOwningStack<CallData>
+{
+};
+class CLumParamStack : public CLumOwningStack<CLumsVarValue>
+{
+};
+class CLumFunctionStack : public CLumBasicStack<std::string>
+{
+public:
+    void Push(const char* psz) { CLumBasicStack<std::string>::Push(std::string(psz)); }
+    const std::string& TopString() const { return CLumBasicStack<std::string>::Top(); }
+    const char* Top() const { return TopString().c_str(); }
+};

@@ -1,0 +1,48 @@
+// The table of declared procedures, from name to CallInfo. The table owns its records.
+#pragma once
+
+#include <lumbasic/LumObject.h>
+#include <lumbasic/LumStringMap.h>
+
+#include <memory>
+#include <string>
+
+struct CLumImageRange;
+
+struct CallInfo
+{
+    unsigned short m_wInfo1 = 0;
+    unsigned short m_wInfo2 = 0;
+    unsigned char* m_pCode = nullptr;
+    std::string m_strDeclaration;
+    std::string m_strSource;
+    int m_fMainModule = 0;
+    // The image that holds the procedure; a call checks that it is still loaded.
+    std::shared_ptr<const CLumImageRange> m_pImage;
+};
+
+class CLumFunctions : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumFunctions)
+
+public:
+    CLumFunctions() = default;
+    CLumFunctions(const CLumFunctions&) : CLumFunctions() {}
+    // Copying a table adds nothing.
+    CLumFunctions& operator=(const CLumFunctions&) { return *this; }
+    ~CLumFunctions() override;
+
+    // Enters the record under the name and takes it over; the last one wins.
+    void SetAt(const std::string& strName, CallInfo* pInfo);
+    CallInfo* Lookup(std::string_view name) const
+    {
+        CallInfo* const* pp = m_map.Find(name);
+        return pp ? *pp : nullptr;
+    }
+    size_t GetCount() const { return m_map.GetCount(); }
+    const CLumStringMap<CallInfo*>& GetMap() const { return m_map; }
+    void RemoveAll();
+
+private:
+    CLumStringMap<CallInfo*> m_map;
+};

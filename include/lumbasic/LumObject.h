@@ -1,0 +1,52 @@
+// Root of the library's polymorphic classes with a small run-time class record:
+// a name, a base and an optional factory, enough to create a class by name and
+// to down-cast with a check.
+#pragma once
+
+#include <cstring>
+
+class CLumObject;
+
+struct CLumRuntimeClass
+{
+    const char* m_lpszClassName;
+    unsigned m_wSchema;
+    const CLumRuntimeClass* m_pBaseClass;
+    CLumObject* (*m_pfnCreateObject)();
+
+    bool IsDerivedFrom(const CLumRuntimeClass* pBase) const
+    {
+        for (const CLumRuntimeClass* p = this; p != nullptr; p = p->m_pBaseClass)
+            if (p == pBase)
+                return true;
+        return false;
+    }
+    CLumObject* CreateObject() const { return m_pfnCreateObject ? m_pfnCreateObject() : nullptr; }
+};
+
+class CLumObject
+{
+public:
+    virtual ~CLumObject() = default;
+    virtual const CLumRuntimeClass* GetRuntimeClass() const { return &classCLumObject; }
+    bool IsKindOf(const CLumRuntimeClass* pClass) const { return GetRuntimeClass()->IsDerivedFrom(pClass); }
+
+    static const CLumRuntimeClass classCLumObject;
+};
+
+// Declares and defines the record of a class; the factory may be null.
+#define LUM_DECLARE_RUNTIME(cls)                                                                             \
+public:                                                                                                      \
+    static const CLumRuntimeClass class##cls;                                                                \
+    const CLumRuntimeClass* GetRuntimeClass() const override { return &class##cls; }
+
+#define LUM_IMPLEMENT_RUNTIME(cls, base, factory)                                                            \
+    const CLumRuntimeClass cls::class##cls = {#cls, 0xFFFF, &base::class##base, factory};
+
+#define LUM_RUNTIME_CLASS(cls) (&cls::class##cls)
+
+// Down-cast that gives null when the object is not of the class.
+template <class T> T* LumDownCast(CLumObject* p)
+{
+    return (p != nullptr && p->IsKindOf(LUM_RUNTIME_CLASS(T))) ? static_cast<T*>(p) : nullptr;
+}

@@ -1,0 +1,67 @@
+// The variable store: a map from a name to an owned value. An array element is an
+// entry under the base name followed by ":" and each index; locals and parameters
+// are entries under "@procedure@name".
+#pragma once
+
+#include <lumbasic/LumObject.h>
+#include <lumbasic/LumStringMap.h>
+#include <lumbasic/LumsVarValue.h>
+
+#include <string>
+#include <string_view>
+
+class CLumVariables : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumVariables)
+
+public:
+    // Longest composed key, without its terminator.
+    static constexpr size_t MAX_KEY = 255;
+    // Most indices an index list can hold; a 0 ends it earlier.
+    static constexpr int MAX_INDICES = 6;
+
+    CLumVariables();
+    CLumVariables(const CLumVariables& src);
+    ~CLumVariables() override;
+    // Merges: deep copies of the source's entries replace or join the target's.
+    CLumVariables& operator=(const CLumVariables& src);
+
+    // Stores `pValue` under exactly this key and takes it over; a replaced value is deleted.
+    void SetValue(const char* pszName, CLumsVarValue* pValue);
+    // Arrays have no storage of their own: this does nothing and takes no ownership.
+    void SetDimension(const char* pszName, CLumsVarValue* pDimension);
+    // The stored value, or a shared null value by the name's last character. The
+    // pointer stays the store's.
+    CLumsVarValue* GetValue(const char* pszName, const long* pIndices) const;
+    int IsDefined(const char* pszName, const long* pIndices) const;
+    // The entry for the composed key, or null when there is none.
+    CLumsVarValue* Find(const char* pszName, const long* pIndices) const;
+
+    // Appends the text form, a line per variable.
+    virtual void MakeString(std::string* pstr) const;
+    // Merges the lines of a text form into the store.
+    virtual void SetValuesFromString(const char* pszText);
+
+    size_t GetCount() const { return m_map.GetCount(); }
+    // Entries in iteration order, for hosts that walk the store.
+    const CLumStringMap<CLumsVarValue*>& GetMap() const { return m_map; }
+
+    // The entry under exactly this key, or null; no composing, no null value.
+    CLumsVarValue* Lookup(std::string_view key) const
+    {
+        CLumsVarValue* const* pp = m_map.Find(key);
+        return pp ? *pp : nullptr;
+    }
+    bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
+    // The shared null value for a name by its last character.
+    static CLumsVarValue* GetNullValue(std::string_view name);
+    // Composes name and index list into `pszBuffer` (MAX_KEY + 1 bytes); gives the length.
+    static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices);
+
+private:
+    CLumStringMap<CLumsVarValue*> m_map;
+
+    static CLumsVarValue m_cDoubleNull;
+    static CLumsVarValue m_cLongNull;
+    static CLumsVarValue m_cStringNull;
+};

@@ -1,0 +1,135 @@
+// The value of every variable, argument and expression result: a string, a
+// 32-bit long or a double, typed at run time. A default-constructed value is
+// empty, a type of its own that reads as 0, 0.0 and "".
+#pragma once
+
+#include <lumbasic/LumObject.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+class CLumsVarValue : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumsVarValue)
+
+public:
+    enum VarType
+    {
+        VT_STRING = 0,
+        VT_LONG = 1,
+        VT_DOUBLE = 2,
+        VT_EMPTY = 3,
+    };
+
+    CLumsVarValue() noexcept : m_nType(VT_EMPTY), m_nLong(0) {}
+    explicit CLumsVarValue(long n) noexcept : m_nType(VT_LONG), m_nLong(static_cast<int32_t>(n)) {}
+    explicit CLumsVarValue(int n) noexcept : m_nType(VT_LONG), m_nLong(n) {}
+    explicit CLumsVarValue(double d) noexcept : m_nType(VT_DOUBLE), m_dDouble(d) {}
+    explicit CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0), m_str(psz ? psz : "") {}
+    CLumsVarValue(const CLumsVarValue& src) = default;
+    ~CLumsVarValue() override;
+
+    CLumsVarValue& operator=(const CLumsVarValue& src) = default;
+    // A long is 32 bits: a wider number keeps its low 32 bits.
+    CLumsVarValue& operator=(long n) noexcept
+    {
+        m_nType = VT_LONG;
+        m_nLong = static_cast<int32_t>(static_cast<uint32_t>(n));
+        return *this;
+    }
+    CLumsVarValue& operator=(int n) noexcept { return *this = static_cast<long>(n); }
+    CLumsVarValue& operator=(double d) noexcept
+    {
+        m_nType = VT_DOUBLE;
+        m_dDouble = d;
+        return *this;
+    }
+    CLumsVarValue& operator=(const char* psz)
+    {
+        m_nType = VT_STRING;
+        m_str.assign(psz ? psz : "");
+        return *this;
+    }
+    CLumsVarValue& operator=(const std::string& str)
+    {
+        m_nType = VT_STRING;
+        m_str = str;
+        return *this;
+    }
+    void SetString(const char* p, size_t n)
+    {
+        m_nType = VT_STRING;
+        m_str.assign(p, n);
+    }
+
+    int GetType() const noexcept { return m_nType; }
+    bool IsString() const noexcept { return m_nType == VT_STRING; }
+    bool IsNumber() const noexcept { return m_nType == VT_LONG || m_nType == VT_DOUBLE; }
+
+    // A double is cut towards zero and saturates; NaN gives 0; a string reads as atol.
+    int32_t GetLong() const noexcept;
+    // A string reads as atof.
+    double GetDouble() const noexcept;
+    // The text of a string; a number in its text form ("%ld" or "%f"); empty gives "".
+    const char* GetText() const;
+    // Length in bytes of GetText().
+    size_t GetTextLength() const;
+
+    operator long() const noexcept { return GetLong(); }
+    operator double() const noexcept { return GetDouble(); }
+    operator const char*() const { return GetText(); }
+    // The string content for in-place work; a value that is no string becomes one,
+    // holding its text form.
+    std::string& GetStringRef();
+
+    // Condition truth: a number when not 0, a string when not empty.
+    bool IsTrue() const noexcept;
+
+    // Relations give 1 or 0. A string compared with a number fails.
+    int operator==(const CLumsVarValue& r) const;
+    int operator!=(const CLumsVarValue& r) const;
+    int operator<(const CLumsVarValue& r) const;
+    int operator<=(const CLumsVarValue& r) const;
+    int operator>(const CLumsVarValue& r) const;
+    int operator>=(const CLumsVarValue& r) const;
+    int LogicalAnd(const CLumsVarValue& r) const noexcept { return IsTrue() && r.IsTrue(); }
+    int LogicalOr(const CLumsVarValue& r) const noexcept { return IsTrue() || r.IsTrue(); }
+
+    CLumsVarValue& operator+=(const CLumsVarValue& r);
+
+    // Arithmetic into `out`, which may be one of the operands.
+    static void Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+    static void Subtract(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+    static void Multiply(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+    static void Divide(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+    // -1, 0 or 1; `pszOperator` names the operator in the message of a failure.
+    static int Compare(const CLumsVarValue& l, const CLumsVarValue& r, const char* pszOperator);
+
+    // Values are made and freed at every node of an evaluation: a per-thread free
+    // list keeps that off the general allocator.
+    static void* operator new(size_t n);
+    static void operator delete(void* p, size_t n) noexcept;
+
+private:
+    int m_nType;
+    union
+    {
+        int32_t m_nLong;
+        double m_dDouble;
+    };
+    // The string content; for a number, the cache of its text form.
+    mutable std::string m_str;
+};
+
+CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
+CLumsVarValue operator-(const CLumsVarValue& l, const CLumsVarValue& r);
+CLumsVarValue operator*(const CLumsVarValue& l, const CLumsVarValue& r);
+CLumsVarValue operator/(const CLumsVarValue& l, const CLumsVarValue& r);
+
+// Number text in the "C" locale, whatever locale the host has set.
+size_t LumFormatLong(char* pszBuffer, long n);      // "%ld"; buffer of 24 bytes
+size_t LumFormatDouble(char* pszBuffer, double d);  // "%f"; buffer of 400 bytes
+double LumAtof(const char* psz) noexcept;
+int32_t LumAtol(const char* psz) noexcept;
+int32_t LumDoubleToLong(double d) noexcept;

@@ -1,0 +1,177 @@
+// Statement handlers of the call family: Declare, Call, CallEx, procedure heads,
+// End and Import. A call is a jump with a return record, not a recursion of the
+// interpreter.
+#include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicDebugger.h>
+
+#include "core/LumFrame.h"
+#include "core/LumScopedKey.h"
+#include "expr/LumExpression.h"
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace
+{
+const char* const FILE_LABEL = "LUMBASICCALL";
+
+using ValuePtr = std::unique_ptr<CLumsVarValue>;
+} // namespace
+
+int CLumBasic::Declare()
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::Declare()", [&] {
+        std::unique_ptr<CallInfo> pInfo(new CallInfo());
+        pInfo->m_wInfo1 = m_pQuelle->GetToken();
+        pInfo->m_wInfo2 = m_pQuelle->GetToken();
+        long nOffset = m_pQuelle->GetDWord();
+        pInfo->m_pCode = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(m_pQuelle->GetBasePointer()) +
+                                                          static_cast<uintptr_t>(nOffset));
+        pInfo->m_pImage = m_pQuelle->GetImage();
+        pInfo->m_fMainModule = m_fMainModule;
+        std::string strName = m_pQuelle->GetCountedText();
+        pInfo->m_strDeclaration = m_pQuelle->GetCountedText();
+        pInfo->m_strSource = m_strSource;
+        m_pFunctions->SetAt(strName, pInfo.release());
+        return 0;
+    });
+}
+
+void CLumBasic::PushParams()
+{
+    LumFrame(FILE_LABEL, "CLumBasic::PushParams()", [&] {
+        // All arguments are evaluated from left to right before any is pushed, and
+        // the first ends on top.
+        std::vector<ValuePtr> aValues;
+        while (m_pQuelle->GetToken() == LBT_EXPRESSION)
+        {
+            CLumExpression cArgument(m_pQuelle, m_pVariables, this);
+            aValues.emplace_back(cArgument.Auswerten());
+        }
+        m_pQuelle->Seek(-2, 1);
+        for (auto it = aValues.rbegin(); it != aValues.rend(); ++it)
+        {
+            m_cParamStack.Push(it->get());
+            it->release();
+        }
+    });
+}
+
+namespace
+{
+// The part that Call and CallEx share once the name is known.
+struct CallTarget
+{
+    static CallInfo* Find(CLumFunctions* pFunctions, const char* pszName)
+    {
+        CallInfo* pInfo = pFunctions->Lookup(pszName);
+        if (pInfo == nullptr)
+            LumRaise(LUM_MSG_NOT_DECLARED, pszName);
+        if (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr)
+            LumRaise(LUM_MSG_IMAGE_GONE, pszName);
+        return pInfo;
+    }
+};
+} // namespace
+
+int CLumBasic::Call()
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::Call()", [&] {
+        const char* pszName = m_pQuelle->GetCountedText();
+        CallInfo* pInfo = CallTarget::Find(m_pFunctions, pszName);
+        PushParams();
+        EnterProcedure(pInfo);
+        return 0;
+    });
+}
+
+int CLumBasic::CallEx()
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::CallEx()", [&] {
+        ValuePtr pName(GetArg(AT_STRING, 1));
+        CallInfo* pInfo = CallTarget::Find(m_pFunctions, pName->GetText());
+        PushParams();
+        EnterProcedure(pInfo);
+        return 0;
+    });
+}
+
+void CLumBasic::EnterProcedure(const CallInfo* pInfo)
+{
+    std::unique_ptr<CallData> pCall(new CallData());
+    pCall->m_pReturn = m_pQuelle->GetPosition();
+    pCall->m_fSourceChanged = m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
+    int fSourceChanged = pCall->m_fSourceChanged;
+    m_cCallStack.Push(pCall.release());
+    if (fSourceChanged)
+        m_pDebugger->SetSource(pInfo->m_strSource.c_str(), nullptr);
+    m_pQuelle->SetPosition(pInfo->m_pCode);
+}
+
+int CLumBasic::Sub()
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::Sub()", [&] {
+        const char* pszName = m_pQuelle->GetCountedText();
+        m_cFunctionStack.Push(pszName);
+        unsigned nLength = 0;
+        std::string strParams = m_pQuelle->GetCountedText(&nLength);
+        if (nLength == 0)
+            return 0;
+        size_t nStart = 0;
+        while (nStart <= strParams.size())
+        {
+            size_t nEnd = strParams.find(':', nStart);
+            if (nEnd == std::string::npos)
+                nEnd = strParams.size();
+            if (nEnd > nStart)
+            {
+                CLumScopedKey cKey(pszName, std::string_view(strParams).substr(nStart, nEnd - nStart));
+                if (m_cParamStack.IsEmpty())
+                    LumRaise(LUM_MSG_TOO_FEW_PARAMS, pszName, strParams.c_str());
+                ValuePtr pArgument(m_cParamStack.Pop());
+                ValuePtr pValue(new CLumsVarValue());
+                char cType = strParams[nEnd - 1];
+                if (cType == '$')
+                    *pValue = pArgument->GetText();
+                else if (cType == '%')
+                    *pValue = static_cast<long>(pArgument->GetLong());
+                else
+                    *pValue = pArgument->GetDouble();
+                SetVar(cKey.c_str(), pValue.release());
+            }
+            nStart = nEnd + 1;
+        }
+        return 0;
+    });
+}
+
+int CLumBasic::End()
+{
+    return LumFrame(FILE_LABEL, "CLumBasic::End()", [&] {
+        unsigned short wToken = m_pQuelle->GetToken();
+        std::unique_ptr<CallData> pCall(m_cCallStack.IsEmpty() ? nullptr : m_cCallStack.Pop());
+        std::string strName = m_cFunctionStack.Pop();
+        if (!pCall)
+            return 1;
+        m_pQuelle->SetPosition(pCall->m_pReturn);
+        if (wToken == LBT_FUNCTION)
+        {
+            CLumScopedKey cKey(strName, strName);
+            pCall->m_pResult = new CLumsVarValue(*GetVar(cKey.c_str(), nullptr));
+            if (pCall->m_fSourceChanged)
+                m_pDebugger->RecallSource();
+            m_cCallStack.Push(pCall.release());
+            return 1;
+        }
+        if (pCall->m_fSourceChanged)
+            m_pDebugger->RecallSource();
+        return 0;
+    });
+}
+
+// FIXME: Import of sub-programs is not built yet; the token fails cleanly until it is.
+int CLumBasic::Import()
+{
+    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_IMPORT));
+}

@@ -1,0 +1,80 @@
+// Helpers for tests that build images and run them through the public interface.
+#pragma once
+
+#include <lumbasic/LumBasic.h>
+
+#include "tools/imagewriter/LumImageWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace lumtest
+{
+// Writes the head of a procedure: token, name, parameter names joined by ":".
+inline void Head(CLumImageWriter& w, const char* pszName, const char* pszParams = "",
+                 unsigned short wToken = LBT_SUB)
+{
+    w.Token(wToken);
+    w.CountedText(pszName);
+    w.CountedText(pszParams);
+}
+
+inline void EndProc(CLumImageWriter& w, unsigned short wKind = LBT_SUB)
+{
+    w.Token(LBT_END);
+    w.Token(wKind);
+}
+
+inline void AssignName(CLumImageWriter& w, const char* pszName, const CLumTree& value)
+{
+    w.Token(LBT_ASSIGN);
+    w.Token(LBT_NAME);
+    w.CountedText(pszName);
+    w.Expression(value);
+    w.Separator();
+}
+
+inline void Declare(CLumImageWriter& w, const char* pszName, CLumImageWriter::Label head)
+{
+    w.Token(LBT_DECLARE);
+    w.Word(0);
+    w.Word(0);
+    w.ProcOffset(head);
+    w.CountedText(pszName);
+    w.CountedText(std::string("Declare ") + pszName);
+    w.Separator();
+}
+
+// An image of Sub Main whose body `body` writes, then the terminator.
+inline std::vector<uint8_t> MainProgram(const std::function<void(CLumImageWriter&)>& body)
+{
+    CLumImageWriter w;
+    Head(w, "Main");
+    body(w);
+    EndProc(w);
+    w.Terminator();
+    return w.Finish();
+}
+
+// Runs an image from memory; gives the trail of a failure, empty on success.
+inline std::vector<std::string> RunImage(CLumBasic& basic, const std::vector<uint8_t>& image)
+{
+    try
+    {
+        basic.DoMemory(image.data(), image.size());
+    }
+    catch (const CLumsException& e)
+    {
+        return e.GetTrail();
+    }
+    return {};
+}
+
+inline std::string Message(int id)
+{
+    return LoadMessage(id);
+}
+} // namespace lumtest

@@ -1,0 +1,201 @@
+#include <lumbasic/LumVariables.h>
+
+#include "core/LumFrame.h"
+
+#include <cstring>
+#include <stdexcept>
+
+LUM_IMPLEMENT_RUNTIME(CLumVariables, CLumObject, nullptr)
+
+namespace
+{
+const char* const FILE_LABEL = "LUMEXPRESSION";
+}
+
+CLumsVarValue CLumVariables::m_cDoubleNull;
+CLumsVarValue CLumVariables::m_cLongNull;
+CLumsVarValue CLumVariables::m_cStringNull;
+
+CLumVariables::CLumVariables()
+{
+    // Every new store puts the shared null values right again, in case a caller
+    // changed one in place.
+    m_cDoubleNull = 0.0;
+    m_cLongNull = 0L;
+    m_cStringNull = "";
+}
+
+CLumVariables::CLumVariables(const CLumVariables& src) : CLumObject()
+{
+    *this = src;
+}
+
+CLumVariables::~CLumVariables()
+{
+    for (auto& entry : m_map)
+        delete entry.m_value;
+}
+
+CLumVariables& CLumVariables::operator=(const CLumVariables& src)
+{
+    if (this == &src)
+        return *this;
+    for (const auto& entry : src.m_map)
+    {
+        CLumsVarValue* pValue = new CLumsVarValue();
+        if (entry.m_value != nullptr)
+            *pValue = *entry.m_value;
+        SetValue(entry.m_strKey.c_str(), pValue);
+    }
+    return *this;
+}
+
+void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
+{
+    std::string_view key(pszName);
+    CLumsVarValue** pp = m_map.Find(key);
+    if (pp == nullptr)
+    {
+        m_map.Insert(key, pValue);
+        return;
+    }
+    if (*pp == pValue)
+        return;
+    delete *pp;
+    *pp = pValue;
+}
+
+void CLumVariables::SetDimension(const char*, CLumsVarValue*) {}
+
+size_t CLumVariables::MakeName(char* pszBuffer, std::string_view name, const long* pIndices)
+{
+    return LumFrameCatchAll(FILE_LABEL, "CLumVariables::MakeName()", [&] {
+        size_t n = name.size() < MAX_KEY ? name.size() : MAX_KEY;
+        memcpy(pszBuffer, name.data(), n);
+        if (pIndices != nullptr)
+        {
+            for (int i = 0; i < MAX_INDICES && pIndices[i] != 0; ++i)
+            {
+                char digits[24];
+                size_t nDigits = LumFormatLong(digits, pIndices[i]);
+                // A key that would not fit is cut; it stays a key of its own.
+                if (n + 1 + nDigits > MAX_KEY)
+                    break;
+                pszBuffer[n++] = ':';
+                memcpy(pszBuffer + n, digits, nDigits);
+                n += nDigits;
+            }
+        }
+        pszBuffer[n] = '\0';
+        return n;
+    });
+}
+
+CLumsVarValue* CLumVariables::GetNullValue(std::string_view name)
+{
+    char c = name.empty() ? '\0' : name.back();
+    if (c == '$')
+        return &m_cStringNull;
+    if (c == '%')
+        return &m_cLongNull;
+    return &m_cDoubleNull;
+}
+
+CLumsVarValue* CLumVariables::Find(const char* pszName, const long* pIndices) const
+{
+    CLumsVarValue* const* pp;
+    if (pIndices == nullptr || pIndices[0] == 0)
+        pp = m_map.Find(pszName);
+    else
+    {
+        char key[MAX_KEY + 1];
+        size_t n = MakeName(key, pszName, pIndices);
+        pp = m_map.Find(std::string_view(key, n));
+    }
+    return pp ? *pp : nullptr;
+}
+
+CLumsVarValue* CLumVariables::GetValue(const char* pszName, const long* pIndices) const
+{
+    return LumFrame(FILE_LABEL, "CLumVariables::GetValue()", [&] {
+        CLumsVarValue* pValue = Find(pszName, pIndices);
+        return pValue ? pValue : GetNullValue(pszName);
+    });
+}
+
+int CLumVariables::IsDefined(const char* pszName, const long* pIndices) const
+{
+    return LumFrame(FILE_LABEL, "CLumVariables::IsDefined()",
+                    [&] { return Find(pszName, pIndices) != nullptr ? 1 : 0; });
+}
+
+void CLumVariables::MakeString(std::string* pstr) const
+{
+    LumFrame(FILE_LABEL, "CLumVariables::MakeString()", [&] {
+        char number[400];
+        for (const auto& entry : m_map)
+        {
+            const CLumsVarValue* pValue = entry.m_value;
+            if (pValue == nullptr)
+                continue;
+            const char* pszPrefix;
+            size_t nNumber = 0;
+            switch (pValue->GetType())
+            {
+            case CLumsVarValue::VT_STRING:
+                pszPrefix = "S:";
+                break;
+            case CLumsVarValue::VT_LONG:
+                pszPrefix = "L:";
+                nNumber = LumFormatLong(number, pValue->GetLong());
+                break;
+            case CLumsVarValue::VT_DOUBLE:
+                pszPrefix = "D:";
+                nNumber = LumFormatDouble(number, pValue->GetDouble());
+                break;
+            default:
+                continue;
+            }
+            pstr->append(pszPrefix, 2).append(entry.m_strKey).append(1, '=');
+            if (pValue->GetType() == CLumsVarValue::VT_STRING)
+                pstr->append(pValue->GetText(), pValue->GetTextLength());
+            else
+                pstr->append(number, nNumber);
+            pstr->append(1, '\n');
+        }
+    });
+}
+
+void CLumVariables::SetValuesFromString(const char* pszText)
+{
+    LumFrame(FILE_LABEL, "CLumVariables::SetValuesFromString()", [&] {
+        const char* p = pszText;
+        while (p != nullptr && *p != '\0')
+        {
+            const char* pszEnd = strchr(p, '\n');
+            if (pszEnd == nullptr)
+                throw std::runtime_error("line without newline");
+            const char* pszSep = static_cast<const char*>(memchr(p, '=', static_cast<size_t>(pszEnd - p)));
+            if (pszSep == nullptr || pszSep - p < 2)
+                throw std::runtime_error("line without separator");
+            CLumsVarValue* pValue = new CLumsVarValue();
+            switch (*p)
+            {
+            case 'D':
+                *pValue = LumAtof(pszSep + 1);
+                break;
+            case 'L':
+                *pValue = static_cast<long>(LumAtol(pszSep + 1));
+                break;
+            case 'S':
+                pValue->SetString(pszSep + 1, static_cast<size_t>(pszEnd - pszSep - 1));
+                break;
+            default:
+                break;
+            }
+            std::string strName(p + 2, static_cast<size_t>(pszSep - p - 2));
+            p = pszEnd + 1;
+            SetValue(strName.c_str(), pValue);
+        }
+    });
+}

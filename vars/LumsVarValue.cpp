@@ -1,0 +1,300 @@
+#include <lumbasic/LumsVarValue.h>
+
+#include "core/LumFrame.h"
+#include "core/LumFreeList.h"
+
+#include <charconv>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <locale.h>
+#include <new>
+
+LUM_IMPLEMENT_RUNTIME(CLumsVarValue, CLumObject, nullptr)
+
+namespace
+{
+locale_t CLocale()
+{
+    static locale_t s_locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+    return s_locale;
+}
+
+bool IsLongLike(const CLumsVarValue& v)
+{
+    return v.GetType() == CLumsVarValue::VT_LONG || v.GetType() == CLumsVarValue::VT_EMPTY;
+}
+
+[[noreturn]] void RaiseStringOperator(const char* pszOperator)
+{
+    LumRaise(LUM_MSG_STRING_OPERATOR, pszOperator);
+}
+
+int32_t WrapLong(int64_t n)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(n)));
+}
+} // namespace
+
+void* CLumsVarValue::operator new(size_t n)
+{
+    return CLumFreeList<sizeof(CLumsVarValue)>::Alloc(n);
+}
+
+void CLumsVarValue::operator delete(void* p, size_t n) noexcept
+{
+    CLumFreeList<sizeof(CLumsVarValue)>::Free(p, n);
+}
+
+CLumsVarValue::~CLumsVarValue() = default;
+
+size_t LumFormatLong(char* pszBuffer, long n)
+{
+    std::to_chars_result r = std::to_chars(pszBuffer, pszBuffer + 23, n);
+    *r.ptr = '\0';
+    return static_cast<size_t>(r.ptr - pszBuffer);
+}
+
+size_t LumFormatDouble(char* pszBuffer, double d)
+{
+    std::to_chars_result r = std::to_chars(pszBuffer, pszBuffer + 399, d, std::chars_format::fixed, 6);
+    if (r.ec != std::errc())
+    {
+        strcpy(pszBuffer, "0.000000");
+        return 8;
+    }
+    *r.ptr = '\0';
+    return static_cast<size_t>(r.ptr - pszBuffer);
+}
+
+double LumAtof(const char* psz) noexcept
+{
+    return psz ? strtod_l(psz, nullptr, CLocale()) : 0.0;
+}
+
+int32_t LumAtol(const char* psz) noexcept
+{
+    if (psz == nullptr)
+        return 0;
+    long n = strtol_l(psz, nullptr, 10, CLocale());
+    if (n > std::numeric_limits<int32_t>::max())
+        return std::numeric_limits<int32_t>::max();
+    if (n < std::numeric_limits<int32_t>::min())
+        return std::numeric_limits<int32_t>::min();
+    return static_cast<int32_t>(n);
+}
+
+int32_t LumDoubleToLong(double d) noexcept
+{
+    if (std::isnan(d))
+        return 0;
+    if (d >= 2147483647.0)
+        return std::numeric_limits<int32_t>::max();
+    if (d <= -2147483648.0)
+        return std::numeric_limits<int32_t>::min();
+    return static_cast<int32_t>(d);
+}
+
+int32_t CLumsVarValue::GetLong() const noexcept
+{
+    switch (m_nType)
+    {
+    case VT_LONG:
+        return m_nLong;
+    case VT_DOUBLE:
+        return LumDoubleToLong(m_dDouble);
+    case VT_STRING:
+        return LumAtol(m_str.c_str());
+    default:
+        return 0;
+    }
+}
+
+double CLumsVarValue::GetDouble() const noexcept
+{
+    switch (m_nType)
+    {
+    case VT_LONG:
+        return m_nLong;
+    case VT_DOUBLE:
+        return m_dDouble;
+    case VT_STRING:
+        return LumAtof(m_str.c_str());
+    default:
+        return 0.0;
+    }
+}
+
+const char* CLumsVarValue::GetText() const
+{
+    char buffer[400];
+    switch (m_nType)
+    {
+    case VT_STRING:
+        return m_str.c_str();
+    case VT_LONG:
+        m_str.assign(buffer, LumFormatLong(buffer, m_nLong));
+        return m_str.c_str();
+    case VT_DOUBLE:
+        m_str.assign(buffer, LumFormatDouble(buffer, m_dDouble));
+        return m_str.c_str();
+    default:
+        m_str.clear();
+        return "";
+    }
+}
+
+size_t CLumsVarValue::GetTextLength() const
+{
+    GetText();
+    return m_nType == VT_EMPTY ? 0 : m_str.size();
+}
+
+std::string& CLumsVarValue::GetStringRef()
+{
+    if (m_nType != VT_STRING)
+    {
+        GetText();
+        m_nType = VT_STRING;
+    }
+    return m_str;
+}
+
+bool CLumsVarValue::IsTrue() const noexcept
+{
+    switch (m_nType)
+    {
+    case VT_LONG:
+        return m_nLong != 0;
+    case VT_DOUBLE:
+        return m_dDouble != 0.0;
+    case VT_STRING:
+        return !m_str.empty();
+    default:
+        return false;
+    }
+}
+
+int CLumsVarValue::Compare(const CLumsVarValue& l, const CLumsVarValue& r, const char* pszOperator)
+{
+    bool fLeftString = l.m_nType == VT_STRING;
+    bool fRightString = r.m_nType == VT_STRING;
+    if (fLeftString && fRightString)
+    {
+        int n = l.m_str.compare(r.m_str);
+        return n < 0 ? -1 : (n > 0 ? 1 : 0);
+    }
+    if (fLeftString || fRightString)
+        LumRaise(LUM_MSG_STRING_COMPARE, pszOperator);
+    if (IsLongLike(l) && IsLongLike(r))
+    {
+        int32_t a = l.GetLong(), b = r.GetLong();
+        return a < b ? -1 : (a > b ? 1 : 0);
+    }
+    double a = l.GetDouble(), b = r.GetDouble();
+    if (a < b)
+        return -1;
+    if (a > b)
+        return 1;
+    // NaN is neither less nor greater; it counts as unequal to everything.
+    return a == b ? 0 : 2;
+}
+
+int CLumsVarValue::operator==(const CLumsVarValue& r) const { return Compare(*this, r, "=") == 0; }
+int CLumsVarValue::operator!=(const CLumsVarValue& r) const { return Compare(*this, r, "<>") != 0; }
+int CLumsVarValue::operator<(const CLumsVarValue& r) const { return Compare(*this, r, "<") == -1; }
+int CLumsVarValue::operator<=(const CLumsVarValue& r) const
+{
+    int n = Compare(*this, r, "<=");
+    return n == -1 || n == 0;
+}
+int CLumsVarValue::operator>(const CLumsVarValue& r) const { return Compare(*this, r, ">") == 1; }
+int CLumsVarValue::operator>=(const CLumsVarValue& r) const
+{
+    int n = Compare(*this, r, ">=");
+    return n == 1 || n == 0;
+}
+
+void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
+{
+    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+    {
+        // Build aside first: `out` may be an operand.
+        std::string str;
+        const char* pszLeft = l.GetText();
+        size_t nLeft = l.GetTextLength();
+        const char* pszRight = r.GetText();
+        size_t nRight = r.GetTextLength();
+        str.reserve(nLeft + nRight);
+        str.append(pszLeft, nLeft).append(pszRight, nRight);
+        out.m_nType = VT_STRING;
+        out.m_str.swap(str);
+    }
+    else if (IsLongLike(l) && IsLongLike(r))
+        out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) + r.GetLong()));
+    else
+        out = l.GetDouble() + r.GetDouble();
+}
+
+void CLumsVarValue::Subtract(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
+{
+    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+        RaiseStringOperator("-");
+    if (IsLongLike(l) && IsLongLike(r))
+        out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) - r.GetLong()));
+    else
+        out = l.GetDouble() - r.GetDouble();
+}
+
+void CLumsVarValue::Multiply(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
+{
+    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+        RaiseStringOperator("*");
+    if (IsLongLike(l) && IsLongLike(r))
+        out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) * r.GetLong()));
+    else
+        out = l.GetDouble() * r.GetDouble();
+}
+
+void CLumsVarValue::Divide(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
+{
+    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+        RaiseStringOperator("/");
+    double dDivisor = r.GetDouble();
+    if (dDivisor == 0.0)
+        LumRaise(LUM_MSG_DIVISION_BY_ZERO);
+    out = l.GetDouble() / dDivisor;
+}
+
+CLumsVarValue& CLumsVarValue::operator+=(const CLumsVarValue& r)
+{
+    Add(*this, r, *this);
+    return *this;
+}
+
+CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r)
+{
+    CLumsVarValue v;
+    CLumsVarValue::Add(l, r, v);
+    return v;
+}
+CLumsVarValue operator-(const CLumsVarValue& l, const CLumsVarValue& r)
+{
+    CLumsVarValue v;
+    CLumsVarValue::Subtract(l, r, v);
+    return v;
+}
+CLumsVarValue operator*(const CLumsVarValue& l, const CLumsVarValue& r)
+{
+    CLumsVarValue v;
+    CLumsVarValue::Multiply(l, r, v);
+    return v;
+}
+CLumsVarValue operator/(const CLumsVarValue& l, const CLumsVarValue& r)
+{
+    CLumsVarValue v;
+    CLumsVarValue::Divide(l, r, v);
+    return v;
+}
