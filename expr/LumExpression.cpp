@@ -69,7 +69,9 @@ CLumTermNode* CLumExpression::ReadTree(int nDepth)
     return LumFrame(FILE_LABEL, "CLumExpression::ReadTree()", [&] {
         if (nDepth >= MAX_TREE_DEPTH)
             LumRaise(LUM_MSG_TREE_TOO_DEEP, MAX_TREE_DEPTH);
-        std::unique_ptr<CLumTermNode> pNode(new CLumTermNode());
+        // A failure in a son frees the sons read so far with the node.
+        auto destroyTree = [this](CLumTermNode* p) { destroy(p); };
+        std::unique_ptr<CLumTermNode, decltype(destroyTree)> pNode(new CLumTermNode(), destroyTree);
         pNode->Read(m_pFile);
         if (pNode->GetKind() == LBN_OPERATOR)
         {

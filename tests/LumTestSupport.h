@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -73,8 +74,11 @@ inline std::vector<std::string> RunImage(CLumBasic& basic, const std::vector<uin
     return {};
 }
 
-inline std::string Message(int id)
+// A catalogue text formatted as the library formats it.
+template <class... Args> std::string LumFormatForTest(const std::string& strFormat, Args... args)
 {
-    return LoadMessage(id);
+    char buffer[2048];
+    snprintf(buffer, sizeof buffer, strFormat.c_str(), args...);
+    return buffer;
 }
 } // namespace lumtest

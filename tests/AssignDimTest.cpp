@@ -1,0 +1,166 @@
+// Assignment and Dim: the type rules of names, function results, elements and locals.
+#include "tests/LumTestSupport.h"
+
+using namespace lumtest;
+
+namespace
+{
+struct FailureCase
+{
+    const char* m_pszName;
+    std::function<void(CLumImageWriter&)> m_body;
+    std::string m_strMessage;
+};
+
+void Computed(CLumImageWriter& w, const CLumTree& target, const CLumTree& value)
+{
+    w.Token(LBT_EQ);
+    w.Expression(target);
+    w.Expression(value);
+    w.Separator();
+}
+
+std::string Text(const CLumVariables& vars)
+{
+    std::string str;
+    vars.MakeString(&str);
+    return str;
+}
+} // namespace
+
+TEST(Assign, NamesDecideTheStoredType)
+{
+    CLumVariables vars;
+    CLumBasic basic(&vars, nullptr);
+    auto image = MainProgram([](CLumImageWriter& w) {
+        AssignName(w, "x", CLumTree::LongConst(1));
+        AssignName(w, "n%", CLumTree::DoubleConst("-1.75"));
+        AssignName(w, "s$", CLumTree::StringConst("t"));
+        Computed(w, CLumTree::Array("a$", {CLumTree::LongConst(2)}, true), CLumTree::StringConst("e"));
+        Computed(w, CLumTree::Array("m%", {CLumTree::LongConst(1), CLumTree::LongConst(3)}, true),
+                 CLumTree::LongConst(13));
+        Computed(w, CLumTree::Array("z", {CLumTree::LongConst(0)}, true), CLumTree::LongConst(9));
+        Computed(w, CLumTree::StringConst("q%"), CLumTree::LongConst(4));
+    });
+    EXPECT_TRUE(RunImage(basic, image).empty());
+    EXPECT_EQ(Text(vars), "D:x=1.000000\nL:n%=-1\nS:s$=t\nS:a$:2=e\nL:m%:1:3=13\nD:z=9.000000\nL:q%=4\n");
+}
+
+TEST(Assign, FailuresKeepTheTargetAsItWas)
+{
+    const FailureCase cases[] = {
+        {"number into a string variable", [](CLumImageWriter& w) { AssignName(w, "s$", CLumTree::LongConst(1)); },
+         "Der Stringvariablen s$ kann kein numerischer Wert zugewiesen werden."},
+        {"string into a number variable", [](CLumImageWriter& w) { AssignName(w, "x", CLumTree::StringConst("1")); },
+         "Der numerischen Variablen x kann kein String zugewiesen werden."},
+        {"numeric computed target",
+         [](CLumImageWriter& w) { Computed(w, CLumTree::LongConst(3), CLumTree::LongConst(1)); },
+         "Die linke Seite einer Zuweisung ist kein Variablenname, sondern eine numerische Konstante."},
+        {"target neither name nor expression",
+         [](CLumImageWriter& w) {
+             w.Token(LBT_ASSIGN);
+             w.Token(LBT_DIM);
+         },
+         "Es wird das Token LBT_EXPRESSION erwartet. Statt dessen wurde der Wert 283 gelesen."},
+        {"value missing",
+         [](CLumImageWriter& w) {
+             w.Token(LBT_ASSIGN);
+             w.Token(LBT_NAME);
+             w.CountedText("v");
+             w.Separator();
+         },
+         "Bei der Zuweisung zur Variablen v fehlt der Wert."},
+        {"string dimension",
+         [](CLumImageWriter& w) {
+             w.Token(LBT_DIM);
+             w.CountedText("a");
+             w.Expression(CLumTree::StringConst("10"));
+         },
+         "Die Dimension der Dim-Anweisung für a muß numerisch angegeben werden."},
+    };
+    for (const FailureCase& c : cases)
+    {
+        CLumVariables vars;
+        vars.SetValuesFromString("S:s$=old\nD:x=2.000000\n");
+        CLumBasic basic(&vars, nullptr);
+        std::vector<std::string> trail = RunImage(basic, MainProgram(c.m_body));
+        ASSERT_GE(trail.size(), 3u) << c.m_pszName;
+        EXPECT_EQ(trail[0], c.m_strMessage) << c.m_pszName;
+        EXPECT_EQ(trail[1], "LUMBASICCOMMAND") << c.m_pszName;
+        EXPECT_EQ(Text(vars), "S:s$=old\nD:x=2.000000\n") << c.m_pszName;
+    }
+}
+
+TEST(Assign, OutsideEveryProcedureIsRefused)
+{
+    CLumBasic basic;
+    CLumImageWriter w;
+    AssignName(w, "x", CLumTree::LongConst(1));
+    w.Terminator();
+    std::vector<std::string> trail = RunImage(basic, w.Finish());
+    ASSERT_FALSE(trail.empty());
+    EXPECT_EQ(trail[0], LoadMessage(57040));
+}
+
+TEST(Dim, LocalsOnlyFromDepthTwoAndTypedByKeywordOrName)
+{
+    CLumVariables vars;
+    CLumBasic basic(&vars, nullptr);
+    CLumImageWriter w;
+    CLumImageWriter::Label head = w.NewLabel();
+    Declare(w, "P", head);
+    Head(w, "Main");
+    w.Token(LBT_DIM); // plain at depth 1: nothing, the separator goes with it
+    w.CountedText("g");
+    w.Separator();
+    w.Token(LBT_CALL);
+    w.CountedText("P");
+    w.Separator();
+    EndProc(w);
+    w.Terminator();
+    w.Place(head);
+    Head(w, "P");
+    for (auto [pszName, wType] : {std::pair<const char*, unsigned short>{"a", LBT_TYPE_LONG},
+                                  {"b%", LBT_TYPE_DOUBLE}, {"c", LBT_TYPE_STRING}})
+    {
+        w.Token(LBT_DIM);
+        w.CountedText(pszName);
+        w.Token(LBT_AS);
+        w.Token(wType);
+    }
+    AssignName(w, "x%", CLumTree::LongConst(7)); // no local yet: global
+    w.Token(LBT_DIM);
+    w.CountedText("x%");
+    AssignName(w, "x%", CLumTree::LongConst(8)); // now the local
+    w.Token(LBT_DIM);
+    w.CountedText("s$");
+    w.Token(LBT_DIM);
+    w.CountedText("arr");
+    w.Expression(CLumTree::LongConst(10));
+    EndProc(w);
+    EXPECT_TRUE(RunImage(basic, w.Finish()).empty());
+    EXPECT_EQ(Text(vars), "L:@P@a=0\nD:@P@b%=0.000000\nS:@P@c=\nL:x%=7\nL:@P@x%=8\nS:@P@s$=\n");
+}
+
+TEST(Dim, MissingTypeAfterAsFails)
+{
+    CLumBasic basic;
+    CLumImageWriter w;
+    CLumImageWriter::Label head = w.NewLabel();
+    Declare(w, "P", head);
+    Head(w, "Main");
+    w.Token(LBT_CALL);
+    w.CountedText("P");
+    EndProc(w);
+    w.Terminator();
+    w.Place(head);
+    Head(w, "P");
+    w.Token(LBT_DIM);
+    w.CountedText("v");
+    w.Token(LBT_AS);
+    w.Token(LBT_SEPARATOR);
+    EndProc(w);
+    std::vector<std::string> trail = RunImage(basic, w.Finish());
+    ASSERT_FALSE(trail.empty());
+    EXPECT_EQ(trail[0], "Bei Dim v fehlt nach dem Schlüsselwort As die Typangabe.");
+}

@@ -1,0 +1,146 @@
+// The variable store: keys, null values, ownership and the text form.
+#include <lumbasic/LumVariables.h>
+#include <lumbasic/LumsException.h>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+std::string Text(const CLumVariables& vars)
+{
+    std::string str;
+    vars.MakeString(&str);
+    return str;
+}
+} // namespace
+
+TEST(Variables, TextFormRoundTripsEveryType)
+{
+    CLumVariables vars;
+    const char* pszText = "S:name$=a=b c\r\nL:n%=-12\nD:x=1.500000\nS:@P@s$=\nL:a%:3:2=7\n";
+    vars.SetValuesFromString(pszText);
+    EXPECT_EQ(Text(vars), pszText);
+    EXPECT_EQ(vars.GetValue("name$", nullptr)->GetText(), std::string("a=b c\r"));
+    long aIndices[6] = {3, 2};
+    EXPECT_EQ(vars.GetValue("a%", aIndices)->GetLong(), 7);
+    EXPECT_EQ(Text(CLumVariables()), "");
+}
+
+TEST(Variables, TypeComesFromTheLineNotTheName)
+{
+    CLumVariables vars;
+    vars.SetValuesFromString("L:total=3\nD:count%=2.75\nX:odd=1\n");
+    EXPECT_EQ(vars.GetValue("total", nullptr)->GetType(), CLumsVarValue::VT_LONG);
+    EXPECT_EQ(vars.GetValue("count%", nullptr)->GetType(), CLumsVarValue::VT_DOUBLE);
+    // An unknown type letter stores an empty value, which the text form leaves out.
+    EXPECT_EQ(vars.GetValue("odd", nullptr)->GetType(), CLumsVarValue::VT_EMPTY);
+    EXPECT_EQ(Text(vars), "L:total=3\nD:count%=2.750000\n");
+}
+
+TEST(Variables, BadTextKeepsEarlierLinesAndFailsWithTheFrame)
+{
+    struct Case
+    {
+        const char* m_pszText;
+        const char* m_pszKept;
+    };
+    const Case cases[] = {
+        {"L:a%=1\nL:b%=2", "L:a%=1\n"},      // last line without newline
+        {"L:a%=1\nnothing here\n", "L:a%=1\n"}, // line without "="
+    };
+    for (const Case& c : cases)
+    {
+        CLumVariables vars;
+        try
+        {
+            vars.SetValuesFromString(c.m_pszText);
+            ADD_FAILURE() << "no failure for " << c.m_pszText;
+        }
+        catch (const CLumsException& e)
+        {
+            std::vector<std::string> expected = {"In der Funktion ist ein unerwarteter Fehler aufgetreten.",
+                                                 "LUMEXPRESSION", "CLumVariables::SetValuesFromString()"};
+            EXPECT_EQ(e.GetTrail(), expected);
+        }
+        EXPECT_EQ(Text(vars), c.m_pszKept);
+    }
+}
+
+TEST(Variables, UndefinedNamesGiveTypedNullValuesWithoutEntries)
+{
+    CLumVariables vars;
+    EXPECT_EQ(vars.GetValue("s$", nullptr)->GetType(), CLumsVarValue::VT_STRING);
+    EXPECT_EQ(vars.GetValue("n%", nullptr)->GetType(), CLumsVarValue::VT_LONG);
+    EXPECT_EQ(vars.GetValue("x", nullptr)->GetType(), CLumsVarValue::VT_DOUBLE);
+    long aIndices[6] = {4};
+    // The type character is that of the base name, not of the composed key.
+    EXPECT_EQ(vars.GetValue("s$", aIndices)->GetType(), CLumsVarValue::VT_STRING);
+    EXPECT_EQ(vars.GetValue("s$:4", nullptr)->GetType(), CLumsVarValue::VT_DOUBLE);
+    EXPECT_EQ(vars.GetCount(), 0u);
+}
+
+TEST(Variables, IndexListEndsAtZeroOrAfterSix)
+{
+    CLumVariables vars;
+    vars.SetValue("a:3", new CLumsVarValue(1L));
+    vars.SetValue("a", new CLumsVarValue(2L));
+    vars.SetValue("b:1:2:3:4:5:6", new CLumsVarValue(3L));
+    long aZeroInside[6] = {3, 0, 5};
+    long aZeroFirst[6] = {0, 7};
+    long aSeven[7] = {1, 2, 3, 4, 5, 6, 7};
+    long aNegative[6] = {-2};
+    EXPECT_EQ(vars.GetValue("a", aZeroInside)->GetLong(), 1);
+    EXPECT_EQ(vars.GetValue("a", aZeroFirst)->GetLong(), 2);
+    EXPECT_EQ(vars.GetValue("b", aSeven)->GetLong(), 3);
+    EXPECT_EQ(vars.IsDefined("a", aNegative), 0);
+    vars.SetValue("a:-2", new CLumsVarValue(4L));
+    EXPECT_EQ(vars.IsDefined("a", aNegative), 1);
+}
+
+TEST(Variables, SetValueOwnsAndReplaces)
+{
+    CLumVariables vars;
+    CLumsVarValue* pFirst = new CLumsVarValue(1L);
+    vars.SetValue("x%", pFirst);
+    vars.SetValue("x%", pFirst); // the same pointer stays valid
+    *pFirst = 5L;
+    EXPECT_EQ(vars.GetValue("x%", nullptr)->GetLong(), 5);
+    vars.SetValue("x%", new CLumsVarValue(6L)); // the old one is freed (checked by the sanitizer build)
+    EXPECT_EQ(vars.GetValue("x%", nullptr)->GetLong(), 6);
+    CLumsVarValue dimension(10L);
+    vars.SetDimension("a%", &dimension);
+    EXPECT_EQ(vars.GetCount(), 1u);
+}
+
+TEST(Variables, AssignmentMergesDeepCopies)
+{
+    CLumVariables target, source;
+    target.SetValuesFromString("L:keep%=1\nL:both%=2\n");
+    source.SetValuesFromString("L:both%=20\nS:new$=n\n");
+    target = source;
+    source.SetValuesFromString("L:both%=99\n");
+    EXPECT_EQ(target.GetValue("keep%", nullptr)->GetLong(), 1);
+    EXPECT_EQ(target.GetValue("both%", nullptr)->GetLong(), 20);
+    EXPECT_STREQ(target.GetValue("new$", nullptr)->GetText(), "n");
+    target = target;
+    EXPECT_EQ(target.GetCount(), 3u);
+    CLumVariables copy(target);
+    EXPECT_EQ(Text(copy), Text(target));
+}
+
+TEST(Variables, ManyElementsStayReachable)
+{
+    CLumVariables vars;
+    for (long i = 1; i <= 20000; ++i)
+    {
+        long aIndices[6] = {i};
+        char key[CLumVariables::MAX_KEY + 1];
+        CLumVariables::MakeName(key, "a%", aIndices);
+        vars.SetValue(key, new CLumsVarValue(i * 2));
+    }
+    for (long i = 1; i <= 20000; i += 997)
+    {
+        long aIndices[6] = {i};
+        EXPECT_EQ(vars.GetValue("a%", aIndices)->GetLong(), i * 2);
+    }
+}
