@@ -12,14 +12,13 @@ template <size_t SIZE> class CLumFreeList
 public:
     static void* Alloc(size_t n)
     {
-        Head& head = t_cHead;
-        if (n == SIZE && head.m_p != nullptr)
+        if (n == SIZE && t_pHead != nullptr)
         {
-            void* p = head.m_p;
-            head.m_p = *static_cast<void**>(p);
+            void* p = t_pHead;
+            t_pHead = *static_cast<void**>(p);
             return p;
         }
-        return ::operator new(n);
+        return AllocSlow(n);
     }
 
     static void Free(void* p, size_t n) noexcept
@@ -31,26 +30,34 @@ public:
             ::operator delete(p);
             return;
         }
-        Head& head = t_cHead;
-        *static_cast<void**>(p) = head.m_p;
-        head.m_p = p;
+        *static_cast<void**>(p) = t_pHead;
+        t_pHead = p;
     }
 
 private:
-    struct Head
+    // Frees what the list still holds when its thread ends. It lives apart from the
+    // head, so that the fast path reads a plain pointer with no initialisation check.
+    struct Reaper
     {
-        void* m_p = nullptr;
-        ~Head()
+        ~Reaper()
         {
-            while (m_p != nullptr)
+            while (t_pHead != nullptr)
             {
-                void* pNext = *static_cast<void**>(m_p);
-                ::operator delete(m_p);
-                m_p = pNext;
+                void* pNext = *static_cast<void**>(t_pHead);
+                ::operator delete(t_pHead);
+                t_pHead = pNext;
             }
         }
     };
-    static thread_local Head t_cHead;
+
+    static void* AllocSlow(size_t n)
+    {
+        static thread_local Reaper s_cReaper;
+        (void)&s_cReaper;
+        return ::operator new(n);
+    }
+
+    static thread_local void* t_pHead;
 };
 
-template <size_t SIZE> thread_local typename CLumFreeList<SIZE>::Head CLumFreeList<SIZE>::t_cHead;
+template <size_t SIZE> thread_local void* CLumFreeList<SIZE>::t_pHead = nullptr;

@@ -27,10 +27,22 @@ public:
     explicit CLumsVarValue(int n) noexcept : m_nType(VT_LONG), m_nLong(n) {}
     explicit CLumsVarValue(double d) noexcept : m_nType(VT_DOUBLE), m_dDouble(d) {}
     explicit CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0), m_str(psz ? psz : "") {}
-    CLumsVarValue(const CLumsVarValue& src) = default;
+    // Copies skip the text cache of a number: copies happen at every variable read.
+    CLumsVarValue(const CLumsVarValue& src) : CLumObject(), m_nType(src.m_nType), m_dDouble(src.m_dDouble)
+    {
+        if (src.m_nType == VT_STRING)
+            m_str = src.m_str;
+    }
     ~CLumsVarValue() override;
 
-    CLumsVarValue& operator=(const CLumsVarValue& src) = default;
+    CLumsVarValue& operator=(const CLumsVarValue& src)
+    {
+        if (src.m_nType == VT_STRING)
+            m_str = src.m_str;
+        m_nType = src.m_nType;
+        m_dDouble = src.m_dDouble;
+        return *this;
+    }
     // A long is 32 bits: a wider number keeps its low 32 bits.
     CLumsVarValue& operator=(long n) noexcept
     {
