@@ -6,6 +6,8 @@
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
 
+#include <lumbasic/LumMessageBox.h>
+
 #include <cstring>
 #include <memory>
 
@@ -127,49 +129,235 @@ int CLumBasic::Dim()
     });
 }
 
-// FIXME: branches, loops and the message statement are not built yet; their tokens
-// fail cleanly until they are.
+namespace
+{
+// Open If and For records at most. A program never nests this deep; a damaged image
+// whose Next jumps back onto its For, or a procedure left from inside an If on every
+// pass of a loop, would otherwise grow the stack without end.
+const int MAX_OPEN_COMMANDS = 100000;
+
+// A skip that the compiler always stores forward (If, Else, While); a backward one
+// could only come from a damaged image and would make the statement spin on itself.
+void CheckForward(long nSkip, unsigned short wToken)
+{
+    if (nSkip < 0)
+        LumRaise(LUM_MSG_BAD_SKIP, static_cast<unsigned>(wToken));
+}
+
+// Evaluates the condition tree behind the skip; `nMissing` is the message when there is none.
+bool Condition(CLumBasicFile* pQuelle, CLumVariables* pVariables, CLumBasic* pBasic, int nMissing)
+{
+    if (pQuelle->GetToken() != LBT_EXPRESSION)
+        LumRaise(nMissing);
+    CLumExpression cCondition(pQuelle, pVariables, pBasic);
+    ValuePtr pValue(cCondition.Auswerten());
+    return pValue->IsTrue();
+}
+
+// The store's shared null values stand in for variables that do not exist; they must
+// never be changed or handed to the store.
+bool IsSharedNull(const CLumsVarValue* pValue)
+{
+    return pValue == nullptr || pValue == CLumVariables::GetNullValue("$") ||
+           pValue == CLumVariables::GetNullValue("%") || pValue == CLumVariables::GetNullValue("");
+}
+
+// Takes the record over and pushes it.
+void PushCommand(CLumCmdStack& stack, CmdData* pCmd)
+{
+    std::unique_ptr<CmdData> pOwned(pCmd);
+    if (stack.GetCount() >= MAX_OPEN_COMMANDS)
+        LumRaise(LUM_MSG_TOO_MANY_OPEN, MAX_OPEN_COMMANDS);
+    stack.Push(pOwned.get());
+    pOwned.release();
+}
+} // namespace
+
 int CLumBasic::If()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_IF));
+    return LumFrame(FILE_LABEL, "CLumBasic::If()",
+                    [&]
+                    {
+                        long nSkip = m_pQuelle->GetDWord();
+                        CheckForward(nSkip, LBT_IF);
+                        std::unique_ptr<CmdData> pCmd(new CmdData());
+                        pCmd->m_nKind = 0;
+                        pCmd->m_fCondition =
+                            Condition(m_pQuelle, m_pVariables, this, LUM_MSG_IF_NO_CONDITION);
+                        int fCondition = pCmd->m_fCondition;
+                        PushCommand(m_cCmdStack, pCmd.release());
+                        if (!fCondition)
+                            m_pQuelle->Seek(nSkip, 1);
+                        return 0;
+                    });
 }
+
 int CLumBasic::Else()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ELSE));
+    return LumFrame(FILE_LABEL, "CLumBasic::Else()",
+                    [&]
+                    {
+                        long nSkip = m_pQuelle->GetDWord();
+                        CheckForward(nSkip, LBT_ELSE);
+                        if (m_cCmdStack.IsEmpty() || m_cCmdStack.Top()->m_nKind != 0)
+                            LumRaise(LUM_MSG_ELSE_NO_IF);
+                        // The record stays: EndIf, where both branches meet, removes it.
+                        if (m_cCmdStack.Top()->m_fCondition)
+                            m_pQuelle->Seek(nSkip, 1);
+                        return 0;
+                    });
 }
+
 int CLumBasic::EndIf()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ENDIF));
+    return LumFrame(FILE_LABEL, "CLumBasic::EndIf()",
+                    [&]
+                    {
+                        delete m_cCmdStack.Pop();
+                        return 0;
+                    });
 }
+
 int CLumBasic::For()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_FOR));
+    return LumFrame(FILE_LABEL, "CLumBasic::For()",
+                    [&]
+                    {
+                        const char* pszName = m_pQuelle->GetCountedText();
+                        CLumExpression cExpression(m_pQuelle, m_pVariables, this);
+                        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
+                            LumRaise(LUM_MSG_FOR_NO_START);
+                        SetVar(pszName, cExpression.Auswerten());
+                        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
+                            LumRaise(LUM_MSG_FOR_NO_END);
+                        // End and step are taken once, after the counter has its start value.
+                        std::unique_ptr<CmdData> pCmd(new CmdData());
+                        pCmd->m_nKind = 1;
+                        pCmd->m_pszVarName = pszName;
+                        pCmd->m_pEndValue = cExpression.Auswerten();
+                        if (m_pQuelle->GetToken() == LBT_EXPRESSION)
+                            pCmd->m_pStepValue = cExpression.Auswerten();
+                        else
+                        {
+                            m_pQuelle->Seek(-2, 1);
+                            pCmd->m_pStepValue = new CLumsVarValue(1L);
+                        }
+                        PushCommand(m_cCmdStack, pCmd.release());
+                        return 0;
+                    });
 }
+
 int CLumBasic::Next()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_NEXT));
+    return LumFrame(FILE_LABEL, "CLumBasic::Next()",
+                    [&]
+                    {
+                        long nSkip = m_pQuelle->GetDWord();
+                        if (m_cCmdStack.IsEmpty())
+                            LumRaise(LUM_MSG_NEXT_NO_FOR);
+                        CmdData* pCmd = m_cCmdStack.Top();
+                        if (pCmd->m_nKind != 1)
+                            LumRaise(LUM_MSG_BAD_NESTING);
+                        // The stored object itself, so that a change by the loop body counts.
+                        CLumsVarValue* pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+                        if (IsSharedNull(pCounter))
+                        {
+                            // The counter is not visible here (the loop was opened in another
+                            // procedure): it starts anew from the null value in this scope.
+                            SetVar(pCmd->m_pszVarName,
+                                   new CLumsVarValue(*CLumVariables::GetNullValue(pCmd->m_pszVarName)));
+                            pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+                        }
+                        *pCounter += *pCmd->m_pStepValue;
+                        bool fEnded = pCmd->m_pStepValue->GetDouble() < 0 ? *pCounter < *pCmd->m_pEndValue
+                                                                          : *pCounter > *pCmd->m_pEndValue;
+                        if (fEnded)
+                        {
+                            // The last increment stays in the store, with no change notice.
+                            delete m_cCmdStack.Pop();
+                            return 0;
+                        }
+                        SetVar(pCmd->m_pszVarName, pCounter);
+                        m_pQuelle->Seek(nSkip, 1);
+                        return 0;
+                    });
 }
+
 int CLumBasic::While()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_WHILE));
+    return LumFrame(FILE_LABEL, "CLumBasic::While()",
+                    [&]
+                    {
+                        long nSkip = m_pQuelle->GetDWord();
+                        CheckForward(nSkip, LBT_WHILE);
+                        if (!Condition(m_pQuelle, m_pVariables, this, LUM_MSG_WHILE_NO_EXPRESSION))
+                            m_pQuelle->Seek(nSkip, 1);
+                        return 0;
+                    });
 }
+
 int CLumBasic::Wend()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_WEND));
+    return LumFrame(FILE_LABEL, "CLumBasic::Wend()",
+                    [&]
+                    {
+                        long nSkip = m_pQuelle->GetDWord();
+                        m_pQuelle->Seek(nSkip, 1);
+                        // Wend goes back to its While, which tests anew; landing anywhere else could
+                        // only be a damaged image, and could turn into a loop that tests nothing.
+                        if (m_pQuelle->PeekToken() != LBT_WHILE)
+                            LumRaise(LUM_MSG_BAD_SKIP, static_cast<unsigned>(LBT_WEND));
+                        return 0;
+                    });
 }
+
 int CLumBasic::DoLoop()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_DO));
+    // The whole logic of a Do loop stands in Loop.
+    return 0;
 }
+
 int CLumBasic::Loop()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_LOOP));
+    return LumFrame(FILE_LABEL, "CLumBasic::Loop()",
+                    [&]
+                    {
+                        unsigned short wKind = m_pQuelle->GetToken();
+                        long nSkip = m_pQuelle->GetDWord();
+                        bool fTrue = Condition(m_pQuelle, m_pVariables, this, LUM_MSG_LOOP_NO_EXPRESSION);
+                        // Loop While goes on while the condition holds; every other kind is Until.
+                        if (fTrue == (wKind == LBT_WHILE))
+                            m_pQuelle->Seek(nSkip, 1);
+                        return 0;
+                    });
 }
+
 int CLumBasic::ShowMessage()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_SHOWMESSAGE));
+    return LumFrame(FILE_LABEL, "CLumBasic::ShowMessage()",
+                    [&]
+                    {
+                        delete ShowMessageFct();
+                        return 0;
+                    });
 }
+
 CLumsVarValue* CLumBasic::ShowMessageFct()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_SHOWMESSAGE));
+    return LumFrame("LUMBASICOFLFUNCTION", "CLumBasic::ShowMessageFct",
+                    [&]
+                    {
+                        ValuePtr pCaption(GetArg(AT_STRING, 1));
+                        std::string strCaption = pCaption->GetText();
+                        pCaption.reset();
+                        ValuePtr pText(GetArg(AT_STRING, 2));
+                        std::string strText = pText->GetText();
+                        pText.reset();
+                        ValuePtr pStyle(GetArg(AT_LONG, 3));
+                        long nStyle = pStyle->GetLong();
+                        pStyle.reset();
+                        ValuePtr pAnswer(new CLumsVarValue(
+                            static_cast<long>(LumMessageBox(strText.c_str(), strCaption.c_str(), nStyle))));
+                        return pAnswer.release();
+                    });
 }
