@@ -1,46 +1,240 @@
-// Built-in functions that yield numbers.
+// Built-in functions that yield numbers. Each works in the value that GetArg gave
+// where it can, so a call costs no allocation beyond its argument.
+//
+// The empty value (a constant of unknown type) reaches AT_NUMBER functions; it
+// behaves as the long 0 here as it does in arithmetic.
 #include "expr/LumExpression.h"
 
 #include "core/LumFrame.h"
+#include "expr/LumText.h"
 
-// FIXME: the numeric built-ins are not built yet; their tokens fail cleanly until they are.
+#include <cmath>
+#include <cstdlib>
+
+namespace
+{
+const char* const FILE_LABEL = "LUMBASICNUMFUNCTION";
+
+const double ROUND_EPS = 0.001;
+const double ROUND_BASE = 10.0;
+const double ROUND_HALF = 0.5;
+const int ROUND_DEFAULT_DIGITS = 2;
+const int ROUND_DEFAULT_MODE = 4;
+
+bool IsDouble(const CLumsVarValue& value)
+{
+    return value.GetType() == CLumsVarValue::VT_DOUBLE;
+}
+
+// 10 to the power of n by squaring, in exactly this order of operations: above
+// 10^22 the result depends on it, and rounded amounts must match to the last bit.
+double Power(unsigned long long nExponent)
+{
+    double p = 1.0;
+    double base = ROUND_BASE;
+    while (nExponent != 0)
+    {
+        if (nExponent & 1)
+            p *= base;
+        nExponent >>= 1;
+        if (nExponent != 0)
+            base *= base;
+    }
+    return p;
+}
+
+// Forces the rounding of a product to double: a fused multiply-add of the product
+// with the tolerance would skip it and move results in the last place.
+double RoundedToDouble(double d)
+{
+    volatile double v = d;
+    return v;
+}
+} // namespace
+
 CLumsVarValue* CLumExpression::Abs()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ABS));
+    return LumFrame(FILE_LABEL, "CLumExpression::Abs()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+                        if (IsDouble(*pValue))
+                            *pValue = fabs(pValue->GetDouble());
+                        else
+                            *pValue = labs(static_cast<long>(pValue->GetLong()));
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Sgn()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_SGN));
+    return LumFrame(FILE_LABEL, "CLumExpression::Sgn()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+                        if (IsDouble(*pValue))
+                        {
+                            double d = pValue->GetDouble();
+                            *pValue = d < 0.0 ? -1.0 : (d > 0.0 ? 1.0 : d);
+                        }
+                        else
+                        {
+                            long n = pValue->GetLong();
+                            *pValue = n < 0 ? -1L : (n > 0 ? 1L : 0L);
+                        }
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Asc()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ASC));
+    return LumFrame(FILE_LABEL, "CLumExpression::Asc()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+                        // The byte is signed: 0x80 and above give negative codes.
+                        *pValue = static_cast<long>(static_cast<signed char>(pValue->GetText()[0]));
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Len()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_LEN));
+    return LumFrame(FILE_LABEL, "CLumExpression::Len()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+                        *pValue = static_cast<long>(LumTextView(*pValue).size());
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Val()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_VAL));
+    return LumFrame(FILE_LABEL, "CLumExpression::Val()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+                        *pValue = LumAtof(pValue->GetText());
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Fix()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_FIX));
+    return LumFrame(FILE_LABEL, "CLumExpression::Fix()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+                        if (IsDouble(*pValue))
+                        {
+                            double d = pValue->GetDouble();
+                            *pValue = d >= 0.0 ? floor(d) : ceil(d);
+                        }
+                        else
+                            *pValue = static_cast<long>(pValue->GetLong());
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Frac()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_FRAC));
+    return LumFrame(FILE_LABEL, "CLumExpression::Frac()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+                        // A long passes unchanged: it is not a whole part with a fraction of 0.
+                        if (IsDouble(*pValue))
+                        {
+                            double d = pValue->GetDouble();
+                            *pValue = d - (d >= 0.0 ? floor(d) : ceil(d));
+                        }
+                        else
+                            *pValue = static_cast<long>(pValue->GetLong());
+                        return pValue.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::InStr()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_INSTR));
+    return LumFrame(FILE_LABEL, "CLumExpression::InStr()",
+                    [&]
+                    {
+                        LumValuePtr pText(GetArg(CLumBasic::AT_STRING, 1));
+                        LumValuePtr pSearch(GetArg(CLumBasic::AT_STRING, 2));
+                        size_t nPos = LumTextView(*pText).find(LumTextView(*pSearch));
+                        *pText = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
+                        return pText.release();
+                    });
 }
+
 CLumsVarValue* CLumExpression::Round()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ROUND));
+    return LumFrame(FILE_LABEL, "CLumExpression::Round()",
+                    [&]
+                    {
+                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+                        double x = pValue->GetDouble();
+                        int nDigits = ROUND_DEFAULT_DIGITS;
+                        int nMode = ROUND_DEFAULT_MODE;
+                        if (HasArg())
+                        {
+                            LumValuePtr pDigits(GetArg(CLumBasic::AT_NUMBER, 2));
+                            nDigits = pDigits->GetLong();
+                            if (HasArg())
+                            {
+                                LumValuePtr pMode(GetArg(CLumBasic::AT_NUMBER, 3));
+                                nMode = pMode->GetLong();
+                            }
+                        }
+                        *pValue = DoubleRound(x, nMode, nDigits);
+                        return pValue.release();
+                    });
 }
-double CLumExpression::DoubleRound(double, int, int)
+
+double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_ROUND));
+    return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()",
+                            [&]
+                            {
+                                // Widened, so that the extreme digit counts neither overflow nor negate
+                                // badly.
+                                long long nWide = nDigits;
+                                double eps = ROUND_EPS;
+                                if (nWide < -2)
+                                    eps = ROUND_EPS / Power(static_cast<unsigned long long>(-2 - nWide));
+                                double p = Power(static_cast<unsigned long long>(nWide < 0 ? -nWide : nWide));
+                                double y = x;
+                                if (nWide > 0)
+                                    y = RoundedToDouble(x * p);
+                                else if (nWide < 0)
+                                    y = x / p;
+                                double s = y >= 0.0 ? 1.0 : -1.0;
+                                double r;
+                                switch (nMode)
+                                {
+                                case 0:
+                                    r = floor(y + eps);
+                                    break;
+                                case 1:
+                                    r = ceil(y - eps);
+                                    break;
+                                case 2:
+                                    r = s * floor(fabs(y) + ROUND_HALF + eps);
+                                    break;
+                                case 3:
+                                    r = s * floor(fabs(y) + eps);
+                                    break;
+                                case 4:
+                                    r = s * ceil(fabs(y) - eps);
+                                    break;
+                                default:
+                                    return 0.0;
+                                }
+                                if (nWide > 0)
+                                    return r / p;
+                                if (nWide < 0)
+                                    return r * p;
+                                return r;
+                            });
 }
