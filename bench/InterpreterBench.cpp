@@ -1,98 +1,72 @@
-// Hot paths of the interpreter: evaluation, procedure calls, variable access.
+// Hot paths of the interpreter: evaluation, procedure calls, variable access. The
+// programs loop, as real ones do, so that each statement runs many times per image.
 #include <lumbasic/LumBasic.h>
 
-#include "tools/imagewriter/LumImageWriter.h"
+#include "tests/LumProgramBuilder.h"
 
 #include <benchmark/benchmark.h>
 
+using namespace lumtest;
+
 namespace
 {
-const int STATEMENTS = 100;
+const int PASSES = 1000;
 
-// Sub Main, then `nCount` copies of what `statement` writes, then End Sub.
-template <class Statement>
-std::vector<uint8_t> MainImage(int nCount, Statement statement, CLumImageWriter& w)
-{
-    w.Token(LBT_SUB);
-    w.CountedText("Main");
-    w.EmptyCountedText();
-    for (int i = 0; i < nCount; ++i)
-        statement(w);
-    w.Token(LBT_END);
-    w.Token(LBT_SUB);
-    w.Terminator();
-    return w.Finish();
-}
-
-void Assign(CLumImageWriter& w, const char* pszName, const CLumTree& value)
-{
-    w.Token(LBT_ASSIGN);
-    w.Token(LBT_NAME);
-    w.CountedText(pszName);
-    w.Expression(value);
-    w.Separator();
-}
-
-// x = (a + b%) * c - d / 2 over variables of the store.
+// x = (a + b%) * c - d / 2 over variables of the store, in a loop.
 void BM_EvaluateOperatorTree(benchmark::State& state)
 {
-    CLumTree tree = CLumTree::Operator(
-        LBT_MINUS,
-        CLumTree::Operator(LBT_MUL, CLumTree::Operator(LBT_PLUS, CLumTree::Variable("a"), CLumTree::Variable("b%")),
-                           CLumTree::Variable("c")),
-        CLumTree::Operator(LBT_DIV, CLumTree::Variable("d"), CLumTree::LongConst(2)));
-    CLumImageWriter w;
-    std::vector<uint8_t> image = MainImage(STATEMENTS, [&](CLumImageWriter& iw) { Assign(iw, "x", tree); }, w);
+    CLumTree tree = Op(LBT_MINUS, Op(LBT_MUL, Op(LBT_PLUS, V("a"), V("b%")), V("c")), Op(LBT_DIV, V("d"), L(2)));
+    std::vector<uint8_t> image = MainImage([&](CLumProgram& p) {
+        p.For("i%", L(1), L(PASSES));
+        p.Assign("x", tree);
+        p.Next();
+    });
     CLumVariables cVariables;
     cVariables.SetValuesFromString("D:a=1.5\nL:b%=2\nD:c=3.25\nD:d=8\n");
     CLumBasic cBasic(&cVariables, nullptr);
     for (auto _ : state)
         cBasic.DoMemory(image.data(), image.size());
-    state.SetItemsProcessed(state.iterations() * STATEMENTS);
+    state.SetItemsProcessed(state.iterations() * PASSES);
 }
 BENCHMARK(BM_EvaluateOperatorTree);
 
-// Call P(1, x) where P has two parameters and returns at once.
+// Call P(1, x) where P has two parameters and returns at once, in a loop.
 void BM_ProcedureCallTwoParameters(benchmark::State& state)
 {
-    CLumImageWriter w;
-    CLumImageWriter::Label proc = w.NewLabel();
-    w.Token(LBT_DECLARE);
-    w.Word(0);
-    w.Word(0);
-    w.ProcOffset(proc);
-    w.CountedText("P");
-    w.CountedText("Sub P(a, b%)");
-    w.Separator();
-    CLumImageWriter body;
     std::vector<uint8_t> image;
-    w.Token(LBT_SUB);
-    w.CountedText("Main");
-    w.EmptyCountedText();
-    for (int i = 0; i < STATEMENTS; ++i)
     {
-        w.Token(LBT_CALL);
-        w.CountedText("P");
-        w.Expression(CLumTree::LongConst(1));
-        w.Expression(CLumTree::Variable("x"));
-        w.Separator();
+        CLumProgram p;
+        p.Declare("P");
+        p.Sub("Main");
+        p.For("i%", L(1), L(PASSES));
+        p.Call("P", {L(1), V("x")});
+        p.Next();
+        p.End();
+        p.Terminator();
+        p.Sub("P", "a:b%");
+        p.End();
+        image = p.Finish();
     }
-    w.Token(LBT_END);
-    w.Token(LBT_SUB);
-    w.Terminator();
-    w.Place(proc);
-    w.Token(LBT_SUB);
-    w.CountedText("P");
-    w.CountedText("a:b%");
-    w.Token(LBT_END);
-    w.Token(LBT_SUB);
-    image = w.Finish();
     CLumBasic cBasic;
     for (auto _ : state)
         cBasic.DoMemory(image.data(), image.size());
-    state.SetItemsProcessed(state.iterations() * STATEMENTS);
+    state.SetItemsProcessed(state.iterations() * PASSES);
 }
 BENCHMARK(BM_ProcedureCallTwoParameters);
+
+// An empty loop: what one For/Next pass costs on its own.
+void BM_EmptyLoop(benchmark::State& state)
+{
+    std::vector<uint8_t> image = MainImage([&](CLumProgram& p) {
+        p.For("i%", L(1), L(PASSES));
+        p.Next();
+    });
+    CLumBasic cBasic;
+    for (auto _ : state)
+        cBasic.DoMemory(image.data(), image.size());
+    state.SetItemsProcessed(state.iterations() * PASSES);
+}
+BENCHMARK(BM_EmptyLoop);
 
 // Reading elements of an array of 100,000 entries.
 void BM_StoreWithManyElements(benchmark::State& state)
@@ -111,7 +85,7 @@ void BM_StoreWithManyElements(benchmark::State& state)
     {
         long aIndices[6] = {i};
         benchmark::DoNotOptimize(cVariables.GetValue("a%", aIndices));
-        i = i % nCount + 7919 % nCount;
+        i = (i + 7919) % nCount + 1;
     }
 }
 BENCHMARK(BM_StoreWithManyElements);

@@ -1,6 +1,7 @@
 #include <lumbasic/LumBasicFile.h>
 
 #include "core/LumFrame.h"
+#include "expr/LumTreeCache.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -101,6 +102,7 @@ void CLumBasicFile::Register()
 
 CLumBasicFile::~CLumBasicFile()
 {
+    delete m_pTreeCache;
     if (m_pImage)
     {
         auto it = std::find(t_aImages.begin(), t_aImages.end(), m_pImage.get());
@@ -111,6 +113,13 @@ CLumBasicFile::~CLumBasicFile()
     }
     if (m_fOwnBuffer)
         delete[] m_pBase;
+}
+
+CLumTreeCache& CLumBasicFile::GetTreeCache()
+{
+    if (m_pTreeCache == nullptr)
+        m_pTreeCache = new CLumTreeCache();
+    return *m_pTreeCache;
 }
 
 void CLumBasicFile::FindRegion()

@@ -3,6 +3,7 @@
 #include "core/LumDepthGuard.h"
 #include "core/LumFrame.h"
 #include "core/LumFreeList.h"
+#include "expr/LumTreeCache.h"
 
 #include <cstring>
 #include <memory>
@@ -50,13 +51,55 @@ int CLumTermNode::Read(CLumBasicFile* pFile)
     return LumFrame(FILE_LABEL, "CLumTermNode::Read()", [&] {
         m_pHead = static_cast<const unsigned char*>(pFile->GetPtr(4));
         m_pData = static_cast<const unsigned char*>(pFile->GetPtr(GetDataLength()));
+        Prepare();
         return 1;
     });
 }
 
+void CLumTermNode::Prepare()
+{
+    size_t nLength = GetDataLength();
+    switch (GetKind())
+    {
+    case LBN_CONSTANT:
+        switch (GetDataWord(0))
+        {
+        case LBN_CONST_DOUBLE:
+            TextLength(m_pData + 2, nLength - 2);
+            m_cConstant = LumAtof(reinterpret_cast<const char*>(m_pData + 2));
+            break;
+        case LBN_CONST_LONG:
+            if (nLength < 6)
+                LumRaise(LUM_MSG_IMAGE_DAMAGED, -1L);
+            m_cConstant = static_cast<long>(static_cast<int32_t>(
+                static_cast<uint32_t>(m_pData[2]) | (static_cast<uint32_t>(m_pData[3]) << 8) |
+                (static_cast<uint32_t>(m_pData[4]) << 16) | (static_cast<uint32_t>(m_pData[5]) << 24)));
+            break;
+        case LBN_CONST_STRING:
+            m_cConstant.SetString(reinterpret_cast<const char*>(m_pData + 2), TextLength(m_pData + 2, nLength - 2));
+            break;
+        default:
+            // A constant type outside the table gives an empty value.
+            break;
+        }
+        break;
+    case LBN_VARIABLE:
+        m_nNameLength = static_cast<unsigned>(TextLength(m_pData, nLength));
+        break;
+    case LBN_ARRAY:
+        m_nNameLength = static_cast<unsigned>(FindIndexMark(m_pData, nLength));
+        if (m_nNameLength >= nLength)
+            LumRaise(LUM_MSG_IMAGE_DAMAGED, -1L);
+        break;
+    default:
+        break;
+    }
+}
+
 CLumExpression::~CLumExpression()
 {
-    destroy(m_pRoot);
+    if (m_fOwnRoot)
+        destroy(m_pRoot);
 }
 
 CLumTermNode* CLumExpression::ReadTree()
@@ -84,98 +127,89 @@ CLumTermNode* CLumExpression::ReadTree(int nDepth)
 
 void CLumExpression::destroy(CLumTermNode* pNode)
 {
-    // Iterative along the right spine, so that freeing never recurses deeper than reading did.
-    while (pNode != nullptr)
-    {
-        destroy(pNode->m_pLeft);
-        CLumTermNode* pRight = pNode->m_pRight;
-        delete pNode;
-        pNode = pRight;
-    }
+    CLumTreeCache::Destroy(pNode);
 }
 
 CLumsVarValue* CLumExpression::Auswerten()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Auswerten()", [&] {
         CLumDepthGuard guard(CLumDepthGuard::EXPRESSION, MAX_NESTING);
-        if (m_pRoot != nullptr)
-        {
+        if (m_fOwnRoot)
             destroy(m_pRoot);
-            m_pRoot = nullptr;
+        m_pRoot = nullptr;
+        m_fOwnRoot = false;
+        // A tree read before at this place is taken from the cursor's cache; the
+        // position moves behind it as if it had been read again.
+        unsigned char* pStart = m_pFile->GetPosition();
+        CLumTreeCache& cache = m_pFile->GetTreeCache();
+        if (const CLumTreeCache::Entry* pEntry = cache.Find(pStart))
+        {
+            m_pRoot = pEntry->m_pRoot;
+            m_pFile->SetPosition(pEntry->m_pEnd);
         }
-        m_pRoot = ReadTree();
-        return Berechne(m_pRoot);
+        else
+        {
+            m_pRoot = ReadTree();
+            cache.Add(pStart, m_pRoot, m_pFile->GetPosition());
+        }
+        ValuePtr pValue(new CLumsVarValue());
+        Eval(m_pRoot, *pValue);
+        return pValue.release();
     });
 }
 
 CLumsVarValue* CLumExpression::Berechne(CLumTermNode* pNode)
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Berechne()", [&]() -> CLumsVarValue* {
+    ValuePtr pValue(new CLumsVarValue());
+    Eval(pNode, *pValue);
+    return pValue.release();
+}
+
+void CLumExpression::Eval(CLumTermNode* pNode, CLumsVarValue& out)
+{
+    LumFrame(FILE_LABEL, "CLumExpression::Berechne()", [&] {
         if (pNode == nullptr)
             LumRaise(LUM_MSG_NULL_NODE);
         switch (pNode->GetKind())
         {
         case LBN_OPERATOR:
-            return Operator(pNode->GetDataWord(0), pNode);
+            EvalOperator(pNode->GetDataWord(0), pNode, out);
+            break;
         case LBN_CONSTANT:
-            return Constant(pNode);
+            out = pNode->GetConstant();
+            break;
         case LBN_VARIABLE:
         case LBN_ARRAY:
-            return Variable(pNode);
+            Variable(pNode, out);
+            break;
         case LBN_FUNCTION:
-            return Function(pNode);
+        {
+            ValuePtr pResult(Function(pNode));
+            out = *pResult;
+            break;
+        }
         default:
             LumRaise(LUM_MSG_BAD_NODE_KIND, static_cast<unsigned>(pNode->GetKind()));
         }
     });
 }
 
-CLumsVarValue* CLumExpression::Constant(const CLumTermNode* pNode)
+void CLumExpression::Variable(CLumTermNode* pNode, CLumsVarValue& out)
 {
-    ValuePtr pValue(new CLumsVarValue());
-    const unsigned char* pData = pNode->GetData();
-    size_t nLength = pNode->GetDataLength();
-    switch (pNode->GetDataWord(0))
-    {
-    case LBN_CONST_DOUBLE:
-        TextLength(pData + 2, nLength - 2);
-        *pValue = LumAtof(reinterpret_cast<const char*>(pData + 2));
-        break;
-    case LBN_CONST_LONG:
-        if (nLength < 6)
-            LumRaise(LUM_MSG_IMAGE_DAMAGED, -1L);
-        *pValue = static_cast<long>(static_cast<int32_t>(
-            static_cast<uint32_t>(pData[2]) | (static_cast<uint32_t>(pData[3]) << 8) |
-            (static_cast<uint32_t>(pData[4]) << 16) | (static_cast<uint32_t>(pData[5]) << 24)));
-        break;
-    case LBN_CONST_STRING:
-        pValue->SetString(reinterpret_cast<const char*>(pData + 2), TextLength(pData + 2, nLength - 2));
-        break;
-    default:
-        break;
-    }
-    return pValue.release();
-}
-
-CLumsVarValue* CLumExpression::Variable(CLumTermNode* pNode)
-{
-    ValuePtr pValue(new CLumsVarValue());
     if (m_pVariables == nullptr)
     {
-        *pValue = 0L;
-        return pValue.release();
+        out = 0L;
+        return;
     }
     const char* pszData = reinterpret_cast<const char*>(pNode->GetData());
-    size_t nLength = pNode->GetDataLength();
     bool fArray = pNode->GetKind() == LBN_ARRAY;
     if (pNode->IsNameWanted())
     {
-        size_t nName = fArray ? nLength : TextLength(pNode->GetData(), nLength);
+        size_t nName = pNode->GetNameLength();
         if (const void* pZero = memchr(pszData, 0, nName))
             nName = static_cast<size_t>(static_cast<const char*>(pZero) - pszData);
         nName = FindIndexMark(pNode->GetData(), nName);
-        std::string& str = pValue->GetStringRef();
-        str.assign(pszData, nName);
+        std::string str(pszData, nName);
         if (fArray)
         {
             long aIndices[CLumVariables::MAX_INDICES] = {};
@@ -186,13 +220,13 @@ CLumsVarValue* CLumExpression::Variable(CLumTermNode* pNode)
                 str.append(1, ':').append(digits, LumFormatLong(digits, aIndices[i]));
             }
         }
-        return pValue.release();
+        out = str;
+        return;
     }
     if (!fArray)
     {
-        TextLength(pNode->GetData(), nLength);
-        *pValue = *m_pBasic->GetVar(pszData, nullptr);
-        return pValue.release();
+        out = *m_pBasic->GetVar(pszData, nullptr);
+        return;
     }
     long aIndices[CLumVariables::MAX_INDICES] = {};
     int nName = GetIndices(pNode, aIndices);
@@ -206,16 +240,13 @@ CLumsVarValue* CLumExpression::Variable(CLumTermNode* pNode)
     }
     memcpy(pszName, pszData, static_cast<size_t>(nName));
     pszName[nName] = '\0';
-    *pValue = *m_pBasic->GetVar(pszName, aIndices);
-    return pValue.release();
+    out = *m_pBasic->GetVar(pszName, aIndices);
 }
 
 int CLumExpression::GetIndices(CLumTermNode* pNode, long* pIndices)
 {
     return LumFrame(FILE_LABEL, "CLumExpression::GetIndices()", [&] {
-        size_t nName = FindIndexMark(pNode->GetData(), pNode->GetDataLength());
-        if (nName >= pNode->GetDataLength())
-            LumRaise(LUM_MSG_IMAGE_DAMAGED, -1L);
+        size_t nName = pNode->GetNameLength();
         m_pFile->SetMemoryMode(pNode->GetData() + nName);
         int nIndex = 0;
         unsigned short wToken = m_pFile->GetToken();
@@ -268,60 +299,75 @@ CLumsVarValue* CLumExpression::ExtFunction(unsigned short wToken)
 
 CLumsVarValue* CLumExpression::Operator(unsigned short wToken, CLumTermNode* pNode)
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Operator()", [&] {
-        ValuePtr pLeft(Berechne(pNode->m_pLeft));
-        ValuePtr pRight(Berechne(pNode->m_pRight));
-        return Operation(wToken, pLeft.get(), pRight.get());
+    ValuePtr pValue(new CLumsVarValue());
+    EvalOperator(wToken, pNode, *pValue);
+    return pValue.release();
+}
+
+void CLumExpression::EvalOperator(unsigned short wToken, CLumTermNode* pNode, CLumsVarValue& out)
+{
+    LumFrame(FILE_LABEL, "CLumExpression::Operator()", [&] {
+        // Both sons always run, left first: their function calls happen in this order.
+        Eval(pNode->m_pLeft, out);
+        CLumsVarValue right;
+        Eval(pNode->m_pRight, right);
+        Apply(wToken, out, right, out);
     });
 }
 
 CLumsVarValue* CLumExpression::Operation(unsigned short wToken, CLumsVarValue* pLeft, CLumsVarValue* pRight)
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Operation()", [&] {
-        ValuePtr pResult(new CLumsVarValue());
-        const CLumsVarValue& l = *pLeft;
-        const CLumsVarValue& r = *pRight;
+    ValuePtr pValue(new CLumsVarValue());
+    Apply(wToken, *pLeft, *pRight, *pValue);
+    return pValue.release();
+}
+
+void CLumExpression::Apply(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r,
+                           CLumsVarValue& out)
+{
+    LumFrame(FILE_LABEL, "CLumExpression::Operation()", [&] {
         switch (wToken)
         {
         case LBT_AND:
-            *pResult = l.LogicalAnd(r);
+            out = l.LogicalAnd(r);
             break;
         case LBT_OR:
-            *pResult = l.LogicalOr(r);
+            out = l.LogicalOr(r);
             break;
         case LBT_EQ:
-            *pResult = l == r;
+            out = l == r;
             break;
         case LBT_NE:
-            *pResult = l != r;
+            out = l != r;
             break;
         case LBT_GT:
-            *pResult = l > r;
+            out = l > r;
             break;
         case LBT_LT:
-            *pResult = l < r;
+            out = l < r;
             break;
         case LBT_GE:
-            *pResult = l >= r;
+            out = l >= r;
             break;
         case LBT_LE:
-            *pResult = l <= r;
+            out = l <= r;
             break;
         case LBT_PLUS:
-            CLumsVarValue::Add(l, r, *pResult);
+            CLumsVarValue::Add(l, r, out);
             break;
         case LBT_MINUS:
-            CLumsVarValue::Subtract(l, r, *pResult);
+            CLumsVarValue::Subtract(l, r, out);
             break;
         case LBT_MUL:
-            CLumsVarValue::Multiply(l, r, *pResult);
+            CLumsVarValue::Multiply(l, r, out);
             break;
         case LBT_DIV:
-            CLumsVarValue::Divide(l, r, *pResult);
+            CLumsVarValue::Divide(l, r, out);
             break;
         default:
+            // An operator outside the table gives an empty value.
+            out = CLumsVarValue();
             break;
         }
-        return pResult.release();
     });
 }

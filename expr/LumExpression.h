@@ -63,13 +63,19 @@ public:
 
 protected:
     CLumTermNode* ReadTree(int nDepth);
-    CLumsVarValue* Constant(const CLumTermNode* pNode);
-    CLumsVarValue* Variable(CLumTermNode* pNode);
+    // Evaluation into a value of the caller's: the nodes of one tree share no heap
+    // values, only their results are copied.
+    void Eval(CLumTermNode* pNode, CLumsVarValue& out);
+    void EvalOperator(unsigned short wToken, CLumTermNode* pNode, CLumsVarValue& out);
+    void Apply(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+    void Variable(CLumTermNode* pNode, CLumsVarValue& out);
     CLumsVarValue* Function(const CLumTermNode* pNode);
     CLumsVarValue* CallBuiltin(unsigned short wToken);
 
     CLumBasicFile* m_pFile;
     CLumVariables* m_pVariables;
+    // The tree read last; owned unless it came from the cursor's cache.
     CLumTermNode* m_pRoot = nullptr;
+    bool m_fOwnRoot = false;
     CLumBasic* m_pBasic;
 };

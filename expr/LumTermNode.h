@@ -1,9 +1,12 @@
-// One node of an expression tree, held over the bytes of the image: it copies nothing.
+// One node of an expression tree, held over the bytes of the image: it copies nothing
+// of the image. What evaluation needs again and again (a constant's value, a name's
+// length) is worked out once, when the node is read.
 #pragma once
 
 #include <lumbasic/LumBasicFile.h>
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumTokens.h>
+#include <lumbasic/LumsVarValue.h>
 
 class CLumTermNode : public CLumObject
 {
@@ -27,6 +30,10 @@ public:
             return 0;
         return static_cast<unsigned short>(m_pData[nOffset] | (m_pData[nOffset + 1] << 8));
     }
+    // A constant's value.
+    const CLumsVarValue& GetConstant() const { return m_cConstant; }
+    // A variable's or array's name length: up to the zero or to the first index.
+    unsigned GetNameLength() const { return m_nNameLength; }
 
     static void* operator new(size_t n);
     static void operator delete(void* p, size_t n) noexcept;
@@ -35,4 +42,10 @@ public:
     CLumTermNode* m_pRight = nullptr;
     const unsigned char* m_pHead = nullptr;
     const unsigned char* m_pData = nullptr;
+
+private:
+    void Prepare();
+
+    CLumsVarValue m_cConstant;
+    unsigned m_nNameLength = 0;
 };

@@ -14,6 +14,8 @@
 #include <memory>
 #include <vector>
 
+class CLumTreeCache;
+
 // The bytes of one loaded image, terminator included. When the image is freed the
 // range is emptied, so holders of it can tell that it is gone.
 struct CLumImageRange
@@ -88,6 +90,8 @@ public:
     uint32_t GetLength() const { return m_nLength; }
     // The range of this object's own image, or null for an unchecked one.
     std::shared_ptr<const CLumImageRange> GetImage() const { return m_pImage; }
+    // Expression trees already read through this cursor, made on first use.
+    CLumTreeCache& GetTreeCache();
     // Whether n bytes can be read at the position.
     bool CanRead(size_t n) const
     {
@@ -127,4 +131,5 @@ private:
     const unsigned char* m_pLo = nullptr;
     size_t m_nRegion = 0;
     std::shared_ptr<CLumImageRange> m_pImage;
+    CLumTreeCache* m_pTreeCache = nullptr;
 };
