@@ -1,4 +1,5 @@
 // lumbasic: the command-line host of the interpreter.
+#include "LumCompilerCommands.h"
 #include "LumRunCommand.h"
 
 #include <cstdio>
@@ -16,11 +17,15 @@ struct Command
 
 const Command s_aCommands[] = {
     {"run", LumRunCommand},
+    {"compile", LumCompileCommand},
+    {"dis", LumDisCommand},
 };
 
 int Usage()
 {
-    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] IMAGE\n");
+    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] IMAGE|SOURCE.lbd\n"
+                    "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
+                    "       lumbasic dis [--extensions FILE] IMAGE\n");
     return 2;
 }
 } // namespace

@@ -1,0 +1,27 @@
+// The built-in functions by their source names, with the arguments each takes. One
+// table serves the code generator (names, argument checks) and the documentation.
+#pragma once
+
+#include <string_view>
+
+// What an expression is known to give before it runs.
+enum class ELumType
+{
+    Unknown,
+    Number,
+    String,
+};
+
+struct SLumBuiltin
+{
+    const char* m_pszName;
+    unsigned short m_wToken;
+    // One letter per argument: 'S' a string, 'N' a number; arguments from
+    // m_nRequired on may be left out.
+    const char* m_pszArgs;
+    int m_nRequired;
+    ELumType m_eResult;
+};
+
+// The entry for a name, case-insensitive, "Left$" and "Left" alike; null if none.
+const SLumBuiltin* LumFindBuiltin(std::string_view name);

@@ -1,0 +1,33 @@
+// The compiler of the language: source text in, program image out, with every error
+// it can find. This is the one class a host or a tool needs.
+#pragma once
+
+#include "LumCodeGen.h"
+#include "LumDiagnostics.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CLumCompiler
+{
+public:
+    explicit CLumCompiler(SLumCompileOptions options = {}) : m_options(options) {}
+
+    // Compiles `source`; the image's source-name record holds `strSourceName`, the
+    // path under which the debugger finds the source. False if errors were found.
+    bool Compile(std::string_view source, const std::string& strSourceName, std::vector<uint8_t>& aImage);
+    // Reads and compiles a file, recording its absolute path.
+    bool CompileFile(const std::string& strPath, std::vector<uint8_t>& aImage);
+    const CLumDiagnostics& GetDiagnostics() const { return m_diagnostics; }
+
+private:
+    SLumCompileOptions m_options;
+    CLumDiagnostics m_diagnostics;
+};
+
+// The whole content of a file; false if it cannot be read.
+bool LumReadFile(const std::string& strPath, std::string& strContent);
+// The default image path of a source: its suffix replaced by ".lbc".
+std::string LumImagePathFor(const std::string& strSource);

@@ -1,0 +1,32 @@
+// Errors found while compiling one source, with their positions. The compiler keeps
+// going after an error, so a user sees every fault of a source in one pass.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct SLumPos
+{
+    int m_nLine = 0;
+    int m_nColumn = 0;
+};
+
+class CLumDiagnostics
+{
+public:
+    struct Entry
+    {
+        SLumPos m_pos;
+        std::string m_strMessage;
+    };
+
+    void Error(SLumPos pos, std::string strMessage);
+    bool HasErrors() const { return !m_aEntries.empty(); }
+    size_t GetCount() const { return m_aEntries.size(); }
+    // The entries sorted by position, one "file:line:col: error: text" line each.
+    std::string Format(const std::string& strFile) const;
+    const std::vector<Entry>& GetEntries() const { return m_aEntries; }
+
+private:
+    std::vector<Entry> m_aEntries;
+};
