@@ -1,15 +1,19 @@
 #include "LumRunCommand.h"
 
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumMessageBox.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] IMAGE";
+const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE";
 
 bool ReadFile(const std::string& strPath, std::string& strContent)
 {
@@ -20,6 +24,29 @@ bool ReadFile(const std::string& strPath, std::string& strContent)
     ss << in.rdbuf();
     strContent = ss.str();
     return true;
+}
+
+// A whole decimal number that fits an int.
+bool ParseAnswer(const std::string& str, int& nAnswer)
+{
+    if (str.empty())
+        return false;
+    char* pszEnd = nullptr;
+    errno = 0;
+    long n = strtol(str.c_str(), &pszEnd, 10);
+    if (*pszEnd != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX)
+        return false;
+    nAnswer = static_cast<int>(n);
+    return true;
+}
+
+// Every box answers the same without asking; the text still goes to the log.
+void InstallAnswer(int nAnswer)
+{
+    LumSetMessageBox([nAnswer](const char* pszText, const char* pszCaption, long) {
+        fprintf(stderr, "%s\n%s\n", pszCaption, pszText);
+        return nAnswer;
+    });
 }
 } // namespace
 
@@ -33,6 +60,8 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
 {
     std::string strVars, strImage;
     bool fDump = false;
+    bool fAnswer = false;
+    int nAnswer = 0;
     for (size_t i = 0; i < aArgs.size(); ++i)
     {
         const std::string& str = aArgs[i];
@@ -40,6 +69,11 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
             strVars = aArgs[++i];
         else if (str == "--dump")
             fDump = true;
+        else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], nAnswer))
+        {
+            fAnswer = true;
+            ++i;
+        }
         else if (!str.empty() && str[0] == '-')
         {
             fprintf(stderr, "%s\n", USAGE);
@@ -58,6 +92,9 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
         fprintf(stderr, "%s\n", USAGE);
         return 2;
     }
+
+    if (fAnswer)
+        InstallAnswer(nAnswer);
 
     CLumVariables cVariables;
     int nStatus = 0;

@@ -9,6 +9,7 @@
 #include "expr/LumExpression.h"
 
 #include <cstring>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -170,8 +171,64 @@ int CLumBasic::End()
     });
 }
 
-// FIXME: Import of sub-programs is not built yet; the token fails cleanly until it is.
+namespace
+{
+// Moves the files that an import imported in turn into the importer's list, on either
+// way out: their procedures may be in the shared table, so they must live as long as
+// the outermost interpreter, whatever became of the import itself.
+struct HandUpImports
+{
+    std::list<CLumBasicFile*>& m_lstTo;
+    std::list<CLumBasicFile*>& m_lstFrom;
+    ~HandUpImports() { m_lstTo.splice(m_lstTo.end(), m_lstFrom); }
+};
+} // namespace
+
 int CLumBasic::Import()
 {
-    LumRaise(LUM_MSG_NOT_BUILT, static_cast<unsigned>(LBT_IMPORT));
+    return LumFrame(FILE_LABEL, "CLumBasic::Import()", [&] {
+        for (int nParam = 1; HasArg(); ++nParam)
+        {
+            ValuePtr pPath(GetArg(AT_STRING, nParam));
+            // A plain interpreter of its own stacks, sharing store and table only.
+            CLumBasic cImport(m_pVariables, m_pFunctions);
+            HandUpImports handUp{m_cImportFiles, cImport.m_cImportFiles};
+            std::unique_ptr<CLumBasicFile> pFile(cImport.DoImport(pPath->GetText(), m_pDebugger));
+            m_cImportFiles.push_back(pFile.get());
+            pFile.release();
+        }
+        return 0;
+    });
+}
+
+CLumBasicFile* CLumBasic::DoImport(const char* pszPath, CLumBasicDebugger* pDebugger)
+{
+    auto addMacro = [pszPath](CLumsException& e) {
+        if (pszPath != nullptr)
+            e.AddString() = LumFormat(LoadMessage(LUM_MSG_IMPORTED_MACRO).c_str(), pszPath);
+    };
+    // m_nLine is the imported program's line; the frame of Do adds the importer's.
+    auto addLine = [this](CLumsException& e) {
+        if (m_nLine > 0)
+            e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
+    };
+    auto addBoth = [&](CLumsException& e) {
+        addMacro(e);
+        addLine(e);
+    };
+    auto addUnexpected = [&](CLumsException& e) {
+        lumframe::Unexpected()(e);
+        addMacro(e);
+    };
+    return LumFrameEx("LUMBASIC", "CLumBasic::DoImport()", addBoth, addUnexpected, addLine, [&] {
+        m_pDebugger = pDebugger;
+        std::unique_ptr<CLumBasicFile> pFile(new CLumBasicFile(pszPath));
+        m_pQuelle = pFile.get();
+        int fMainModule = m_fMainModule;
+        m_fMainModule = 0;
+        RunLoop();
+        m_fMainModule = fMainModule;
+        m_pQuelle = nullptr;
+        return pFile.release();
+    });
 }

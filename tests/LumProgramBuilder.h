@@ -50,6 +50,14 @@ public:
         m_w.Separator();
     }
 
+    // Dim of a local by the type of its name.
+    void DimLocal(const char* pszName)
+    {
+        m_w.Token(LBT_DIM);
+        m_w.CountedText(pszName);
+        m_w.Separator();
+    }
+
     void If(const Tree& condition)
     {
         m_w.Token(LBT_IF);
