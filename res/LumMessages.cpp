@@ -65,6 +65,7 @@ const LumMessage s_aMessages[] = {
     {57106, "Die Schachtelungstiefe von %d verschachtelten Läufen ist überschritten (Rekursion ohne Ende?)."},
     {57107, "Der Ausdruck ist tiefer als %d Ebenen verschachtelt."},
     {57108, "Die Anweisung mit dem Token %x ist in dieser Version noch nicht verfügbar."},
+    {57109, "Mehr als %d Prozeduraufrufe sind gleichzeitig offen (Rekursion ohne Ende?)."},
     {57110, "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
 };

@@ -39,23 +39,64 @@ int CLumBasic::Declare()
     });
 }
 
+namespace
+{
+// The evaluated arguments of one call until they are pushed; most calls have few,
+// so they stay off the heap.
+class ArgumentList
+{
+public:
+    ArgumentList() = default;
+    ArgumentList(const ArgumentList&) = delete;
+    ArgumentList& operator=(const ArgumentList&) = delete;
+    ~ArgumentList()
+    {
+        for (size_t i = 0; i < m_nCount; ++i)
+            delete At(i);
+    }
+    void Add(ValuePtr pValue)
+    {
+        if (m_nCount < INLINE)
+            m_aInline[m_nCount] = pValue.get();
+        else
+            m_aMore.push_back(pValue.get());
+        pValue.release();
+        ++m_nCount;
+    }
+    // Hands the values over, last first, so that the first ends on top.
+    void PushTo(CLumParamStack& stack)
+    {
+        while (m_nCount > 0)
+        {
+            stack.Push(At(m_nCount - 1));
+            if (m_nCount > INLINE)
+                m_aMore.pop_back();
+            --m_nCount;
+        }
+    }
+
+private:
+    static const size_t INLINE = 8;
+    CLumsVarValue* At(size_t i) const { return i < INLINE ? m_aInline[i] : m_aMore[i - INLINE]; }
+
+    CLumsVarValue* m_aInline[INLINE];
+    std::vector<CLumsVarValue*> m_aMore;
+    size_t m_nCount = 0;
+};
+} // namespace
+
 void CLumBasic::PushParams()
 {
     LumFrame(FILE_LABEL, "CLumBasic::PushParams()", [&] {
-        // All arguments are evaluated from left to right before any is pushed, and
-        // the first ends on top.
-        std::vector<ValuePtr> aValues;
+        // All arguments are evaluated from left to right before any is pushed.
+        ArgumentList cArguments;
         while (m_pQuelle->GetToken() == LBT_EXPRESSION)
         {
             CLumExpression cArgument(m_pQuelle, m_pVariables, this);
-            aValues.emplace_back(cArgument.Auswerten());
+            cArguments.Add(ValuePtr(cArgument.Auswerten()));
         }
         m_pQuelle->Seek(-2, 1);
-        for (auto it = aValues.rbegin(); it != aValues.rend(); ++it)
-        {
-            m_cParamStack.Push(it->get());
-            it->release();
-        }
+        cArguments.PushTo(m_cParamStack);
     });
 }
 
@@ -100,6 +141,8 @@ int CLumBasic::CallEx()
 
 void CLumBasic::EnterProcedure(const CallInfo* pInfo)
 {
+    if (m_cCallStack.GetCount() >= MAX_CALL_DEPTH)
+        LumRaise(LUM_MSG_CALLS_TOO_DEEP, MAX_CALL_DEPTH);
     std::unique_ptr<CallData> pCall(new CallData());
     pCall->m_pReturn = m_pQuelle->GetPosition();
     pCall->m_fSourceChanged = m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;

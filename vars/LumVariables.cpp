@@ -52,11 +52,10 @@ CLumVariables& CLumVariables::operator=(const CLumVariables& src)
 
 void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
 {
-    std::string_view key(pszName);
-    CLumsVarValue** pp = m_map.Find(key);
+    CLumsVarValue** pp = m_map.Find(pszName);
     if (pp == nullptr)
     {
-        m_map.Insert(key, pValue);
+        m_map.Insert(pszName, pValue);
         return;
     }
     if (*pp == pValue)

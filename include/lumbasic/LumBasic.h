@@ -40,6 +40,8 @@ public:
     // Nested runs (user functions, imports) deeper than this fail instead of
     // exhausting the machine's stack.
     static constexpr int MAX_NESTING = 2000;
+    // Procedure calls open at once, at most: a call is a jump, so this bounds memory, not the stack.
+    static constexpr int MAX_CALL_DEPTH = 100000;
 
     explicit CLumBasic(CLumVariables* pVariables = nullptr, CLumFunctions* pFunctions = nullptr);
     ~CLumBasic() override;

@@ -28,6 +28,16 @@ public:
     }
 
     T* Find(std::string_view key) noexcept { return Find(key, Hash(key)); }
+    // A zero-terminated key, measured and hashed in one pass.
+    T* Find(const char* pszKey) noexcept
+    {
+        uint32_t h = 2166136261u;
+        const char* p = pszKey;
+        for (; *p != '\0'; ++p)
+            h = (h ^ static_cast<unsigned char>(*p)) * 16777619u;
+        return Find(std::string_view(pszKey, static_cast<size_t>(p - pszKey)), h);
+    }
+    const T* Find(const char* pszKey) const noexcept { return const_cast<CLumStringMap*>(this)->Find(pszKey); }
     const T* Find(std::string_view key) const noexcept { return const_cast<CLumStringMap*>(this)->Find(key); }
 
     T* Find(std::string_view key, uint32_t nHash) noexcept
@@ -41,7 +51,8 @@ public:
             if (n < 0)
                 return nullptr;
             Entry& e = m_aEntries[static_cast<size_t>(n)];
-            if (e.m_nHash == nHash && e.m_strKey.size() == key.size() && e.m_strKey == key)
+            if (e.m_nHash == nHash && e.m_strKey.size() == key.size() &&
+                std::char_traits<char>::compare(e.m_strKey.data(), key.data(), key.size()) == 0)
                 return &e.m_value;
         }
     }
