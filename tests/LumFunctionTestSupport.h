@@ -30,41 +30,45 @@ inline CLumTree Fn(unsigned short wToken, const std::vector<CLumTree>& aArgs)
     return CLumTree::Function(wToken, aArgs);
 }
 
-// The result of t$ = "" + tree: a long shows as "%ld", a double as "%f", so the
-// text tells the type too. A failure gives its trail in *pTrail.
-inline std::string TextOf(const CLumTree& tree, std::vector<std::string>* pTrail = nullptr)
+// Runs `pszName = tree` and gives the stored value's text and the trail.
+inline std::string Run(const char* pszName, const CLumTree& tree, std::vector<std::string>* pTrail,
+                       double* pdValue = nullptr)
 {
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    auto image = lumtest::MainProgram(
-        [&](CLumImageWriter& w) { lumtest::AssignName(w, "t$", CLumTree::Operator(LBT_PLUS, S(""), tree)); });
-    std::vector<std::string> trail = lumtest::RunImage(basic, image);
-    if (pTrail != nullptr)
-        *pTrail = trail;
-    else
-        EXPECT_TRUE(trail.empty()) << (trail.empty() ? "" : trail[0]);
-    CLumsVarValue* pValue = vars.Lookup("t$");
+    *pTrail = lumtest::RunImage(
+        basic, lumtest::MainProgram([&](CLumImageWriter& w) { lumtest::AssignName(w, pszName, tree); }));
+    CLumsVarValue* pValue = vars.Lookup(pszName);
+    if (pdValue != nullptr && pValue != nullptr)
+        *pdValue = pValue->GetDouble();
     return pValue ? pValue->GetText() : "<not stored>";
+}
+
+// The result of t$ = "" + tree: a long shows as "%ld", a double as "%f", so the
+// text tells the type too.
+inline std::string TextOf(const CLumTree& tree)
+{
+    std::vector<std::string> trail;
+    std::string str = Run("t$", CLumTree::Operator(LBT_PLUS, S(""), tree), &trail);
+    EXPECT_TRUE(trail.empty()) << (trail.empty() ? "" : trail[0]);
+    return str;
 }
 
 // The exact double of r = tree.
 inline double DoubleOf(const CLumTree& tree)
 {
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = lumtest::MainProgram([&](CLumImageWriter& w) { lumtest::AssignName(w, "r", tree); });
-    std::vector<std::string> trail = lumtest::RunImage(basic, image);
+    std::vector<std::string> trail;
+    double d = -999.0;
+    Run("r", tree, &trail, &d);
     EXPECT_TRUE(trail.empty()) << (trail.empty() ? "" : trail[0]);
-    CLumsVarValue* pValue = vars.Lookup("r");
-    return pValue ? pValue->GetDouble() : -999.0;
+    return d;
 }
 
-// The first entries of the trail of a failing call: the message, then the labels
-// of GetArg or of the raising function, then those of the function itself.
+// The first entries of the trail of a failing call.
 inline std::vector<std::string> TrailHead(const CLumTree& tree, size_t nEntries)
 {
     std::vector<std::string> trail;
-    TextOf(tree, &trail);
+    Run("t$", tree, &trail);
     trail.resize(std::min(trail.size(), nEntries));
     return trail;
 }
@@ -76,13 +80,12 @@ template <class... Args> std::string Msg(int id, Args... args)
     return buffer;
 }
 
-// Runs a test body under a locale with a decimal comma, as a host may set one.
+// A locale with a decimal comma for the process, as a host may set one.
 class CGermanLocale
 {
 public:
-    CGermanLocale()
+    CGermanLocale() : m_strOld(setlocale(LC_ALL, nullptr))
     {
-        m_strOld = setlocale(LC_ALL, nullptr);
         for (const char* psz : {"de_DE.UTF-8", "de_DE.utf8", "de_DE"})
             if (setlocale(LC_ALL, psz) != nullptr)
                 return;
