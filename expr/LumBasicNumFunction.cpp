@@ -54,187 +54,167 @@ double RoundedToDouble(double d)
 
 CLumsVarValue* CLumExpression::Abs()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Abs()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-                        if (IsDouble(*pValue))
-                            *pValue = fabs(pValue->GetDouble());
-                        else
-                            *pValue = labs(static_cast<long>(pValue->GetLong()));
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Abs()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+        if (IsDouble(*pValue))
+            *pValue = fabs(pValue->GetDouble());
+        else
+            *pValue = labs(static_cast<long>(pValue->GetLong()));
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Sgn()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Sgn()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-                        if (IsDouble(*pValue))
-                        {
-                            double d = pValue->GetDouble();
-                            *pValue = d < 0.0 ? -1.0 : (d > 0.0 ? 1.0 : d);
-                        }
-                        else
-                        {
-                            long n = pValue->GetLong();
-                            *pValue = n < 0 ? -1L : (n > 0 ? 1L : 0L);
-                        }
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Sgn()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+        if (IsDouble(*pValue))
+        {
+            double d = pValue->GetDouble();
+            *pValue = d < 0.0 ? -1.0 : (d > 0.0 ? 1.0 : d);
+        }
+        else
+        {
+            long n = pValue->GetLong();
+            *pValue = n < 0 ? -1L : (n > 0 ? 1L : 0L);
+        }
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Asc()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Asc()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        // The byte is signed: 0x80 and above give negative codes.
-                        *pValue = static_cast<long>(static_cast<signed char>(pValue->GetText()[0]));
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Asc()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        // The byte is signed: 0x80 and above give negative codes.
+        *pValue = static_cast<long>(static_cast<signed char>(pValue->GetText()[0]));
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Len()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Len()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        *pValue = static_cast<long>(LumTextView(*pValue).size());
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Len()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        *pValue = static_cast<long>(LumTextView(*pValue).size());
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Val()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Val()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        *pValue = LumAtof(pValue->GetText());
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Val()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        *pValue = LumAtof(pValue->GetText());
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Fix()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Fix()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-                        if (IsDouble(*pValue))
-                        {
-                            double d = pValue->GetDouble();
-                            *pValue = d >= 0.0 ? floor(d) : ceil(d);
-                        }
-                        else
-                            *pValue = static_cast<long>(pValue->GetLong());
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Fix()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+        if (IsDouble(*pValue))
+        {
+            double d = pValue->GetDouble();
+            *pValue = d >= 0.0 ? floor(d) : ceil(d);
+        }
+        else
+            *pValue = static_cast<long>(pValue->GetLong());
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Frac()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Frac()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-                        // A long passes unchanged: it is not a whole part with a fraction of 0.
-                        if (IsDouble(*pValue))
-                        {
-                            double d = pValue->GetDouble();
-                            *pValue = d - (d >= 0.0 ? floor(d) : ceil(d));
-                        }
-                        else
-                            *pValue = static_cast<long>(pValue->GetLong());
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Frac()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+        // A long passes unchanged: it is not a whole part with a fraction of 0.
+        if (IsDouble(*pValue))
+        {
+            double d = pValue->GetDouble();
+            *pValue = d - (d >= 0.0 ? floor(d) : ceil(d));
+        }
+        else
+            *pValue = static_cast<long>(pValue->GetLong());
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::InStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::InStr()",
-                    [&]
-                    {
-                        LumValuePtr pText(GetArg(CLumBasic::AT_STRING, 1));
-                        LumValuePtr pSearch(GetArg(CLumBasic::AT_STRING, 2));
-                        size_t nPos = LumTextView(*pText).find(LumTextView(*pSearch));
-                        *pText = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
-                        return pText.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::InStr()", [&] {
+        LumValuePtr pText(GetArg(CLumBasic::AT_STRING, 1));
+        LumValuePtr pSearch(GetArg(CLumBasic::AT_STRING, 2));
+        size_t nPos = LumTextView(*pText).find(LumTextView(*pSearch));
+        *pText = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
+        return pText.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::Round()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::Round()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-                        double x = pValue->GetDouble();
-                        int nDigits = ROUND_DEFAULT_DIGITS;
-                        int nMode = ROUND_DEFAULT_MODE;
-                        if (HasArg())
-                        {
-                            LumValuePtr pDigits(GetArg(CLumBasic::AT_NUMBER, 2));
-                            nDigits = pDigits->GetLong();
-                            if (HasArg())
-                            {
-                                LumValuePtr pMode(GetArg(CLumBasic::AT_NUMBER, 3));
-                                nMode = pMode->GetLong();
-                            }
-                        }
-                        *pValue = DoubleRound(x, nMode, nDigits);
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::Round()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
+        double x = pValue->GetDouble();
+        int nDigits = ROUND_DEFAULT_DIGITS;
+        int nMode = ROUND_DEFAULT_MODE;
+        if (HasArg())
+        {
+            LumValuePtr pDigits(GetArg(CLumBasic::AT_NUMBER, 2));
+            nDigits = pDigits->GetLong();
+            if (HasArg())
+            {
+                LumValuePtr pMode(GetArg(CLumBasic::AT_NUMBER, 3));
+                nMode = pMode->GetLong();
+            }
+        }
+        *pValue = DoubleRound(x, nMode, nDigits);
+        return pValue.release();
+    });
 }
 
 double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
 {
-    return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()",
-                            [&]
-                            {
-                                // Widened, so that the extreme digit counts neither overflow nor negate
-                                // badly.
-                                long long nWide = nDigits;
-                                double eps = ROUND_EPS;
-                                if (nWide < -2)
-                                    eps = ROUND_EPS / Power(static_cast<unsigned long long>(-2 - nWide));
-                                double p = Power(static_cast<unsigned long long>(nWide < 0 ? -nWide : nWide));
-                                double y = x;
-                                if (nWide > 0)
-                                    y = RoundedToDouble(x * p);
-                                else if (nWide < 0)
-                                    y = x / p;
-                                double s = y >= 0.0 ? 1.0 : -1.0;
-                                double r;
-                                switch (nMode)
-                                {
-                                case 0:
-                                    r = floor(y + eps);
-                                    break;
-                                case 1:
-                                    r = ceil(y - eps);
-                                    break;
-                                case 2:
-                                    r = s * floor(fabs(y) + ROUND_HALF + eps);
-                                    break;
-                                case 3:
-                                    r = s * floor(fabs(y) + eps);
-                                    break;
-                                case 4:
-                                    r = s * ceil(fabs(y) - eps);
-                                    break;
-                                default:
-                                    return 0.0;
-                                }
-                                if (nWide > 0)
-                                    return r / p;
-                                if (nWide < 0)
-                                    return r * p;
-                                return r;
-                            });
+    return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()", [&] {
+        // Widened, so that the extreme digit counts neither overflow nor negate
+        // badly.
+        long long nWide = nDigits;
+        double eps = ROUND_EPS;
+        if (nWide < -2)
+            eps = ROUND_EPS / Power(static_cast<unsigned long long>(-2 - nWide));
+        double p = Power(static_cast<unsigned long long>(nWide < 0 ? -nWide : nWide));
+        double y = x;
+        if (nWide > 0)
+            y = RoundedToDouble(x * p);
+        else if (nWide < 0)
+            y = x / p;
+        double s = y >= 0.0 ? 1.0 : -1.0;
+        double r;
+        switch (nMode)
+        {
+        case 0:
+            r = floor(y + eps);
+            break;
+        case 1:
+            r = ceil(y - eps);
+            break;
+        case 2:
+            r = s * floor(fabs(y) + ROUND_HALF + eps);
+            break;
+        case 3:
+            r = s * floor(fabs(y) + eps);
+            break;
+        case 4:
+            r = s * ceil(fabs(y) - eps);
+            break;
+        default:
+            return 0.0;
+        }
+        if (nWide > 0)
+            return r / p;
+        if (nWide < 0)
+            return r * p;
+        return r;
+    });
 }

@@ -31,141 +31,123 @@ size_t Clamp(long n, size_t nLength)
 
 CLumsVarValue* CLumExpression::LeftStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::LeftStr()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-                        std::string& str = LumTextRef(*pValue);
-                        str.resize(Clamp(nCount, str.size()));
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::LeftStr()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
+        std::string& str = LumTextRef(*pValue);
+        str.resize(Clamp(nCount, str.size()));
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::RightStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::RightStr()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-                        std::string& str = LumTextRef(*pValue);
-                        str.erase(0, str.size() - Clamp(nCount, str.size()));
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::RightStr()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
+        std::string& str = LumTextRef(*pValue);
+        str.erase(0, str.size() - Clamp(nCount, str.size()));
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::MidStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::MidStr()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        long nStart = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-                        // A count of 0, given or not, means the rest of the string.
-                        long nCount = 0;
-                        if (HasArg())
-                            nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 3))->GetLong();
-                        std::string& str = LumTextRef(*pValue);
-                        if (nCount < 0)
-                            str.clear();
-                        else
-                        {
-                            str.erase(0, Clamp(nStart, str.size()));
-                            if (nCount > 0)
-                                str.resize(Clamp(nCount, str.size()));
-                        }
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::MidStr()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        long nStart = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
+        // A count of 0, given or not, means the rest of the string.
+        long nCount = 0;
+        if (HasArg())
+            nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 3))->GetLong();
+        std::string& str = LumTextRef(*pValue);
+        if (nCount < 0)
+            str.clear();
+        else
+        {
+            str.erase(0, Clamp(nStart, str.size()));
+            if (nCount > 0)
+                str.resize(Clamp(nCount, str.size()));
+        }
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::ChrStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::ChrStr()",
-                    [&]
-                    {
-                        long nCode = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 1))->GetLong();
-                        // Modulo 255, not 256, with the sign of the code; a remainder of 0 would be
-                        // the terminator, so it gives the empty string.
-                        char c = static_cast<char>(nCode % 255);
-                        LumValuePtr pResult(new CLumsVarValue());
-                        pResult->SetString(&c, c == '\0' ? 0 : 1);
-                        return pResult.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::ChrStr()", [&] {
+        long nCode = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 1))->GetLong();
+        // Modulo 255, not 256, with the sign of the code; a remainder of 0 would be
+        // the terminator, so it gives the empty string.
+        char c = static_cast<char>(nCode % 255);
+        LumValuePtr pResult(new CLumsVarValue());
+        pResult->SetString(&c, c == '\0' ? 0 : 1);
+        return pResult.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::RTrimStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::RTrimStr()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        std::string& str = LumTextRef(*pValue);
-                        size_t nLast = str.find_last_not_of(WHITE_SPACE);
-                        str.resize(nLast == std::string::npos ? 0 : nLast + 1);
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::RTrimStr()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        std::string& str = LumTextRef(*pValue);
+        size_t nLast = str.find_last_not_of(WHITE_SPACE);
+        str.resize(nLast == std::string::npos ? 0 : nLast + 1);
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::LTrimStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::LTrimStr()",
-                    [&]
-                    {
-                        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-                        std::string& str = LumTextRef(*pValue);
-                        str.erase(0, std::min(str.find_first_not_of(WHITE_SPACE), str.size()));
-                        return pValue.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::LTrimStr()", [&] {
+        LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
+        std::string& str = LumTextRef(*pValue);
+        str.erase(0, std::min(str.find_first_not_of(WHITE_SPACE), str.size()));
+        return pValue.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::StrStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::StrStr()",
-                    [&]
-                    {
-                        LumValuePtr pNumber(GetArg(CLumBasic::AT_NUMBER, 1));
-                        LumValuePtr pResult(new CLumsVarValue());
-                        if (HasArg())
-                        {
-                            LumValuePtr pTemplate(GetArg(CLumBasic::AT_STRING, 2));
-                            char szBuffer[TEMPLATE_BUFFER];
-                            int n =
-                                FillTemplate(szBuffer, pTemplate->GetText(), pNumber.get(), TEMPLATE_BUFFER);
-                            pResult->SetString(szBuffer, static_cast<size_t>(n));
-                        }
-                        else if (pNumber->GetType() == CLumsVarValue::VT_DOUBLE)
-                        {
-                            char szBuffer[400];
-                            pResult->SetString(szBuffer, LumFormatDouble(szBuffer, pNumber->GetDouble()));
-                        }
-                        else
-                        {
-                            char szBuffer[24];
-                            pResult->SetString(szBuffer, LumFormatLong(szBuffer, pNumber->GetLong()));
-                        }
-                        return pResult.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::StrStr()", [&] {
+        LumValuePtr pNumber(GetArg(CLumBasic::AT_NUMBER, 1));
+        LumValuePtr pResult(new CLumsVarValue());
+        if (HasArg())
+        {
+            LumValuePtr pTemplate(GetArg(CLumBasic::AT_STRING, 2));
+            char szBuffer[TEMPLATE_BUFFER];
+            int n = FillTemplate(szBuffer, pTemplate->GetText(), pNumber.get(), TEMPLATE_BUFFER);
+            pResult->SetString(szBuffer, static_cast<size_t>(n));
+        }
+        else if (pNumber->GetType() == CLumsVarValue::VT_DOUBLE)
+        {
+            char szBuffer[400];
+            pResult->SetString(szBuffer, LumFormatDouble(szBuffer, pNumber->GetDouble()));
+        }
+        else
+        {
+            char szBuffer[24];
+            pResult->SetString(szBuffer, LumFormatLong(szBuffer, pNumber->GetLong()));
+        }
+        return pResult.release();
+    });
 }
 
 CLumsVarValue* CLumExpression::GetSysTimeStr()
 {
-    return LumFrame(FILE_LABEL, "CLumExpression::GetSysTimeStr()",
-                    [&]
-                    {
-                        LumValuePtr pFormat;
-                        if (HasArg())
-                            pFormat.reset(GetArg(CLumBasic::AT_STRING, 1));
-                        char szBuffer[SYSTIME_BUFFER];
-                        size_t n = 0;
-                        time_t now = time(nullptr);
-                        struct tm tmLocal;
-                        // The "C" locale: a host's setlocale must not change month or day names.
-                        if (pFormat != nullptr && localtime_r(&now, &tmLocal) != nullptr)
-                            n = strftime_l(szBuffer, sizeof szBuffer, pFormat->GetText(), &tmLocal,
-                                           LumCLocale());
-                        LumValuePtr pResult(new CLumsVarValue());
-                        pResult->GetStringRef().assign(szBuffer, n);
-                        return pResult.release();
-                    });
+    return LumFrame(FILE_LABEL, "CLumExpression::GetSysTimeStr()", [&] {
+        LumValuePtr pFormat;
+        if (HasArg())
+            pFormat.reset(GetArg(CLumBasic::AT_STRING, 1));
+        char szBuffer[SYSTIME_BUFFER];
+        size_t n = 0;
+        time_t now = time(nullptr);
+        struct tm tmLocal;
+        // The "C" locale: a host's setlocale must not change month or day names.
+        if (pFormat != nullptr && localtime_r(&now, &tmLocal) != nullptr)
+            n = strftime_l(szBuffer, sizeof szBuffer, pFormat->GetText(), &tmLocal, LumCLocale());
+        LumValuePtr pResult(new CLumsVarValue());
+        pResult->GetStringRef().assign(szBuffer, n);
+        return pResult.release();
+    });
 }

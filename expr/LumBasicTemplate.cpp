@@ -210,38 +210,35 @@ std::string_view AlignDecimals(char* pszText, size_t nText, std::string_view tpl
 
 int CLumExpression::FillTemplate(char* pszDest, const char* pszTemplate, CLumsVarValue* pValue, int nSize)
 {
-    return LumFrame(
-        FILE_LABEL, "CLumExpression::FillTemplate()",
-        [&]
+    return LumFrame(FILE_LABEL, "CLumExpression::FillTemplate()", [&] {
+        std::string_view tpl(pszTemplate == nullptr ? "" : pszTemplate);
+        int nType = pValue == nullptr ? CLumsVarValue::VT_EMPTY : pValue->GetType();
+        // Big enough for "%f" of the largest double.
+        char szNumber[400];
+        std::string_view text;
+        long long nPad = 0;
+        switch (nType)
         {
-            std::string_view tpl(pszTemplate == nullptr ? "" : pszTemplate);
-            int nType = pValue == nullptr ? CLumsVarValue::VT_EMPTY : pValue->GetType();
-            // Big enough for "%f" of the largest double.
-            char szNumber[400];
-            std::string_view text;
-            long long nPad = 0;
-            switch (nType)
-            {
-            case CLumsVarValue::VT_LONG:
-                text = AlignDecimals(szNumber, LumFormatLong(szNumber, pValue->GetLong()), tpl, &nPad);
-                break;
-            case CLumsVarValue::VT_DOUBLE:
-                text = AlignDecimals(szNumber, LumFormatDouble(szNumber, pValue->GetDouble()), tpl, &nPad);
-                break;
-            case CLumsVarValue::VT_STRING:
-                text = LumTextView(*pValue).substr(0, TEXT_MAX);
-                break;
-            default:
-                LumRaise(LUM_MSG_TEMPLATE_BAD_TYPE, tpl.data());
-            }
-            CTemplateWalk walk(tpl, text, nPad, nType != CLumsVarValue::VT_STRING);
-            walk.Run();
-            std::string_view result = walk.Result();
-            if (pszDest == nullptr || nSize <= 0)
-                return 0;
-            size_t n = std::min(result.size(), static_cast<size_t>(nSize - 1));
-            memcpy(pszDest, result.data(), n);
-            pszDest[n] = '\0';
-            return static_cast<int>(n);
-        });
+        case CLumsVarValue::VT_LONG:
+            text = AlignDecimals(szNumber, LumFormatLong(szNumber, pValue->GetLong()), tpl, &nPad);
+            break;
+        case CLumsVarValue::VT_DOUBLE:
+            text = AlignDecimals(szNumber, LumFormatDouble(szNumber, pValue->GetDouble()), tpl, &nPad);
+            break;
+        case CLumsVarValue::VT_STRING:
+            text = LumTextView(*pValue).substr(0, TEXT_MAX);
+            break;
+        default:
+            LumRaise(LUM_MSG_TEMPLATE_BAD_TYPE, tpl.data());
+        }
+        CTemplateWalk walk(tpl, text, nPad, nType != CLumsVarValue::VT_STRING);
+        walk.Run();
+        std::string_view result = walk.Result();
+        if (pszDest == nullptr || nSize <= 0)
+            return 0;
+        size_t n = std::min(result.size(), static_cast<size_t>(nSize - 1));
+        memcpy(pszDest, result.data(), n);
+        pszDest[n] = '\0';
+        return static_cast<int>(n);
+    });
 }
