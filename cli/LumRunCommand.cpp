@@ -1,5 +1,7 @@
 #include "LumRunCommand.h"
 
+#include "LumCompilerCommands.h"
+
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
 
@@ -96,6 +98,11 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
     if (fAnswer)
         InstallAnswer(nAnswer);
 
+    // A source is compiled in memory; its line markers still name the source's lines.
+    std::vector<uint8_t> aSource;
+    if (LumIsSourcePath(strImage) && !LumCompileSource(strImage, aSource))
+        return 1;
+
     CLumVariables cVariables;
     int nStatus = 0;
     try
@@ -111,7 +118,10 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
             cVariables.SetValuesFromString(strText.c_str());
         }
         CLumBasic cBasic(&cVariables, nullptr);
-        cBasic.Do(strImage.c_str());
+        if (aSource.empty())
+            cBasic.Do(strImage.c_str());
+        else
+            cBasic.DoMemory(aSource.data(), aSource.size());
     }
     catch (const CLumsException& e)
     {

@@ -157,9 +157,12 @@ void CLumCodeGen::CollectProcedures()
             if (m_pMain != nullptr)
                 Error(pProc->m_pos,
                       "Sub Main is defined twice; see line " + std::to_string(m_pMain->m_pos.m_nLine));
-            else if (pProc->m_fFunction || !pProc->m_aParams.empty())
-                Error(pProc->m_pos, "the entry of a program is 'Sub Main', without parameters");
-            m_pMain = pProc.get();
+            else
+            {
+                if (pProc->m_fFunction || !pProc->m_aParams.empty())
+                    Error(pProc->m_pos, "the entry of a program is 'Sub Main', without parameters");
+                m_pMain = pProc.get();
+            }
             continue;
         }
         CollectDeclaration(*pProc, true);

@@ -74,6 +74,7 @@ private:
     void EmitDim(const CLumStmt& stmt);
     void EmitIf(const CLumStmt& stmt);
     void EmitFor(const CLumStmt& stmt);
+    CLumTree ForStart(const CLumStmt& stmt);
     void EmitWhile(const CLumStmt& stmt);
     void EmitDoLoop(const CLumStmt& stmt);
     void EmitCall(const CLumStmt& stmt);

@@ -195,6 +195,29 @@ void CLumCodeGen::EmitIf(const CLumStmt& stmt)
     m_writer.Separator();
 }
 
+// For stores its start value as it comes, while an assignment converts it by the
+// counter's name. A start of another type goes through an assignment first, so the
+// counter holds the type its name says.
+CLumTree CLumCodeGen::ForStart(const CLumStmt& stmt)
+{
+    const CLumExpr& start = *stmt.m_aExprs[0];
+    bool fLong = !stmt.m_strName.empty() && stmt.m_strName.back() == '%';
+    if (stmt.m_aExprs.size() > 2 && fLong && stmt.m_aExprs[2]->m_eKind == ELumExpr::Double)
+        Error(stmt.m_aExprs[2]->m_pos, "the step of the Long counter '" + stmt.m_strName + "' must be whole");
+    if (fLong && start.m_eKind == ELumExpr::Long)
+        return CLumTree::LongConst(start.m_nLong);
+    if (!fLong && start.m_eKind == ELumExpr::Double)
+        return CLumTree::DoubleConst(std::string_view(start.m_strText));
+    if (!fLong && start.m_eKind == ELumExpr::Long)
+        return CLumTree::DoubleConst(std::string_view(std::to_string(start.m_nLong)));
+    m_writer.Token(LBT_ASSIGN);
+    m_writer.Token(LBT_NAME);
+    m_writer.CountedText(stmt.m_strName);
+    m_writer.Expression(ExprOf(start, ELumType::Number, "the first value of For"));
+    m_writer.Separator();
+    return CLumTree::Variable(stmt.m_strName);
+}
+
 void CLumCodeGen::EmitFor(const CLumStmt& stmt)
 {
     if (TypeOfName(stmt.m_strName) == ELumType::String)
@@ -205,10 +228,12 @@ void CLumCodeGen::EmitFor(const CLumStmt& stmt)
     else if (!stmt.m_strName.empty())
         CheckAssignable(stmt.m_strName, ELumType::Number, stmt.m_pos);
     CLumImageWriter::Label body = m_writer.NewLabel();
+    CLumTree start = ForStart(stmt);
     m_writer.Token(LBT_FOR);
     m_writer.CountedText(stmt.m_strName);
-    for (const auto& pExpr : stmt.m_aExprs)
-        m_writer.Expression(ExprOf(*pExpr, ELumType::Number, "a value of For"));
+    m_writer.Expression(start);
+    for (size_t i = 1; i < stmt.m_aExprs.size(); ++i)
+        m_writer.Expression(ExprOf(*stmt.m_aExprs[i], ELumType::Number, "a value of For"));
     m_writer.Separator();
     m_writer.Place(body);
     EmitBlock(stmt.m_aBody);

@@ -17,12 +17,10 @@ void CLumDiagnostics::Error(SLumPos pos, std::string strMessage)
 std::string CLumDiagnostics::Format(const std::string& strFile) const
 {
     std::vector<Entry> aSorted = m_aEntries;
-    std::stable_sort(aSorted.begin(), aSorted.end(),
-                     [](const Entry& a, const Entry& b)
-                     {
-                         return a.m_pos.m_nLine != b.m_pos.m_nLine ? a.m_pos.m_nLine < b.m_pos.m_nLine
-                                                                   : a.m_pos.m_nColumn < b.m_pos.m_nColumn;
-                     });
+    std::stable_sort(aSorted.begin(), aSorted.end(), [](const Entry& a, const Entry& b) {
+        return a.m_pos.m_nLine != b.m_pos.m_nLine ? a.m_pos.m_nLine < b.m_pos.m_nLine
+                                                  : a.m_pos.m_nColumn < b.m_pos.m_nColumn;
+    });
     std::string strText;
     for (const Entry& entry : aSorted)
     {

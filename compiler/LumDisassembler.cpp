@@ -236,7 +236,7 @@ void CLumDisassembler::Operands(unsigned short wToken, Cursor& cursor, std::stri
     case LBT_SEPARATOR:
         return;
     case LBT_FOR:
-        strLine += cursor.Text("the counter's name") + " =";
+        strLine += cursor.Text("the counter's name") + " = ";
         strLine += ArgumentList(cursor);
         return;
     case LBT_DECLARE:
@@ -259,9 +259,12 @@ void CLumDisassembler::Operands(unsigned short wToken, Cursor& cursor, std::stri
         strLine += TokenText(cursor.Word("the kind of End"));
         return;
     case LBT_CALL:
+    {
         strLine += cursor.Text("the procedure's name");
-        strLine += ArgumentList(cursor);
+        std::string strArgs = ArgumentList(cursor);
+        strLine += strArgs.empty() ? "" : ", " + strArgs;
         return;
+    }
     case LBT_CALLEX:
     case LBT_IMPORT:
     case LBT_SHOWMESSAGE:
@@ -320,7 +323,7 @@ std::string CLumDisassembler::ArgumentList(Cursor& cursor)
     while (cursor.PeekWord(w) && w == LBT_EXPRESSION)
     {
         cursor.Word();
-        str += (str.empty() ? " " : ", ") + Tree(cursor, 0);
+        str += (str.empty() ? "" : ", ") + Tree(cursor, 0);
     }
     return str;
 }

@@ -232,6 +232,15 @@ void CLumLexer::LexSymbol()
         token.m_strText = std::string{c, c2};
     else if (std::string_view("(),=<>+-*/").find(c) != std::string_view::npos)
         token.m_strText = std::string(1, c);
+    else if (c == '^' || c == '\\' || c == '&')
+    {
+        // Said once; the parser goes on as if it were an operator it knows.
+        m_diagnostics.Error(Here(), std::string("the operator '") + c + "' is not part of the language");
+        token.m_strText = "*";
+        ++m_nPos;
+        m_aTokens.push_back(token);
+        return;
+    }
     else
     {
         std::string strShown = static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x7F
