@@ -11,9 +11,23 @@ thread_local int t_anDepth[CLumDepthGuard::KIND_COUNT];
 // Lowest usable stack address of this thread, found once; 0 when unknown.
 thread_local uintptr_t t_nStackLimit = 1;
 
-// Room kept free below the deepest frame we allow; generous, because sanitizer
-// builds have frames several times larger.
-const uintptr_t STACK_MARGIN = 512 * 1024;
+#if defined(__SANITIZE_ADDRESS__)
+#define LUM_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define LUM_ASAN 1
+#endif
+#endif
+
+// Room kept free below the deepest checked frame. Between two checks an expression
+// may still recurse through a tree of CLumExpression::MAX_TREE_DEPTH levels, which
+// takes about half a megabyte in a plain build and four times that under
+// AddressSanitizer, whose frames are much larger.
+#ifdef LUM_ASAN
+const uintptr_t STACK_MARGIN = 2048 * 1024;
+#else
+const uintptr_t STACK_MARGIN = 768 * 1024;
+#endif
 
 uintptr_t FindStackLimit()
 {
@@ -24,9 +38,11 @@ uintptr_t FindStackLimit()
     size_t nSize = 0;
     int n = pthread_attr_getstack(&attr, &pLow, &nSize);
     pthread_attr_destroy(&attr);
-    if (n != 0 || nSize <= STACK_MARGIN)
+    if (n != 0 || nSize == 0)
         return 0;
-    return reinterpret_cast<uintptr_t>(pLow) + STACK_MARGIN;
+    // A thread with a small stack keeps half of it free rather than going unchecked.
+    uintptr_t nMargin = nSize / 2 < STACK_MARGIN ? nSize / 2 : STACK_MARGIN;
+    return reinterpret_cast<uintptr_t>(pLow) + nMargin;
 }
 } // namespace
 

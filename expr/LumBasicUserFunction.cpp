@@ -10,23 +10,21 @@
 // interpreter and stream, and its End leaves the result on the call stack.
 CLumsVarValue* CLumExpression::UserFunction()
 {
-    return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()",
-                    [&]
-                    {
-                        CLumBasic* pBasic = m_pBasic;
-                        pBasic->Call();
-                        // Set around the nested run only, so that it neither ends the debugger nor
-                        // recalls a source as a main run or an import would.
-                        int fInFunction = pBasic->m_fInFunction;
-                        pBasic->m_fInFunction = 1;
-                        pBasic->RunLoop();
-                        pBasic->m_fInFunction = fInFunction;
-                        CLumCallStack& stack = pBasic->m_cCallStack;
-                        if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
-                            LumRaise(LUM_MSG_END_SUB_IN_FUNCTION);
-                        std::unique_ptr<CallData> pCall(stack.Pop());
-                        CLumsVarValue* pResult = pCall->m_pResult;
-                        pCall->m_pResult = nullptr;
-                        return pResult;
-                    });
+    return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()", [&] {
+        CLumBasic* pBasic = m_pBasic;
+        pBasic->Call();
+        // Set around the nested run only, so that it neither ends the debugger nor
+        // recalls a source as a main run or an import would.
+        int fInFunction = pBasic->m_fInFunction;
+        pBasic->m_fInFunction = 1;
+        pBasic->RunLoop();
+        pBasic->m_fInFunction = fInFunction;
+        CLumCallStack& stack = pBasic->m_cCallStack;
+        if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
+            LumRaise(LUM_MSG_END_SUB_IN_FUNCTION);
+        std::unique_ptr<CallData> pCall(stack.Pop());
+        CLumsVarValue* pResult = pCall->m_pResult;
+        pCall->m_pResult = nullptr;
+        return pResult;
+    });
 }

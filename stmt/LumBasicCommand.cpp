@@ -191,140 +191,124 @@ void PushCommand(CLumCmdStack& stack, CmdData* pCmd)
 
 int CLumBasic::If()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::If()",
-                    [&]
-                    {
-                        long nSkip = m_pQuelle->GetDWord();
-                        CheckForward(nSkip, LBT_IF);
-                        std::unique_ptr<CmdData> pCmd(new CmdData());
-                        pCmd->m_nKind = 0;
-                        pCmd->m_fCondition =
-                            Condition(m_pQuelle, m_pVariables, this, LUM_MSG_IF_NO_CONDITION);
-                        int fCondition = pCmd->m_fCondition;
-                        PushCommand(m_cCmdStack, pCmd.release());
-                        if (!fCondition)
-                            m_pQuelle->Seek(nSkip, 1);
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::If()", [&] {
+        long nSkip = m_pQuelle->GetDWord();
+        CheckForward(nSkip, LBT_IF);
+        std::unique_ptr<CmdData> pCmd(new CmdData());
+        pCmd->m_nKind = 0;
+        pCmd->m_fCondition = Condition(m_pQuelle, m_pVariables, this, LUM_MSG_IF_NO_CONDITION);
+        int fCondition = pCmd->m_fCondition;
+        PushCommand(m_cCmdStack, pCmd.release());
+        if (!fCondition)
+            m_pQuelle->Seek(nSkip, 1);
+        return 0;
+    });
 }
 
 int CLumBasic::Else()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Else()",
-                    [&]
-                    {
-                        long nSkip = m_pQuelle->GetDWord();
-                        CheckForward(nSkip, LBT_ELSE);
-                        if (m_cCmdStack.IsEmpty() || m_cCmdStack.Top()->m_nKind != 0)
-                            LumRaise(LUM_MSG_ELSE_NO_IF);
-                        // The record stays: EndIf, where both branches meet, removes it.
-                        if (m_cCmdStack.Top()->m_fCondition)
-                            m_pQuelle->Seek(nSkip, 1);
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::Else()", [&] {
+        long nSkip = m_pQuelle->GetDWord();
+        CheckForward(nSkip, LBT_ELSE);
+        if (m_cCmdStack.IsEmpty() || m_cCmdStack.Top()->m_nKind != 0)
+            LumRaise(LUM_MSG_ELSE_NO_IF);
+        // The record stays: EndIf, where both branches meet, removes it.
+        if (m_cCmdStack.Top()->m_fCondition)
+            m_pQuelle->Seek(nSkip, 1);
+        return 0;
+    });
 }
 
 int CLumBasic::EndIf()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::EndIf()",
-                    [&]
-                    {
-                        delete m_cCmdStack.Pop();
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::EndIf()", [&] {
+        delete m_cCmdStack.Pop();
+        return 0;
+    });
 }
 
 int CLumBasic::For()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::For()",
-                    [&]
-                    {
-                        const char* pszName = m_pQuelle->GetCountedText();
-                        CLumExpression cExpression(m_pQuelle, m_pVariables, this);
-                        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
-                            LumRaise(LUM_MSG_FOR_NO_START);
-                        SetVar(pszName, cExpression.Auswerten());
-                        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
-                            LumRaise(LUM_MSG_FOR_NO_END);
-                        // End and step are taken once, after the counter has its start value.
-                        std::unique_ptr<CmdData> pCmd(new CmdData());
-                        pCmd->m_nKind = 1;
-                        pCmd->m_pszVarName = pszName;
-                        pCmd->m_pEndValue = cExpression.Auswerten();
-                        if (m_pQuelle->GetToken() == LBT_EXPRESSION)
-                            pCmd->m_pStepValue = cExpression.Auswerten();
-                        else
-                        {
-                            m_pQuelle->Seek(-2, 1);
-                            pCmd->m_pStepValue = new CLumsVarValue(1L);
-                        }
-                        PushCommand(m_cCmdStack, pCmd.release());
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::For()", [&] {
+        const char* pszName = m_pQuelle->GetCountedText();
+        CLumExpression cExpression(m_pQuelle, m_pVariables, this);
+        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
+            LumRaise(LUM_MSG_FOR_NO_START);
+        SetVar(pszName, cExpression.Auswerten());
+        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
+            LumRaise(LUM_MSG_FOR_NO_END);
+        // End and step are taken once, after the counter has its start value.
+        std::unique_ptr<CmdData> pCmd(new CmdData());
+        pCmd->m_nKind = 1;
+        pCmd->m_pszVarName = pszName;
+        pCmd->m_pEndValue = cExpression.Auswerten();
+        if (m_pQuelle->GetToken() == LBT_EXPRESSION)
+            pCmd->m_pStepValue = cExpression.Auswerten();
+        else
+        {
+            m_pQuelle->Seek(-2, 1);
+            pCmd->m_pStepValue = new CLumsVarValue(1L);
+        }
+        PushCommand(m_cCmdStack, pCmd.release());
+        return 0;
+    });
 }
 
 int CLumBasic::Next()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Next()",
-                    [&]
-                    {
-                        long nSkip = m_pQuelle->GetDWord();
-                        if (m_cCmdStack.IsEmpty())
-                            LumRaise(LUM_MSG_NEXT_NO_FOR);
-                        CmdData* pCmd = m_cCmdStack.Top();
-                        if (pCmd->m_nKind != 1)
-                            LumRaise(LUM_MSG_BAD_NESTING);
-                        // The stored object itself, so that a change by the loop body counts.
-                        CLumsVarValue* pCounter = GetVar(pCmd->m_pszVarName, nullptr);
-                        if (IsSharedNull(pCounter))
-                        {
-                            // The counter is not visible here (the loop was opened in another
-                            // procedure): it starts anew from the null value in this scope.
-                            SetVar(pCmd->m_pszVarName,
-                                   new CLumsVarValue(*CLumVariables::GetNullValue(pCmd->m_pszVarName)));
-                            pCounter = GetVar(pCmd->m_pszVarName, nullptr);
-                        }
-                        *pCounter += *pCmd->m_pStepValue;
-                        bool fEnded = pCmd->m_pStepValue->GetDouble() < 0 ? *pCounter < *pCmd->m_pEndValue
-                                                                          : *pCounter > *pCmd->m_pEndValue;
-                        if (fEnded)
-                        {
-                            // The last increment stays in the store, with no change notice.
-                            delete m_cCmdStack.Pop();
-                            return 0;
-                        }
-                        SetVar(pCmd->m_pszVarName, pCounter);
-                        m_pQuelle->Seek(nSkip, 1);
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::Next()", [&] {
+        long nSkip = m_pQuelle->GetDWord();
+        if (m_cCmdStack.IsEmpty())
+            LumRaise(LUM_MSG_NEXT_NO_FOR);
+        CmdData* pCmd = m_cCmdStack.Top();
+        if (pCmd->m_nKind != 1)
+            LumRaise(LUM_MSG_BAD_NESTING);
+        // The stored object itself, so that a change by the loop body counts.
+        CLumsVarValue* pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+        if (IsSharedNull(pCounter))
+        {
+            // The counter is not visible here (the loop was opened in another
+            // procedure): it starts anew from the null value in this scope.
+            SetVar(pCmd->m_pszVarName, new CLumsVarValue(*CLumVariables::GetNullValue(pCmd->m_pszVarName)));
+            pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+        }
+        *pCounter += *pCmd->m_pStepValue;
+        bool fEnded = pCmd->m_pStepValue->GetDouble() < 0 ? *pCounter < *pCmd->m_pEndValue
+                                                          : *pCounter > *pCmd->m_pEndValue;
+        if (fEnded)
+        {
+            // The last increment stays in the store, with no change notice.
+            delete m_cCmdStack.Pop();
+            return 0;
+        }
+        SetVar(pCmd->m_pszVarName, pCounter);
+        m_pQuelle->Seek(nSkip, 1);
+        return 0;
+    });
 }
 
 int CLumBasic::While()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::While()",
-                    [&]
-                    {
-                        long nSkip = m_pQuelle->GetDWord();
-                        CheckForward(nSkip, LBT_WHILE);
-                        if (!Condition(m_pQuelle, m_pVariables, this, LUM_MSG_WHILE_NO_EXPRESSION))
-                            m_pQuelle->Seek(nSkip, 1);
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::While()", [&] {
+        long nSkip = m_pQuelle->GetDWord();
+        CheckForward(nSkip, LBT_WHILE);
+        if (!Condition(m_pQuelle, m_pVariables, this, LUM_MSG_WHILE_NO_EXPRESSION))
+            m_pQuelle->Seek(nSkip, 1);
+        return 0;
+    });
 }
 
 int CLumBasic::Wend()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Wend()",
-                    [&]
-                    {
-                        long nSkip = m_pQuelle->GetDWord();
-                        m_pQuelle->Seek(nSkip, 1);
-                        // Wend goes back to its While, which tests anew; landing anywhere else could
-                        // only be a damaged image, and could turn into a loop that tests nothing.
-                        if (m_pQuelle->PeekToken() != LBT_WHILE)
-                            LumRaise(LUM_MSG_BAD_SKIP, static_cast<unsigned>(LBT_WEND));
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::Wend()", [&] {
+        long nSkip = m_pQuelle->GetDWord();
+        m_pQuelle->Seek(nSkip, 1);
+        // Wend goes back to its While, which tests anew; landing anywhere else could
+        // only be a damaged image, and could turn into a loop that tests nothing.
+        if (m_pQuelle->PeekToken() != LBT_WHILE)
+            LumRaise(LUM_MSG_BAD_SKIP, static_cast<unsigned>(LBT_WEND));
+        return 0;
+    });
 }
 
 int CLumBasic::DoLoop()
@@ -335,45 +319,39 @@ int CLumBasic::DoLoop()
 
 int CLumBasic::Loop()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Loop()",
-                    [&]
-                    {
-                        unsigned short wKind = m_pQuelle->GetToken();
-                        long nSkip = m_pQuelle->GetDWord();
-                        bool fTrue = Condition(m_pQuelle, m_pVariables, this, LUM_MSG_LOOP_NO_EXPRESSION);
-                        // Loop While goes on while the condition holds; every other kind is Until.
-                        if (fTrue == (wKind == LBT_WHILE))
-                            m_pQuelle->Seek(nSkip, 1);
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::Loop()", [&] {
+        unsigned short wKind = m_pQuelle->GetToken();
+        long nSkip = m_pQuelle->GetDWord();
+        bool fTrue = Condition(m_pQuelle, m_pVariables, this, LUM_MSG_LOOP_NO_EXPRESSION);
+        // Loop While goes on while the condition holds; every other kind is Until.
+        if (fTrue == (wKind == LBT_WHILE))
+            m_pQuelle->Seek(nSkip, 1);
+        return 0;
+    });
 }
 
 int CLumBasic::ShowMessage()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::ShowMessage()",
-                    [&]
-                    {
-                        delete ShowMessageFct();
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::ShowMessage()", [&] {
+        delete ShowMessageFct();
+        return 0;
+    });
 }
 
 CLumsVarValue* CLumBasic::ShowMessageFct()
 {
-    return LumFrame("LUMBASICOFLFUNCTION", "CLumBasic::ShowMessageFct",
-                    [&]
-                    {
-                        ValuePtr pCaption(GetArg(AT_STRING, 1));
-                        std::string strCaption = pCaption->GetText();
-                        pCaption.reset();
-                        ValuePtr pText(GetArg(AT_STRING, 2));
-                        std::string strText = pText->GetText();
-                        pText.reset();
-                        ValuePtr pStyle(GetArg(AT_LONG, 3));
-                        long nStyle = pStyle->GetLong();
-                        pStyle.reset();
-                        ValuePtr pAnswer(new CLumsVarValue(
-                            static_cast<long>(LumMessageBox(strText.c_str(), strCaption.c_str(), nStyle))));
-                        return pAnswer.release();
-                    });
+    return LumFrame("LUMBASICOFLFUNCTION", "CLumBasic::ShowMessageFct", [&] {
+        ValuePtr pCaption(GetArg(AT_STRING, 1));
+        std::string strCaption = pCaption->GetText();
+        pCaption.reset();
+        ValuePtr pText(GetArg(AT_STRING, 2));
+        std::string strText = pText->GetText();
+        pText.reset();
+        ValuePtr pStyle(GetArg(AT_LONG, 3));
+        long nStyle = pStyle->GetLong();
+        pStyle.reset();
+        ValuePtr pAnswer(
+            new CLumsVarValue(static_cast<long>(LumMessageBox(strText.c_str(), strCaption.c_str(), nStyle))));
+        return pAnswer.release();
+    });
 }

@@ -67,17 +67,15 @@ TEST(ControlFlow, ForLoopsRunTheBodyAndLeaveTheCounterOneStepPast)
         SCOPED_TRACE(std::string(c.m_pszCounter) + " ends " + c.m_pszCounterAfter);
         CLumVariables vars;
         CProbe basic(&vars);
-        auto image = MainImage(
-            [&](CLumProgram& p)
-            {
-                p.Assign("runs%", L(0));
-                if (c.m_step)
-                    p.For(c.m_pszCounter, c.m_start, c.m_end, *c.m_step);
-                else
-                    p.For(c.m_pszCounter, c.m_start, c.m_end);
-                p.Assign("runs%", Plus1("runs%"));
-                p.Next();
-            });
+        auto image = MainImage([&](CLumProgram& p) {
+            p.Assign("runs%", L(0));
+            if (c.m_step)
+                p.For(c.m_pszCounter, c.m_start, c.m_end, *c.m_step);
+            else
+                p.For(c.m_pszCounter, c.m_start, c.m_end);
+            p.Assign("runs%", Plus1("runs%"));
+            p.Next();
+        });
         EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
         EXPECT_EQ(Show(vars, "runs%"), c.m_pszRuns);
         EXPECT_EQ(Show(vars, c.m_pszCounter), c.m_pszCounterAfter);
@@ -89,21 +87,19 @@ TEST(ControlFlow, ForReadsTheCounterEachPassButTheEndOnlyOnce)
 {
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [](CLumProgram& p)
-        {
-            p.Assign("n%", L(3));
-            p.Assign("runs%", L(0));
-            p.For("i%", L(1), V("n%"));
-            p.Assign("n%", L(1));
-            p.Assign("runs%", Plus1("runs%"));
-            p.Next();
-            p.Assign("jumps%", L(0));
-            p.For("j%", L(1), L(10));
-            p.Assign("j%", Op(LBT_PLUS, V("j%"), L(4)));
-            p.Assign("jumps%", Plus1("jumps%"));
-            p.Next();
-        });
+    auto image = MainImage([](CLumProgram& p) {
+        p.Assign("n%", L(3));
+        p.Assign("runs%", L(0));
+        p.For("i%", L(1), V("n%"));
+        p.Assign("n%", L(1));
+        p.Assign("runs%", Plus1("runs%"));
+        p.Next();
+        p.Assign("jumps%", L(0));
+        p.For("j%", L(1), L(10));
+        p.Assign("j%", Op(LBT_PLUS, V("j%"), L(4)));
+        p.Assign("jumps%", Plus1("jumps%"));
+        p.Next();
+    });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(Show(vars, "runs%"), "L:3");
     EXPECT_EQ(Show(vars, "jumps%"), "L:2");
@@ -114,12 +110,10 @@ TEST(ControlFlow, NextNotifiesEveryPassButNotTheLastIncrement)
 {
     CLumVariables vars;
     CProbe basic(&vars, true);
-    auto image = MainImage(
-        [](CLumProgram& p)
-        {
-            p.For("i%", L(1), L(3));
-            p.Next();
-        });
+    auto image = MainImage([](CLumProgram& p) {
+        p.For("i%", L(1), L(3));
+        p.Next();
+    });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(basic.m_aNotices, (std::vector<std::string>{"i%=1", "i%=2", "i%=3"}));
     EXPECT_EQ(Show(vars, "i%"), "L:4");
@@ -148,19 +142,17 @@ TEST(ControlFlow, IfTakesTheRightBranchWhereverTheFalseSkipLands)
         SCOPED_TRACE(std::to_string(c.m_nCondition) + " else " + std::to_string(c.m_eElse));
         CLumVariables vars;
         CProbe basic(&vars);
-        auto image = MainImage(
-            [&](CLumProgram& p)
+        auto image = MainImage([&](CLumProgram& p) {
+            p.Assign("taken$", S(""));
+            p.If(L(c.m_nCondition));
+            p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("then")));
+            if (c.m_eElse != NONE)
             {
-                p.Assign("taken$", S(""));
-                p.If(L(c.m_nCondition));
-                p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("then")));
-                if (c.m_eElse != NONE)
-                {
-                    p.Else(c.m_eElse == BEHIND);
-                    p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("else")));
-                }
-                p.EndIf();
-            });
+                p.Else(c.m_eElse == BEHIND);
+                p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("else")));
+            }
+            p.EndIf();
+        });
         EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
         EXPECT_EQ(Show(vars, "taken$"), c.m_pszTaken);
         EXPECT_EQ(basic.OpenCommands(), 0);
@@ -173,28 +165,26 @@ TEST(ControlFlow, NestedBranchesAndLoopsInterleave)
     // Loop Until d% >= i%: EndIf: Next
     CLumVariables vars;
     CProbe basic(&vars);
-    auto image = MainImage(
-        [](CLumProgram& p)
-        {
-            p.Assign("w%", L(0));
-            p.Assign("d%", L(0));
-            p.Assign("odd%", L(0));
-            p.For("i%", L(1), L(6));
-            p.If(Op(LBT_GT, V("i%"), L(3)));
-            p.While(Op(LBT_LT, V("w%"), V("i%")));
-            p.Assign("w%", Plus1("w%"));
-            p.Wend();
-            p.Else();
-            p.Do();
-            p.Assign("d%", Plus1("d%"));
-            p.Loop(LBT_LOOP, Op(LBT_GE, V("d%"), V("i%")));
-            p.If(Op(LBT_EQ, V("i%"), L(2)));
-            p.Else();
-            p.Assign("odd%", Plus1("odd%"));
-            p.EndIf();
-            p.EndIf();
-            p.Next();
-        });
+    auto image = MainImage([](CLumProgram& p) {
+        p.Assign("w%", L(0));
+        p.Assign("d%", L(0));
+        p.Assign("odd%", L(0));
+        p.For("i%", L(1), L(6));
+        p.If(Op(LBT_GT, V("i%"), L(3)));
+        p.While(Op(LBT_LT, V("w%"), V("i%")));
+        p.Assign("w%", Plus1("w%"));
+        p.Wend();
+        p.Else();
+        p.Do();
+        p.Assign("d%", Plus1("d%"));
+        p.Loop(LBT_LOOP, Op(LBT_GE, V("d%"), V("i%")));
+        p.If(Op(LBT_EQ, V("i%"), L(2)));
+        p.Else();
+        p.Assign("odd%", Plus1("odd%"));
+        p.EndIf();
+        p.EndIf();
+        p.Next();
+    });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(Show(vars, "w%"), "L:6");
     EXPECT_EQ(Show(vars, "d%"), "L:3");
@@ -226,24 +216,22 @@ TEST(ControlFlow, WhileMayRunNeverAndDoRunsAtLeastOnce)
         SCOPED_TRACE(std::string(c.m_pszLoop) + " " + std::to_string(c.m_nLimit));
         CLumVariables vars;
         CLumBasic basic(&vars, nullptr);
-        auto image = MainImage(
-            [&](CLumProgram& p)
+        auto image = MainImage([&](CLumProgram& p) {
+            p.Assign("runs%", L(0));
+            if (c.m_wKind == 0)
             {
-                p.Assign("runs%", L(0));
-                if (c.m_wKind == 0)
-                {
-                    p.While(Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
-                    p.Assign("runs%", Plus1("runs%"));
-                    p.Wend();
-                    return;
-                }
-                p.Do();
+                p.While(Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
                 p.Assign("runs%", Plus1("runs%"));
-                if (c.m_wKind == LBT_WHILE)
-                    p.Loop(c.m_wKind, Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
-                else
-                    p.Loop(c.m_wKind, Op(LBT_GE, V("runs%"), L(c.m_nLimit)));
-            });
+                p.Wend();
+                return;
+            }
+            p.Do();
+            p.Assign("runs%", Plus1("runs%"));
+            if (c.m_wKind == LBT_WHILE)
+                p.Loop(c.m_wKind, Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
+            else
+                p.Loop(c.m_wKind, Op(LBT_GE, V("runs%"), L(c.m_nLimit)));
+        });
         EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
         EXPECT_EQ(Show(vars, "runs%"), c.m_pszRuns);
     }
@@ -254,14 +242,12 @@ TEST(ControlFlow, AProcedureLeftFromInsideAnIfLeavesItsRecord)
     CLumVariables vars;
     CProbe basic(&vars);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("Leave");
             p.Call("Leave");
             p.Assign("after%", L(1));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Sub("Leave");
             p.If(L(1));
             p.End();
@@ -300,15 +286,13 @@ TEST(ControlFlow, BadStructuresFailWithTheirMessage)
         {"Else without If", [](CLumImageWriter& w) { w.Token(LBT_ELSE), w.DWord(0); }, LUM_MSG_ELSE_NO_IF,
          "CLumBasic::Else()"},
         {"Else on a For",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_ELSE), w.DWord(0);
          },
          LUM_MSG_ELSE_NO_IF, "CLumBasic::Else()"},
         {"For without end",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              w.Token(LBT_FOR), w.CountedText("i%"), w.Expression(L(1));
              w.Separator();
          },
@@ -317,8 +301,7 @@ TEST(ControlFlow, BadStructuresFailWithTheirMessage)
          [](CLumImageWriter& w) { w.Token(LBT_FOR), w.CountedText("i%"), w.Separator(); },
          LUM_MSG_FOR_NO_START, "CLumBasic::For()"},
         {"Next inside an If inside the For",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_IF), w.DWord(0), w.Expression(L(1));
              w.Token(LBT_NEXT), w.DWord(0);
@@ -327,8 +310,7 @@ TEST(ControlFlow, BadStructuresFailWithTheirMessage)
         {"Next without For", [](CLumImageWriter& w) { w.Token(LBT_NEXT), w.DWord(0); }, LUM_MSG_NEXT_NO_FOR,
          "CLumBasic::Next()"},
         {"EndIf took the For record",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_ENDIF);
              w.Token(LBT_NEXT), w.DWord(0);
@@ -368,8 +350,7 @@ TEST(ControlFlow, SkipsThatCouldOnlySpinAreRefused)
     };
     const Case aCases[] = {
         {"If skipping backward onto itself",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              CLumImageWriter::Label self = w.NewLabel();
              w.Place(self);
              w.Token(LBT_IF);
@@ -379,8 +360,7 @@ TEST(ControlFlow, SkipsThatCouldOnlySpinAreRefused)
          },
          LUM_MSG_BAD_SKIP, LBT_IF},
         {"Wend onto itself",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              CLumImageWriter::Label self = w.NewLabel();
              w.Place(self);
              w.Token(LBT_WEND);
@@ -388,8 +368,7 @@ TEST(ControlFlow, SkipsThatCouldOnlySpinAreRefused)
          },
          LUM_MSG_BAD_SKIP, LBT_WEND},
         {"Next back onto its For",
-         [](CLumImageWriter& w)
-         {
+         [](CLumImageWriter& w) {
              CLumImageWriter::Label loop = w.NewLabel();
              w.Place(loop);
              WriteFor(w, 10);

@@ -37,13 +37,11 @@ std::string LineMessage(long nLine)
 std::vector<uint8_t> Macro(const char* pszMark, const char* pszFunction, int nValue)
 {
     return MainImage(
-        [&](CLumProgram& p)
-        {
+        [&](CLumProgram& p) {
             p.Declare(pszFunction);
             p.Assign("log$", Op(LBT_PLUS, V("log$"), S(pszMark)));
         },
-        [&](CLumProgram& p)
-        {
+        [&](CLumProgram& p) {
             p.Function(pszFunction);
             p.Assign(pszFunction, L(nValue));
             p.End(LBT_FUNCTION);
@@ -71,16 +69,14 @@ TEST(Import, PathsRunInOrderOnTheSharedStoreAndTable)
     std::string strDecl = dir.Save("decl.lbc", DeclarationsOnly("Sq%", 49));
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [&](CLumProgram& p)
-        {
-            p.Assign("log$", S("m"));
-            p.Import({});
-            p.Import({strA});
-            p.Import({strB, strA, strDecl});
-            p.Assign("log$", Op(LBT_PLUS, V("log$"), S("z")));
-            p.Assign("r%", Op(LBT_PLUS, Op(LBT_PLUS, Fn("FromA%"), Fn("FromB%")), Fn("Sq%")));
-        });
+    auto image = MainImage([&](CLumProgram& p) {
+        p.Assign("log$", S("m"));
+        p.Import({});
+        p.Import({strA});
+        p.Import({strB, strA, strDecl});
+        p.Assign("log$", Op(LBT_PLUS, V("log$"), S("z")));
+        p.Assign("r%", Op(LBT_PLUS, Op(LBT_PLUS, Fn("FromA%"), Fn("FromB%")), Fn("Sq%")));
+    });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(Text(vars, "log$"), "mabaz");
     EXPECT_EQ(Text(vars, "r%"), "52");
@@ -119,8 +115,9 @@ TEST(Import, AFailingMacroReportsItsPathAndBothLines)
     main.Terminator();
     std::vector<std::string> aTrail = RunImage(basic, main.Finish());
 
-    auto at = [&](const std::string& str)
-    { return std::find(aTrail.begin(), aTrail.end(), str) - aTrail.begin(); };
+    auto at = [&](const std::string& str) {
+        return std::find(aTrail.begin(), aTrail.end(), str) - aTrail.begin();
+    };
     long nMacro = at(Format(LUM_MSG_IMPORTED_MACRO, strBad));
     long nInner = at(LineMessage(3));
     long nOuter = at(LineMessage(11));
@@ -161,20 +158,16 @@ TEST(Import, ProceduresOfNestedImportsStayCallable)
     // middle.lbc imports deep.lbc and succeeds; broken.lbc imports it too and then fails.
     std::string strMiddle = dir.Save("middle.lbc", MainImage([&](CLumProgram& p) { p.Import({strDeep}); }));
     std::string strOther = dir.Save("other.lbc", DeclarationsOnly("Other%", 7));
-    std::string strBroken = dir.Save("broken.lbc", MainImage(
-                                                       [&](CLumProgram& p)
-                                                       {
-                                                           p.Import({strOther});
-                                                           p.Writer().Token(0x0581);
-                                                       }));
+    std::string strBroken = dir.Save("broken.lbc", MainImage([&](CLumProgram& p) {
+                                         p.Import({strOther});
+                                         p.Writer().Token(0x0581);
+                                     }));
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [&](CLumProgram& p)
-        {
-            p.Import({strMiddle});
-            p.Assign("deep%", Fn("Deep%"));
-        });
+    auto image = MainImage([&](CLumProgram& p) {
+        p.Import({strMiddle});
+        p.Assign("deep%", Fn("Deep%"));
+    });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(Text(vars, "deep%"), "99");
 
@@ -190,12 +183,10 @@ TEST(Import, ImportsWithoutEndFailCleanly)
 {
     CImageDir dir;
     std::string strSelf = dir.Path("self.lbc");
-    dir.Save("self.lbc", MainImage(
-                             [&](CLumProgram& p)
-                             {
-                                 p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
-                                 p.Import({strSelf});
-                             }));
+    dir.Save("self.lbc", MainImage([&](CLumProgram& p) {
+                 p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
+                 p.Import({strSelf});
+             }));
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     try

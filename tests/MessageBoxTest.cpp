@@ -20,12 +20,10 @@ class CRecordingBox
 public:
     explicit CRecordingBox(std::vector<int> aAnswers) : m_aAnswers(std::move(aAnswers))
     {
-        m_fnOld = LumSetMessageBox(
-            [this](const char* pszText, const char* pszCaption, long nStyle)
-            {
-                m_aCalls.push_back(std::string(pszCaption) + "|" + pszText + "|" + std::to_string(nStyle));
-                return m_aAnswers.at(m_aCalls.size() - 1);
-            });
+        m_fnOld = LumSetMessageBox([this](const char* pszText, const char* pszCaption, long nStyle) {
+            m_aCalls.push_back(std::string(pszCaption) + "|" + pszText + "|" + std::to_string(nStyle));
+            return m_aAnswers.at(m_aCalls.size() - 1);
+        });
     }
     ~CRecordingBox() { LumSetMessageBox(std::move(m_fnOld)); }
     std::vector<std::string> m_aCalls;
@@ -47,16 +45,14 @@ TEST(MessageBox, StatementAndFunctionShowTheBoxAndOnlyTheFunctionGivesTheAnswer)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("Ask%");
             p.ShowMessage(S("Titel"), S("Hallo"), L(LUM_MB_OK));
             p.Assign("a%", ShowMessageFct(S("Frage"), Op(LBT_PLUS, S("Weiter"), S("?")),
                                           Op(LBT_PLUS, L(LUM_MB_YESNO), L(LUM_MB_DEFBUTTON2))));
             p.Assign("b%", Fn("Ask%"));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Function("Ask%");
             p.Assign("Ask%", ShowMessageFct(S("In"), S("Funktion"), D(3.7)));
             p.End(LBT_FUNCTION);
@@ -92,15 +88,13 @@ TEST(MessageBox, TheFirstBadArgumentDecidesAndNoBoxIsShown)
         SCOPED_TRACE(c.m_pszWhat);
         CRecordingBox box({});
         CLumBasic basic;
-        auto image = MainImage(
-            [&](CLumProgram& p)
-            {
-                CLumImageWriter& w = p.Writer();
-                w.Token(LBT_SHOWMESSAGE);
-                for (const CLumTree& arg : c.m_aArgs)
-                    w.Expression(arg);
-                w.Separator();
-            });
+        auto image = MainImage([&](CLumProgram& p) {
+            CLumImageWriter& w = p.Writer();
+            w.Token(LBT_SHOWMESSAGE);
+            for (const CLumTree& arg : c.m_aArgs)
+                w.Expression(arg);
+            w.Separator();
+        });
         std::vector<std::string> aTrail = RunImage(basic, image);
         ASSERT_GE(aTrail.size(), 3u);
         EXPECT_EQ(aTrail[0], c.m_strMessage);
@@ -139,11 +133,10 @@ TEST(MessageBox, TheDefaultButtonComesFromBitsEightAndNine)
 TEST(MessageBox, TheCommandLineBoxAnswersTheDefaultOrTheGivenAnswerWithoutWaiting)
 {
     CImageDir dir;
-    dir.Save("ask.lbc", MainImage(
-                            [](CLumProgram& p) {
-                                p.Assign("a%", ShowMessageFct(S("Frage"), S("Weiter?"),
-                                                              L(LUM_MB_YESNO | LUM_MB_DEFBUTTON2)));
-                            }));
+    dir.Save("ask.lbc", MainImage([](CLumProgram& p) {
+                 p.Assign("a%",
+                          ShowMessageFct(S("Frage"), S("Weiter?"), L(LUM_MB_YESNO | LUM_MB_DEFBUTTON2)));
+             }));
     CliResult defaulted = RunCli(dir, "run --dump ask.lbc");
     EXPECT_EQ(defaulted.m_nStatus, 0);
     EXPECT_EQ(defaulted.m_strOut, "L:a%=7\n");

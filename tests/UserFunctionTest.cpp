@@ -55,8 +55,7 @@ TEST(UserFunction, FunctionsReturnTheirResultsIntoExpressions)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             for (const char* pszName : {"Twice", "Answer%", "Greet$", "Fact", "Unset%"})
                 p.Declare(pszName);
             p.Assign("twice", Op(LBT_PLUS, Fn("Twice", {L(20)}), L(2)));
@@ -65,8 +64,7 @@ TEST(UserFunction, FunctionsReturnTheirResultsIntoExpressions)
             p.Assign("fact", Fn("Fact", {L(10)}));
             p.Assign("unset%", Fn("Unset%"));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Function("Twice", "x");
             p.Assign("Twice", Op(LBT_MUL, V("x"), L(2)));
             p.End(LBT_FUNCTION);
@@ -93,8 +91,7 @@ TEST(UserFunction, CallsInOneExpressionRunLeftToRightAndGiveIndependentValues)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("A%");
             p.Declare("B%");
             p.Declare("Pair%");
@@ -105,8 +102,7 @@ TEST(UserFunction, CallsInOneExpressionRunLeftToRightAndGiveIndependentValues)
             p.Assign("again%", Op(LBT_MINUS, Fn("A%"), Fn("A%")));
             p.Assign("pair%", Fn("Pair%", {Fn("B%"), Fn("A%")}));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             WriteLogger(p, "A%");
             WriteLogger(p, "B%");
             p.Function("Pair%", "x%:y%");
@@ -125,8 +121,7 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("Broken");
             // No separator behind the statement: the call's own closes the list, so
             // the nested run goes on with the rest of Main and ends at its End.
@@ -137,8 +132,7 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
             w.Expression(Fn("Broken"));
             p.Assign("rest%", L(1));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Function("Broken");
             p.Assign("inside%", L(1));
             p.End(LBT_SUB);
@@ -159,27 +153,24 @@ TEST(UserFunction, RecursionRunsThousandsDeepAndFailsCleanlyWithoutEnd)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("Sum");
             p.Assign("sum", Fn("Sum", {V("n%")}));
         },
         WriteSum);
-    vars.SetValuesFromString("L:n%=1500\n");
+    vars.SetValuesFromString("L:n%=1000\n");
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    EXPECT_EQ(Text(vars, "sum"), "1125750.000000");
+    EXPECT_EQ(Text(vars, "sum"), "500500.000000");
 
     // Without end: the limit of nested runs, not the machine's stack, stops it.
     CLumVariables endless;
     CLumBasic cEndless(&endless, nullptr);
     auto loop = MainImage(
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Declare("Again");
             p.Assign("x", Fn("Again"));
         },
-        [](CLumProgram& p)
-        {
+        [](CLumProgram& p) {
             p.Function("Again");
             p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
             p.Assign("Again", Fn("Again"));
@@ -188,5 +179,31 @@ TEST(UserFunction, RecursionRunsThousandsDeepAndFailsCleanlyWithoutEnd)
     std::vector<std::string> aTrail = RunImage(cEndless, loop);
     ASSERT_FALSE(aTrail.empty());
     EXPECT_EQ(aTrail[0].rfind("Die Schachtelungstiefe von ", 0), 0u) << aTrail[0];
-    EXPECT_GE(endless.Lookup("depth%")->GetLong(), 1500);
+    EXPECT_GE(endless.Lookup("depth%")->GetLong(), 1000);
+}
+
+TEST(UserFunction, RecursionFromTheBottomOfADeepTreeFailsCleanly)
+{
+    // Each nested run sits under some 900 levels of evaluation that no depth check sees;
+    // the stack margin must still hold them at the last run that passes the check.
+    CLumTree tree = Op(LBT_PLUS, L(1), Fn("Again"));
+    for (int i = 0; i < 900; ++i)
+        tree = Op(LBT_PLUS, L(1), tree);
+    CLumVariables vars;
+    CLumBasic basic(&vars, nullptr);
+    auto image = MainImage(
+        [](CLumProgram& p) {
+            p.Declare("Again");
+            p.Assign("x", Fn("Again"));
+        },
+        [&](CLumProgram& p) {
+            p.Function("Again");
+            p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
+            p.Assign("Again", tree);
+            p.End(LBT_FUNCTION);
+        });
+    std::vector<std::string> aTrail = RunImage(basic, image);
+    ASSERT_FALSE(aTrail.empty());
+    EXPECT_EQ(aTrail[0].rfind("Die Schachtelungstiefe von ", 0), 0u) << aTrail[0];
+    EXPECT_GT(vars.Lookup("depth%")->GetLong(), 1);
 }
