@@ -240,7 +240,8 @@ int CLumBasic::For()
         // End and step are taken once, after the counter has its start value.
         std::unique_ptr<CmdData> pCmd(new CmdData());
         pCmd->m_nKind = 1;
-        pCmd->m_pszVarName = pszName;
+        pCmd->m_strVarName = pszName;
+        pCmd->m_pszVarName = pCmd->m_strVarName.c_str();
         pCmd->m_pEndValue = cExpression.Auswerten();
         if (m_pQuelle->GetToken() == LBT_EXPRESSION)
             pCmd->m_pStepValue = cExpression.Auswerten();

@@ -259,6 +259,29 @@ TEST(ControlFlow, AProcedureLeftFromInsideAnIfLeavesItsRecord)
     EXPECT_EQ(basic.OpenCommands(), 1);
 }
 
+TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
+{
+    // The first run ends inside its For; the record stays and outlives the image.
+    CLumVariables vars;
+    CProbe basic(&vars);
+    auto first = MainImage([](CLumProgram& p) {
+        CLumImageWriter& w = p.Writer();
+        w.Token(LBT_FOR);
+        w.CountedText("i%");
+        w.Expression(L(1));
+        w.Expression(L(3));
+        w.Separator();
+    });
+    EXPECT_EQ(RunImage(basic, first), std::vector<std::string>());
+    EXPECT_EQ(basic.OpenCommands(), 1);
+    auto second = MainImage([](CLumProgram& p) {
+        p.Writer().Token(LBT_NEXT);
+        p.Writer().DWord(0);
+    });
+    EXPECT_EQ(RunImage(basic, second), std::vector<std::string>());
+    EXPECT_EQ(Show(vars, "i%"), "L:2");
+}
+
 namespace
 {
 struct BadImage

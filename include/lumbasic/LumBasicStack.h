@@ -13,6 +13,9 @@ struct CmdData
     int m_nKind = 0;
     int m_fCondition = 0;
     const char* m_pszVarName = nullptr;
+    // The counter's name as the record's own copy: a record can outlive its image (a run
+    // that ends inside the loop leaves it for the next run's Next), so it never points there.
+    std::string m_strVarName;
     CLumsVarValue* m_pEndValue = nullptr;
     CLumsVarValue* m_pStepValue = nullptr;
     ~CmdData()
