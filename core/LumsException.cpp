@@ -18,3 +18,20 @@ const char* CLumsException::what() const noexcept
         return "CLumsException";
     }
 }
+
+std::string& CLumsException::NewEntry()
+{
+    if (m_aTrail.size() < MAX_HEAD + MAX_TAIL)
+    {
+        m_aTrail.emplace_back();
+        return m_aTrail.back();
+    }
+    // Full: the oldest entry of the tail joins the omitted ones.
+    if (m_nOmitted == 0)
+        m_aTrail.insert(m_aTrail.begin() + MAX_HEAD, std::string());
+    m_aTrail.erase(m_aTrail.begin() + MAX_HEAD + 1);
+    ++m_nOmitted;
+    m_aTrail[MAX_HEAD] = "... " + std::to_string(m_nOmitted) + " Einträge ausgelassen ...";
+    m_aTrail.emplace_back();
+    return m_aTrail.back();
+}

@@ -139,3 +139,18 @@ TEST(RunLoop, InitBindsOnceUntilUnInit)
     basic.Init(&second, nullptr);
     EXPECT_EQ(basic.GetVariables(), &second);
 }
+
+TEST(Trail, LongTrailsKeepTheirEndsAndCountTheRest)
+{
+    CLumsException e;
+    e.AddString() = "message";
+    for (int i = 1; i <= 1000; ++i)
+        e.Add(("label " + std::to_string(i)).c_str());
+    const std::vector<std::string>& trail = e.GetTrail();
+    ASSERT_EQ(trail.size(), CLumsException::MAX_HEAD + 1 + CLumsException::MAX_TAIL);
+    EXPECT_EQ(trail.front(), "message");
+    EXPECT_EQ(trail[CLumsException::MAX_HEAD - 1], "label 59");
+    EXPECT_EQ(trail[CLumsException::MAX_HEAD], "... 881 Einträge ausgelassen ...");
+    EXPECT_EQ(trail[CLumsException::MAX_HEAD + 1], "label 941");
+    EXPECT_EQ(trail.back(), "label 1000");
+}

@@ -2,6 +2,7 @@
 // went wrong first, then what each frame on the way out added.
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <string>
 #include <vector>
@@ -9,23 +10,27 @@
 class CLumsException : public std::exception
 {
 public:
+    // A failure deep in a recursion passes thousands of frames. The trail keeps
+    // its first and its last entries and counts the ones between in one line.
+    static constexpr size_t MAX_HEAD = 60;
+    static constexpr size_t MAX_TAIL = 60;
+
     CLumsException() = default;
 
     // Appends a file or method label.
-    void Add(const char* psz) { m_aTrail.emplace_back(psz ? psz : ""); }
+    void Add(const char* psz) { NewEntry().assign(psz ? psz : ""); }
     // Appends a new empty entry for the caller to fill.
-    std::string& AddString()
-    {
-        m_aTrail.emplace_back();
-        return m_aTrail.back();
-    }
+    std::string& AddString() { return NewEntry(); }
 
     const std::vector<std::string>& GetTrail() const { return m_aTrail; }
     // The trail joined by newlines.
     const char* what() const noexcept override;
 
 private:
+    std::string& NewEntry();
+
     std::vector<std::string> m_aTrail;
+    size_t m_nOmitted = 0;
     mutable std::string m_strWhat;
 };
 
