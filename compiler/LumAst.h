@@ -30,6 +30,8 @@ struct CLumExpr
     std::string m_strText;
     int32_t m_nLong = 0;
     unsigned short m_wOperator = 0;
+    // Levels of the tree below and including this node.
+    int m_nHeight = 1;
     std::vector<std::unique_ptr<CLumExpr>> m_aArgs;
 };
 

@@ -56,6 +56,7 @@ private:
     LumStmtPtr ParseFor();
     LumStmtPtr ParseWhile();
     LumStmtPtr ParseDo();
+    void ParseLoopEnd(CLumStmt& stmt, bool fHeadCondition);
     void ParseDim(Block& out);
     std::string ParseAsType();
     LumStmtPtr ParseLet();
@@ -77,13 +78,16 @@ private:
     LumExprPtr ParsePrimary();
     LumExprPtr ParseNameOf(SLumPos pos);
     std::vector<LumExprPtr> ParseParenArgs();
-    static LumExprPtr Binary(unsigned short wOperator, LumExprPtr left, LumExprPtr right);
-    static LumExprPtr Negate(LumExprPtr operand, SLumPos pos);
+    LumExprPtr Binary(unsigned short wOperator, LumExprPtr left, LumExprPtr right);
+    LumExprPtr Negate(LumExprPtr operand, SLumPos pos);
+    LumExprPtr Unary(ELumExpr eKind, LumExprPtr operand, SLumPos pos);
+    void CheckHeight(CLumExpr& expr);
 
     std::vector<SLumLexToken> m_aTokens;
     CLumDiagnostics& m_diagnostics;
     size_t m_nPos = 0;
     int m_nDepth = 0;
+    int m_nBlockDepth = 0;
     // Inside a one-line If, Else ends a statement and the line ends the If.
     int m_nSingleLineIf = 0;
 };

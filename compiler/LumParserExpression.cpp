@@ -4,6 +4,8 @@
 
 #include <lumbasic/LumTokens.h>
 
+#include <algorithm>
+
 namespace
 {
 // Deeper nesting than this is no program anyone writes; it would only exhaust the
@@ -28,6 +30,16 @@ const OperatorEntry s_aComparisons[] = {
 };
 } // namespace
 
+// A long chain such as 1 + 1 + ... grows the tree without recursion in the parser;
+// the interpreter reads trees recursively, so their height is bounded here.
+void CLumParser::CheckHeight(CLumExpr& expr)
+{
+    for (const LumExprPtr& pArg : expr.m_aArgs)
+        expr.m_nHeight = std::max(expr.m_nHeight, pArg->m_nHeight + 1);
+    if (expr.m_nHeight > MAX_DEPTH)
+        Fail(expr.m_pos, "expression nested too deeply");
+}
+
 LumExprPtr CLumParser::Binary(unsigned short wOperator, LumExprPtr left, LumExprPtr right)
 {
     auto pExpr = std::make_unique<CLumExpr>();
@@ -36,6 +48,17 @@ LumExprPtr CLumParser::Binary(unsigned short wOperator, LumExprPtr left, LumExpr
     pExpr->m_wOperator = wOperator;
     pExpr->m_aArgs.push_back(std::move(left));
     pExpr->m_aArgs.push_back(std::move(right));
+    CheckHeight(*pExpr);
+    return pExpr;
+}
+
+LumExprPtr CLumParser::Unary(ELumExpr eKind, LumExprPtr operand, SLumPos pos)
+{
+    auto pExpr = std::make_unique<CLumExpr>();
+    pExpr->m_eKind = eKind;
+    pExpr->m_pos = pos;
+    pExpr->m_aArgs.push_back(std::move(operand));
+    CheckHeight(*pExpr);
     return pExpr;
 }
 
@@ -62,11 +85,7 @@ LumExprPtr CLumParser::Negate(LumExprPtr operand, SLumPos pos)
         operand->m_pos = pos;
         return operand;
     }
-    auto pExpr = std::make_unique<CLumExpr>();
-    pExpr->m_eKind = ELumExpr::Negate;
-    pExpr->m_pos = pos;
-    pExpr->m_aArgs.push_back(std::move(operand));
-    return pExpr;
+    return Unary(ELumExpr::Negate, std::move(operand), pos);
 }
 
 LumExprPtr CLumParser::ParseExpression()
@@ -102,11 +121,7 @@ LumExprPtr CLumParser::ParseNot()
     DepthGuard guard(m_nDepth);
     if (m_nDepth > MAX_DEPTH)
         Fail(pos, "expression nested too deeply");
-    auto pExpr = std::make_unique<CLumExpr>();
-    pExpr->m_eKind = ELumExpr::Not;
-    pExpr->m_pos = pos;
-    pExpr->m_aArgs.push_back(ParseNot());
-    return pExpr;
+    return Unary(ELumExpr::Not, ParseNot(), pos);
 }
 
 LumExprPtr CLumParser::ParseComparison()
@@ -207,6 +222,7 @@ LumExprPtr CLumParser::ParsePrimary()
     {
         pExpr->m_eKind = ELumExpr::Apply;
         pExpr->m_aArgs = ParseParenArgs();
+        CheckHeight(*pExpr);
     }
     return pExpr;
 }
@@ -225,11 +241,8 @@ LumExprPtr CLumParser::ParseNameOf(SLumPos pos)
         pTarget->m_aArgs = ParseParenArgs();
     }
     ExpectSymbol(")", "to close NameOf");
-    auto pExpr = std::make_unique<CLumExpr>();
-    pExpr->m_eKind = ELumExpr::NameOf;
-    pExpr->m_pos = pos;
-    pExpr->m_aArgs.push_back(std::move(pTarget));
-    return pExpr;
+    CheckHeight(*pTarget);
+    return Unary(ELumExpr::NameOf, std::move(pTarget), pos);
 }
 
 std::vector<LumExprPtr> CLumParser::ParseParenArgs()

@@ -4,6 +4,8 @@
 
 namespace
 {
+constexpr int MAX_BLOCK_DEPTH = 100;
+
 // Statements of other dialects that a program image cannot express, with the reason.
 const char* const s_apszUnsupported[][2] = {
     {"Exit", "leave a loop through its condition, a procedure through its end"},
@@ -42,6 +44,15 @@ void CLumParser::ParseStatementBody(Block& out)
 {
     const SLumLexToken& token = Cur();
     bool fBlock = token.IsWord("For") || token.IsWord("While") || token.IsWord("Do");
+    // Blocks nest by recursion in the parser and in the code generator.
+    if ((fBlock || token.IsWord("If")) && m_nBlockDepth >= MAX_BLOCK_DEPTH)
+        Fail(token.m_pos, "blocks nested too deeply");
+    ++m_nBlockDepth;
+    struct Leave
+    {
+        int& m_n;
+        ~Leave() { --m_n; }
+    } leave{m_nBlockDepth};
     if (fBlock && m_nSingleLineIf > 0)
         Fail(token.m_pos, "'" + token.m_strText + "' cannot stand in a one-line If; write the If as a block");
     if (token.IsWord("If"))
@@ -323,13 +334,7 @@ LumStmtPtr CLumParser::ParseDo()
         {
             pHeadCondition = ParseExpression();
             if (!fWhile)
-            {
-                auto pNot = std::make_unique<CLumExpr>();
-                pNot->m_eKind = ELumExpr::Not;
-                pNot->m_pos = pos;
-                pNot->m_aArgs.push_back(std::move(pHeadCondition));
-                pHeadCondition = std::move(pNot);
-            }
+                pHeadCondition = Unary(ELumExpr::Not, std::move(pHeadCondition), pos);
         }
         ExpectStatementEnd();
     }
@@ -339,32 +344,7 @@ LumStmtPtr CLumParser::ParseDo()
     }
     pStmt->m_aBody = ParseBlock();
     pStmt->m_posEnd = Cur().m_pos;
-    if (!AcceptWord("Loop"))
-    {
-        m_diagnostics.Error(Cur().m_pos, "expected 'Loop' to close the Do opened at line " +
-                                             std::to_string(pStmt->m_pos.m_nLine) + ", found " +
-                                             Describe(Cur()));
-        return pStmt;
-    }
-    try
-    {
-        bool fWhile = AcceptWord("While");
-        bool fCondition = fWhile || AcceptWord("Until");
-        if (fCondition && pHeadCondition)
-            Fail(pStmt->m_posEnd, "a Do loop has its condition either behind Do or behind Loop, not both");
-        if (!fCondition && !pHeadCondition)
-            Fail(pStmt->m_posEnd, "expected 'While' or 'Until' behind Loop: a loop needs a condition");
-        if (fCondition)
-        {
-            pStmt->m_fFlag = fWhile;
-            pStmt->m_aExprs.push_back(ParseExpression());
-        }
-        ExpectStatementEnd();
-    }
-    catch (const SyntaxError&)
-    {
-        SkipStatement();
-    }
+    ParseLoopEnd(*pStmt, pHeadCondition != nullptr);
     if (pHeadCondition)
     {
         pStmt->m_eKind = ELumStmt::While;
@@ -373,6 +353,37 @@ LumStmtPtr CLumParser::ParseDo()
     if (pStmt->m_aExprs.empty())
         pStmt->m_aExprs.push_back(std::make_unique<CLumExpr>());
     return pStmt;
+}
+
+// "Loop", with the condition of the loop unless Do already had one.
+void CLumParser::ParseLoopEnd(CLumStmt& stmt, bool fHeadCondition)
+{
+    if (!AcceptWord("Loop"))
+    {
+        m_diagnostics.Error(Cur().m_pos, "expected 'Loop' to close the Do opened at line " +
+                                             std::to_string(stmt.m_pos.m_nLine) + ", found " +
+                                             Describe(Cur()));
+        return;
+    }
+    try
+    {
+        bool fWhile = AcceptWord("While");
+        bool fCondition = fWhile || AcceptWord("Until");
+        if (fCondition && fHeadCondition)
+            Fail(stmt.m_posEnd, "a Do loop has its condition either behind Do or behind Loop, not both");
+        if (!fCondition && !fHeadCondition)
+            Fail(stmt.m_posEnd, "expected 'While' or 'Until' behind Loop: a loop needs a condition");
+        if (fCondition)
+        {
+            stmt.m_fFlag = fWhile;
+            stmt.m_aExprs.push_back(ParseExpression());
+        }
+        ExpectStatementEnd();
+    }
+    catch (const SyntaxError&)
+    {
+        SkipStatement();
+    }
 }
 
 std::string CLumParser::ParseAsType()

@@ -2,6 +2,8 @@
 // pass reports all of them.
 #include "tests/LumCompilerTestSupport.h"
 
+#include <random>
+
 using namespace lumtest;
 
 namespace
@@ -139,4 +141,59 @@ TEST(CompilerErrors, ExtensionTableFaultsNameTheirLine)
         "ext.txt:6:1: error: expected a name and a token value from 0x0001 to 0xFFFF, as in 'function Tax "
         "0x2084'\n");
     EXPECT_NE(table.Find("BEEP"), nullptr);
+}
+
+TEST(CompilerErrors, DeepNestingIsAnErrorNotACrash)
+{
+    std::string strIfs;
+    for (int i = 0; i < 150; ++i)
+        strIfs += "If x Then\n";
+    for (int i = 0; i < 150; ++i)
+        strIfs += "End If\n";
+    const std::pair<std::string, const char*> aCases[] = {
+        {"x = " + std::string(300, '(') + "1" + std::string(300, ')'), "expression nested too deeply"},
+        {"x = 1" + std::string(3000, '+') + "1", "expression nested too deeply"},
+        {[] {
+             std::string str = "x = 1";
+             for (int i = 0; i < 300; ++i)
+                 str += " + 1";
+             return str;
+         }(),
+         "expression nested too deeply"},
+        {"x = " + std::string(300, '-') + "y", "expression nested too deeply"},
+        {strIfs, "blocks nested too deeply"},
+    };
+    for (const auto& c : aCases)
+    {
+        std::vector<uint8_t> aImage;
+        std::string strErrors = CompileText("Sub Main\n" + c.first + "\nEnd Sub\n", aImage);
+        EXPECT_NE(strErrors.find(c.second), std::string::npos) << strErrors.substr(0, 300);
+        EXPECT_TRUE(aImage.empty());
+    }
+}
+
+TEST(CompilerErrors, DamagedSourcesGiveErrorsOrImagesNeverACrash)
+{
+    std::mt19937 random(1123);
+    std::string strDir = std::string(LUM_SOURCE_DIR) + "/tests/golden/";
+    for (const char* pszName : {"control.lbd", "procedures.lbd", "assign.lbd"})
+    {
+        std::string strSource = ReadText(strDir + pszName);
+        for (int nRound = 0; nRound < 300; ++nRound)
+        {
+            std::string strDamaged = strSource;
+            if (nRound % 3 == 0)
+                strDamaged.resize(1 + random() % (strDamaged.size() - 1));
+            for (int i = 0; i < 3; ++i)
+                strDamaged[random() % strDamaged.size()] = "():=,\"'_\n x1$%"[random() % 15];
+            std::vector<uint8_t> aImage;
+            std::string strErrors = CompileText(strDamaged, aImage);
+            EXPECT_EQ(aImage.empty(), !strErrors.empty()) << strDamaged;
+            if (!aImage.empty())
+            {
+                std::string strListing;
+                EXPECT_TRUE(CLumDisassembler().Run(aImage.data(), aImage.size(), strListing)) << strDamaged;
+            }
+        }
+    }
 }
