@@ -212,25 +212,11 @@ void CLumDisassembler::Operands(unsigned short wToken, Cursor& cursor, std::stri
     case LBT_IF:
     case LBT_WHILE:
     case LBT_LOOP:
-    {
-        if (wToken == LBT_LOOP)
-            strLine += cursor.Word("the kind of Loop") == LBT_WHILE ? "While " : "Until ";
-        int32_t nSkip = cursor.DWord("a skip");
-        if (cursor.Word("an expression") != LBT_EXPRESSION)
-            cursor.Fail("expected LBT_EXPRESSION and the condition");
-        std::string strCondition = Tree(cursor, 0);
-        strLine += strCondition + "  ";
-        Skip(cursor, cursor.m_nPos, nSkip, strLine);
-        return;
-    }
     case LBT_ELSE:
     case LBT_NEXT:
     case LBT_WEND:
-    {
-        int32_t nSkip = cursor.DWord("a skip");
-        Skip(cursor, cursor.m_nPos, nSkip, strLine);
+        Jump(wToken, cursor, strLine);
         return;
-    }
     case LBT_ENDIF:
     case LBT_DO:
     case LBT_SEPARATOR:
@@ -240,16 +226,8 @@ void CLumDisassembler::Operands(unsigned short wToken, Cursor& cursor, std::stri
         strLine += ArgumentList(cursor);
         return;
     case LBT_DECLARE:
-    {
-        unsigned short w1 = cursor.Word("the first word of Declare");
-        unsigned short w2 = cursor.Word("the second word of Declare");
-        int32_t nOffset = cursor.DWord("a procedure offset");
-        strLine += TokenText(w1) + ", " + std::to_string(w2) + ", proc ";
-        Skip(cursor, 0, nOffset, strLine);
-        strLine += ", " + cursor.Text("the procedure's name");
-        strLine += ", " + cursor.Text("the declaration");
+        Declaration(cursor, strLine);
         return;
-    }
     case LBT_SUB:
     case LBT_FUNCTION:
         strLine += cursor.Text("the procedure's name");
@@ -281,6 +259,37 @@ void CLumDisassembler::Operands(unsigned short wToken, Cursor& cursor, std::stri
         cursor.m_nPos -= 2;
         cursor.Fail("token " + TokenText(wToken) + " is no statement, so the walk cannot go on");
     }
+}
+
+// The statements with a skip; a condition, where there is one, stands before it in
+// the listing, as in the source.
+void CLumDisassembler::Jump(unsigned short wToken, Cursor& cursor, std::string& strLine)
+{
+    if (wToken == LBT_ELSE || wToken == LBT_NEXT || wToken == LBT_WEND)
+    {
+        int32_t nSkip = cursor.DWord("a skip");
+        Skip(cursor, cursor.m_nPos, nSkip, strLine);
+        return;
+    }
+    if (wToken == LBT_LOOP)
+        strLine += cursor.Word("the kind of Loop") == LBT_WHILE ? "While " : "Until ";
+    int32_t nSkip = cursor.DWord("a skip");
+    if (cursor.Word("an expression") != LBT_EXPRESSION)
+        cursor.Fail("expected LBT_EXPRESSION and the condition");
+    std::string strCondition = Tree(cursor, 0);
+    strLine += strCondition + "  ";
+    Skip(cursor, cursor.m_nPos, nSkip, strLine);
+}
+
+void CLumDisassembler::Declaration(Cursor& cursor, std::string& strLine)
+{
+    unsigned short w1 = cursor.Word("the first word of Declare");
+    unsigned short w2 = cursor.Word("the second word of Declare");
+    int32_t nOffset = cursor.DWord("a procedure offset");
+    strLine += TokenText(w1) + ", " + std::to_string(w2) + ", proc ";
+    Skip(cursor, 0, nOffset, strLine);
+    strLine += ", " + cursor.Text("the procedure's name");
+    strLine += ", " + cursor.Text("the declaration");
 }
 
 void CLumDisassembler::Assignment(Cursor& cursor, std::string& strLine)

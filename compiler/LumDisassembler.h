@@ -30,6 +30,8 @@ private:
 
     void Statement(Cursor& cursor, std::string& strLine);
     void Operands(unsigned short wToken, Cursor& cursor, std::string& strLine);
+    void Jump(unsigned short wToken, Cursor& cursor, std::string& strLine);
+    void Declaration(Cursor& cursor, std::string& strLine);
     void Assignment(Cursor& cursor, std::string& strLine);
     void Dim(Cursor& cursor, std::string& strLine);
     void Skip(Cursor& cursor, size_t nBase, int32_t nSkip, std::string& strLine);
