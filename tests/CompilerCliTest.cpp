@@ -95,3 +95,39 @@ TEST(CompilerCli, ErrorsAndWrongUseGiveTheirStatus)
     EXPECT_EQ(Cli("compile").m_nStatus, 2);
     EXPECT_EQ(Cli("dis a b").m_nStatus, 2);
 }
+
+TEST(CompilerCli, ShowMessageAsStatementAndFunctionGetsTheAnswer)
+{
+    std::string strSource = WriteSource("cli-box.lbd", "Sub Main\n"
+                                                       "  ShowMessage \"Titel\", \"Gespeichert\", 0\n"
+                                                       "  answer% = ShowMessage(\"Titel\", \"Drucken?\", 4)\n"
+                                                       "End Sub\n");
+    Outcome ran = Cli("run --answer 6 --dump " + strSource);
+    EXPECT_EQ(ran.m_nStatus, 0) << ran.m_strErr;
+    EXPECT_EQ(ran.m_strOut, "L:answer%=6\n");
+    EXPECT_NE(ran.m_strErr.find("Gespeichert"), std::string::npos) << ran.m_strErr;
+    EXPECT_NE(ran.m_strErr.find("Drucken?"), std::string::npos) << ran.m_strErr;
+}
+
+TEST(CompilerCli, TheExamplesRunToTheirTotals)
+{
+    std::string strDir = std::string(LUM_SOURCE_DIR) + "/examples/";
+    const std::pair<const char*, const char*> aCases[] = {
+        {"invoice.lbd", "S:grossLine$=Gesamt                                      1.567,05 €\n"},
+        {"loan.lbd", "S:summary$=Rate      1.024,54, Zinsen gesamt       294,52\n"},
+        {"strings.lbd", "S:joined$=äpfel | Birnen | Kirschen | Pflaumen\n"},
+    };
+    for (const auto& c : aCases)
+    {
+        Outcome ran = Cli("run --dump " + strDir + c.first);
+        EXPECT_EQ(ran.m_nStatus, 0) << ran.m_strErr;
+        EXPECT_NE(ran.m_strOut.find(c.second), std::string::npos) << ran.m_strOut;
+    }
+    std::string strLibrary = testing::TempDir() + "mathlib.lbc";
+    ASSERT_EQ(Cli("compile " + strDir + "mathlib.lbd -o " + strLibrary).m_nStatus, 0);
+    std::string strVars = WriteSource("geometry.vars", ("S:library$=" + strLibrary + "\n").c_str());
+    Outcome ran = Cli("run --vars " + strVars + " --dump " + strDir + "geometry.lbd");
+    EXPECT_EQ(ran.m_nStatus, 0) << ran.m_strErr;
+    EXPECT_NE(ran.m_strOut.find("D:hypotenuse=5.000000\n"), std::string::npos) << ran.m_strOut;
+    EXPECT_NE(ran.m_strOut.find("L:libraryCalls%=2\n"), std::string::npos) << ran.m_strOut;
+}
