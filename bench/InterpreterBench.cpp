@@ -15,7 +15,8 @@ const int PASSES = 1000;
 // x = (a + b%) * c - d / 2 over variables of the store, in a loop.
 void BM_EvaluateOperatorTree(benchmark::State& state)
 {
-    CLumTree tree = Op(LBT_MINUS, Op(LBT_MUL, Op(LBT_PLUS, V("a"), V("b%")), V("c")), Op(LBT_DIV, V("d"), L(2)));
+    CLumTree tree =
+        Op(LBT_MINUS, Op(LBT_MUL, Op(LBT_PLUS, V("a"), V("b%")), V("c")), Op(LBT_DIV, V("d"), L(2)));
     std::vector<uint8_t> image = MainImage([&](CLumProgram& p) {
         p.For("i%", L(1), L(PASSES));
         p.Assign("x", tree);

@@ -143,7 +143,8 @@ void CLumBasicFile::FindRegion()
 
 void CLumBasicFile::Damaged() const
 {
-    long nOffset = static_cast<long>(reinterpret_cast<uintptr_t>(m_pPosition) - reinterpret_cast<uintptr_t>(m_pBase));
+    long nOffset =
+        static_cast<long>(reinterpret_cast<uintptr_t>(m_pPosition) - reinterpret_cast<uintptr_t>(m_pBase));
     LumRaise(LUM_MSG_IMAGE_DAMAGED, nOffset);
 }
 
@@ -192,7 +193,8 @@ long CLumBasicFile::Seek(long nOffset, unsigned int nFrom)
             break;
         case 2:
             if (m_nLength != 0)
-                nPosition = nOffset > 0 ? nBase + m_nLength : nBase + m_nLength + static_cast<uintptr_t>(nOffset);
+                nPosition =
+                    nOffset > 0 ? nBase + m_nLength : nBase + m_nLength + static_cast<uintptr_t>(nOffset);
             break;
         default:
             break;

@@ -31,9 +31,9 @@ struct Unexpected
 
 // Called from inside a catch(...) handler: completes the trail of whatever is in flight.
 template <class AfterLabels, class OtherBefore, class OtherAfter>
-[[noreturn]] __attribute__((noinline, cold)) void Translate(const char* pszFile, const char* pszMethod,
-                                                           const AfterLabels& after, const OtherBefore& before,
-                                                           const OtherAfter& otherAfter)
+[[noreturn]] __attribute__((noinline, cold)) void
+Translate(const char* pszFile, const char* pszMethod, const AfterLabels& after, const OtherBefore& before,
+          const OtherAfter& otherAfter)
 {
     try
     {
@@ -76,8 +76,8 @@ template <class Body> decltype(auto) LumFrame(const char* pszFile, const char* p
 // CLumsException; `before` and `otherAfter` frame the labels of a new one made from
 // any other failure.
 template <class Body, class After, class Before, class OtherAfter>
-decltype(auto) LumFrameEx(const char* pszFile, const char* pszMethod, const After& after, const Before& before,
-                          const OtherAfter& otherAfter, Body&& body)
+decltype(auto) LumFrameEx(const char* pszFile, const char* pszMethod, const After& after,
+                          const Before& before, const OtherAfter& otherAfter, Body&& body)
 {
     try
     {

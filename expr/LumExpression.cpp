@@ -76,7 +76,8 @@ void CLumTermNode::Prepare()
                 (static_cast<uint32_t>(m_pData[4]) << 16) | (static_cast<uint32_t>(m_pData[5]) << 24)));
             break;
         case LBN_CONST_STRING:
-            m_cConstant.SetString(reinterpret_cast<const char*>(m_pData + 2), TextLength(m_pData + 2, nLength - 2));
+            m_cConstant.SetString(reinterpret_cast<const char*>(m_pData + 2),
+                                  TextLength(m_pData + 2, nLength - 2));
             break;
         default:
             // A constant type outside the table gives an empty value.
@@ -113,7 +114,9 @@ CLumTermNode* CLumExpression::ReadTree(int nDepth)
         if (nDepth >= MAX_TREE_DEPTH)
             LumRaise(LUM_MSG_TREE_TOO_DEEP, MAX_TREE_DEPTH);
         // A failure in a son frees the sons read so far with the node.
-        auto destroyTree = [this](CLumTermNode* p) { destroy(p); };
+        auto destroyTree = [this](CLumTermNode* p) {
+            destroy(p);
+        };
         std::unique_ptr<CLumTermNode, decltype(destroyTree)> pNode(new CLumTermNode(), destroyTree);
         pNode->Read(m_pFile);
         if (pNode->GetKind() == LBN_OPERATOR)

@@ -20,7 +20,10 @@ public:
 
     unsigned short GetKindWord() const { return static_cast<unsigned short>(m_pHead[0] | (m_pHead[1] << 8)); }
     unsigned short GetKind() const { return static_cast<unsigned short>(GetKindWord() & LBN_KIND_MASK); }
-    unsigned short GetDataLength() const { return static_cast<unsigned short>(m_pHead[2] | (m_pHead[3] << 8)); }
+    unsigned short GetDataLength() const
+    {
+        return static_cast<unsigned short>(m_pHead[2] | (m_pHead[3] << 8));
+    }
     const unsigned char* GetData() const { return m_pData; }
     bool IsNameWanted() const { return (GetKindWord() & LBN_NAMEWANTED) != 0; }
     // The 16-bit word at `nOffset` of the data, 0 where the data is too short.

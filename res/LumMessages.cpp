@@ -33,14 +33,16 @@ const LumMessage s_aMessages[] = {
     {57023, "Zu der Else-Anweisung fehlt die If-Anweisung."},
     {57024, "In der For-Anweisung fehlt der Endwert der Schleife."},
     {57025, "In der For-Anweisung fehlt der Anfangswert der Schleife."},
-    {57026, "Falsche Verschachtelung von If und For/While/Do. Verschiedenartige Schleifen oder If-Bedingungen "
-            "dürfen nicht verzahnt werden."},
+    {57026,
+     "Falsche Verschachtelung von If und For/While/Do. Verschiedenartige Schleifen oder If-Bedingungen "
+     "dürfen nicht verzahnt werden."},
     {57027, "Zu der Next-Anweisung existiert keine For-Anweisung."},
     {57028, "Die Adresse %p ist ungültig."},
     {57029, "Es wurde versucht, Daten aus einem nicht belegten Speicherbereich zu lesen."},
     {57030, "Es wurde versucht, in einem nicht belegten Speicherbereich zu positionieren."},
     {57031, "Der Stapel für zwischengespeicherte Datenpositionen ist leer."},
-    {57032, "Beim Füllen der Schablone \"%s\"wurde festgestellt, daß der Datentyp des Füllwertes ungültig ist."},
+    {57032,
+     "Beim Füllen der Schablone \"%s\"wurde festgestellt, daß der Datentyp des Füllwertes ungültig ist."},
     {57033, "Für einen numerischen Wert wurde eine Stringschablone angegeben."},
     {57034, "End Sub ist zur Beendigung einer Funktionsdefinition unzulässig. Es muß End Function verwendet "
             "werden."},
@@ -66,7 +68,8 @@ const LumMessage s_aMessages[] = {
     {57107, "Der Ausdruck ist tiefer als %d Ebenen verschachtelt."},
     {57108, "Die Anweisung mit dem Token %x ist in dieser Version noch nicht verfügbar."},
     {57109, "Mehr als %d Prozeduraufrufe sind gleichzeitig offen (Rekursion ohne Ende?)."},
-    {57110, "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
+    {57110,
+     "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
 };
 } // namespace

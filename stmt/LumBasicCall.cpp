@@ -27,8 +27,8 @@ int CLumBasic::Declare()
         pInfo->m_wInfo1 = m_pQuelle->GetToken();
         pInfo->m_wInfo2 = m_pQuelle->GetToken();
         long nOffset = m_pQuelle->GetDWord();
-        pInfo->m_pCode = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(m_pQuelle->GetBasePointer()) +
-                                                          static_cast<uintptr_t>(nOffset));
+        pInfo->m_pCode = reinterpret_cast<unsigned char*>(
+            reinterpret_cast<uintptr_t>(m_pQuelle->GetBasePointer()) + static_cast<uintptr_t>(nOffset));
         pInfo->m_pImage = m_pQuelle->GetImage();
         pInfo->m_fMainModule = m_fMainModule;
         std::string strName = m_pQuelle->GetCountedText();

@@ -50,99 +50,95 @@ void ConvertForName(const char* pszName, CLumsVarValue& value)
 
 int CLumBasic::Assign()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Assign()",
-                    [&]
-                    {
-                        // The name stays in the image where it can; only a computed name or the
-                        // key of a function result needs a string of its own.
-                        std::string strName;
-                        const char* pszName;
-                        unsigned short wToken = m_pQuelle->GetToken();
-                        if (wToken == LBT_NAME)
-                            pszName = m_pQuelle->GetCountedText();
-                        else if (wToken == LBT_EXPRESSION)
-                        {
-                            CLumExpression cTarget(m_pQuelle, m_pVariables, this);
-                            ValuePtr pTarget(cTarget.Auswerten());
-                            if (!pTarget->IsString())
-                                LumRaise(LUM_MSG_ASSIGN_TO_NUMBER);
-                            strName.swap(pTarget->GetStringRef());
-                            pszName = strName.c_str();
-                        }
-                        else
-                            LumRaise(LUM_MSG_EXPECT_EXPRESSION, static_cast<unsigned>(wToken));
+    return LumFrame(FILE_LABEL, "CLumBasic::Assign()", [&] {
+        // The name stays in the image where it can; only a computed name or the
+        // key of a function result needs a string of its own.
+        std::string strName;
+        const char* pszName;
+        unsigned short wToken = m_pQuelle->GetToken();
+        if (wToken == LBT_NAME)
+            pszName = m_pQuelle->GetCountedText();
+        else if (wToken == LBT_EXPRESSION)
+        {
+            CLumExpression cTarget(m_pQuelle, m_pVariables, this);
+            ValuePtr pTarget(cTarget.Auswerten());
+            if (!pTarget->IsString())
+                LumRaise(LUM_MSG_ASSIGN_TO_NUMBER);
+            strName.swap(pTarget->GetStringRef());
+            pszName = strName.c_str();
+        }
+        else
+            LumRaise(LUM_MSG_EXPECT_EXPRESSION, static_cast<unsigned>(wToken));
 
-                        if (m_cFunctionStack.IsEmpty())
-                            LumRaise(LUM_MSG_OUTSIDE_PROCEDURE);
-                        const std::string& strProcedure = m_cFunctionStack.TopString();
-                        if (strProcedure == pszName)
-                        {
-                            strName = CLumScopedKey(strProcedure, strProcedure).c_str();
-                            pszName = strName.c_str();
-                        }
+        if (m_cFunctionStack.IsEmpty())
+            LumRaise(LUM_MSG_OUTSIDE_PROCEDURE);
+        const std::string& strProcedure = m_cFunctionStack.TopString();
+        if (strProcedure == pszName)
+        {
+            strName = CLumScopedKey(strProcedure, strProcedure).c_str();
+            pszName = strName.c_str();
+        }
 
-                        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
-                            LumRaise(LUM_MSG_ASSIGN_NO_VALUE, pszName);
-                        CLumExpression cValue(m_pQuelle, m_pVariables, this);
-                        ValuePtr pValue(cValue.Auswerten());
-                        ConvertForName(pszName, *pValue);
-                        SetVar(pszName, pValue.release());
-                        return 0;
-                    });
+        if (m_pQuelle->GetToken() != LBT_EXPRESSION)
+            LumRaise(LUM_MSG_ASSIGN_NO_VALUE, pszName);
+        CLumExpression cValue(m_pQuelle, m_pVariables, this);
+        ValuePtr pValue(cValue.Auswerten());
+        ConvertForName(pszName, *pValue);
+        SetVar(pszName, pValue.release());
+        return 0;
+    });
 }
 
 int CLumBasic::Dim()
 {
-    return LumFrame(FILE_LABEL, "CLumBasic::Dim()",
-                    [&]
-                    {
-                        const char* pszName = m_pQuelle->GetCountedText();
-                        unsigned short wToken = m_pQuelle->GetToken();
-                        if (wToken == LBT_EXPRESSION)
-                        {
-                            CLumExpression cDimension(m_pQuelle, m_pVariables, this);
-                            ValuePtr pDimension(cDimension.Auswerten());
-                            if (!pDimension->IsNumber())
-                                LumRaise(LUM_MSG_DIM_NOT_NUMERIC, pszName);
-                            m_pVariables->SetDimension(pszName, pDimension.get());
-                            return 0;
-                        }
-                        if (GetDepth() <= 1)
-                            return 0;
-                        ValuePtr pValue(new CLumsVarValue());
-                        if (wToken == LBT_AS)
-                        {
-                            switch (m_pQuelle->GetToken())
-                            {
-                            case LBT_TYPE_LONG:
-                                *pValue = 0L;
-                                break;
-                            case LBT_TYPE_DOUBLE:
-                                *pValue = 0.0;
-                                break;
-                            case LBT_TYPE_STRING:
-                                *pValue = "";
-                                break;
-                            default:
-                                LumRaise(LUM_MSG_DIM_NO_TYPE, pszName);
-                            }
-                        }
-                        else
-                        {
-                            m_pQuelle->Seek(-2, 1);
-                            size_t nLength = strlen(pszName);
-                            char cType = nLength > 0 ? pszName[nLength - 1] : '\0';
-                            if (cType == '$')
-                                *pValue = "";
-                            else if (cType == '%')
-                                *pValue = 0L;
-                            else
-                                *pValue = 0.0;
-                        }
-                        CLumScopedKey cKey(m_cFunctionStack.TopString(), pszName);
-                        m_pVariables->SetValue(cKey.c_str(), pValue.release());
-                        return 0;
-                    });
+    return LumFrame(FILE_LABEL, "CLumBasic::Dim()", [&] {
+        const char* pszName = m_pQuelle->GetCountedText();
+        unsigned short wToken = m_pQuelle->GetToken();
+        if (wToken == LBT_EXPRESSION)
+        {
+            CLumExpression cDimension(m_pQuelle, m_pVariables, this);
+            ValuePtr pDimension(cDimension.Auswerten());
+            if (!pDimension->IsNumber())
+                LumRaise(LUM_MSG_DIM_NOT_NUMERIC, pszName);
+            m_pVariables->SetDimension(pszName, pDimension.get());
+            return 0;
+        }
+        if (GetDepth() <= 1)
+            return 0;
+        ValuePtr pValue(new CLumsVarValue());
+        if (wToken == LBT_AS)
+        {
+            switch (m_pQuelle->GetToken())
+            {
+            case LBT_TYPE_LONG:
+                *pValue = 0L;
+                break;
+            case LBT_TYPE_DOUBLE:
+                *pValue = 0.0;
+                break;
+            case LBT_TYPE_STRING:
+                *pValue = "";
+                break;
+            default:
+                LumRaise(LUM_MSG_DIM_NO_TYPE, pszName);
+            }
+        }
+        else
+        {
+            m_pQuelle->Seek(-2, 1);
+            size_t nLength = strlen(pszName);
+            char cType = nLength > 0 ? pszName[nLength - 1] : '\0';
+            if (cType == '$')
+                *pValue = "";
+            else if (cType == '%')
+                *pValue = 0L;
+            else
+                *pValue = 0.0;
+        }
+        CLumScopedKey cKey(m_cFunctionStack.TopString(), pszName);
+        m_pVariables->SetValue(cKey.c_str(), pValue.release());
+        return 0;
+    });
 }
 
 namespace

@@ -14,7 +14,8 @@ TEST(Argument, CallExNeedsAStringName)
     };
     const Case cases[] = {
         {"number for the name", [](CLumImageWriter& w) { w.Expression(CLumTree::LongConst(3)); },
-         "Im 1. Parameter wird eine Zeichenkette erwartet. In der Parameterliste steht jedoch ein numerischer "
+         "Im 1. Parameter wird eine Zeichenkette erwartet. In der Parameterliste steht jedoch ein "
+         "numerischer "
          "Ausdruck."},
         {"no name at all", [](CLumImageWriter& w) { w.Separator(); }, "Der 1. Parameter fehlt."},
     };
@@ -22,9 +23,9 @@ TEST(Argument, CallExNeedsAStringName)
     {
         CLumBasic basic;
         std::vector<std::string> trail = RunImage(basic, MainProgram([&](CLumImageWriter& w) {
-            w.Token(LBT_CALLEX);
-            c.m_body(w);
-        }));
+                                                      w.Token(LBT_CALLEX);
+                                                      c.m_body(w);
+                                                  }));
         std::vector<std::string> head = {c.m_pszMessage, "LUMBASIC", "CLumBasic::GetArg()", "LUMBASICCALL",
                                          "CLumBasic::CallEx()"};
         ASSERT_GE(trail.size(), head.size()) << c.m_pszName;
@@ -54,8 +55,9 @@ TEST(ImageCursor, SeekAndMemoryModeFollowTheirRules)
     }
     catch (const CLumsException& e)
     {
-        EXPECT_EQ(e.GetTrail(), (std::vector<std::string>{"Der Stapel für zwischengespeicherte Datenpositionen ist leer.",
-                                                          "LUMBASICFILE", "CLumBasicFile::SetMemoryMode()"}));
+        EXPECT_EQ(e.GetTrail(),
+                  (std::vector<std::string>{"Der Stapel für zwischengespeicherte Datenpositionen ist leer.",
+                                            "LUMBASICFILE", "CLumBasicFile::SetMemoryMode()"}));
     }
     EXPECT_THROW(file.GetDWord(), CLumsException); // only two bytes are left
 }

@@ -49,9 +49,11 @@ TEST(Assign, NamesDecideTheStoredType)
 TEST(Assign, FailuresKeepTheTargetAsItWas)
 {
     const FailureCase cases[] = {
-        {"number into a string variable", [](CLumImageWriter& w) { AssignName(w, "s$", CLumTree::LongConst(1)); },
+        {"number into a string variable",
+         [](CLumImageWriter& w) { AssignName(w, "s$", CLumTree::LongConst(1)); },
          "Der Stringvariablen s$ kann kein numerischer Wert zugewiesen werden."},
-        {"string into a number variable", [](CLumImageWriter& w) { AssignName(w, "x", CLumTree::StringConst("1")); },
+        {"string into a number variable",
+         [](CLumImageWriter& w) { AssignName(w, "x", CLumTree::StringConst("1")); },
          "Der numerischen Variablen x kann kein String zugewiesen werden."},
         {"numeric computed target",
          [](CLumImageWriter& w) { Computed(w, CLumTree::LongConst(3), CLumTree::LongConst(1)); },
@@ -121,7 +123,8 @@ TEST(Dim, LocalsOnlyFromDepthTwoAndTypedByKeywordOrName)
     w.Place(head);
     Head(w, "P");
     for (auto [pszName, wType] : {std::pair<const char*, unsigned short>{"a", LBT_TYPE_LONG},
-                                  {"b%", LBT_TYPE_DOUBLE}, {"c", LBT_TYPE_STRING}})
+                                  {"b%", LBT_TYPE_DOUBLE},
+                                  {"c", LBT_TYPE_STRING}})
     {
         w.Token(LBT_DIM);
         w.CountedText(pszName);

@@ -28,7 +28,8 @@ std::string ReadAll(const std::string& strPath)
 Outcome RunCli(const std::string& strArgs)
 {
     std::string strOut = testing::TempDir() + "cli.out", strErr = testing::TempDir() + "cli.err";
-    std::string strCommand = std::string(LUM_CLI_PATH) + " " + strArgs + " </dev/null >" + strOut + " 2>" + strErr;
+    std::string strCommand =
+        std::string(LUM_CLI_PATH) + " " + strArgs + " </dev/null >" + strOut + " 2>" + strErr;
     int nRaw = system(strCommand.c_str());
     return Outcome{WIFEXITED(nRaw) ? WEXITSTATUS(nRaw) : -1, ReadAll(strOut), ReadAll(strErr)};
 }
@@ -36,17 +37,19 @@ Outcome RunCli(const std::string& strArgs)
 std::string WriteImage(const char* pszName, const std::vector<uint8_t>& image)
 {
     std::string strPath = testing::TempDir() + pszName;
-    std::ofstream(strPath, std::ios::binary).write(reinterpret_cast<const char*>(image.data()),
-                                                   static_cast<std::streamsize>(image.size()));
+    std::ofstream(strPath, std::ios::binary)
+        .write(reinterpret_cast<const char*>(image.data()), static_cast<std::streamsize>(image.size()));
     return strPath;
 }
 } // namespace
 
 TEST(Cli, RunFillsAndDumpsTheStore)
 {
-    std::string strImage = WriteImage("double.lbc", MainProgram([](CLumImageWriter& w) {
-        AssignName(w, "n%", CLumTree::Operator(LBT_MUL, CLumTree::Variable("n%"), CLumTree::LongConst(2)));
-    }));
+    std::string strImage = WriteImage(
+        "double.lbc", MainProgram([](CLumImageWriter& w) {
+            AssignName(w, "n%",
+                       CLumTree::Operator(LBT_MUL, CLumTree::Variable("n%"), CLumTree::LongConst(2)));
+        }));
     std::string strVars = testing::TempDir() + "vars.txt";
     std::ofstream(strVars) << "L:n%=21\nS:keep$=a b\n";
     Outcome o = RunCli("run --vars " + strVars + " --dump " + strImage);
@@ -58,10 +61,10 @@ TEST(Cli, RunFillsAndDumpsTheStore)
 TEST(Cli, FailurePrintsTheTrailAndStillDumps)
 {
     std::string strImage = WriteImage("fail.lbc", MainProgram([](CLumImageWriter& w) {
-        AssignName(w, "a%", CLumTree::LongConst(1));
-        w.DebugInfo(12);
-        AssignName(w, "s$", CLumTree::LongConst(2));
-    }));
+                                          AssignName(w, "a%", CLumTree::LongConst(1));
+                                          w.DebugInfo(12);
+                                          AssignName(w, "s$", CLumTree::LongConst(2));
+                                      }));
     Outcome o = RunCli("run --dump " + strImage);
     EXPECT_EQ(o.m_nStatus, 1);
     EXPECT_EQ(o.m_strOut, "L:a%=1\n");

@@ -42,13 +42,13 @@ TEST(Expression, EveryOperator)
         const char* m_pszResult;
     };
     const Case cases[] = {
-        {LBT_AND, Long(2), Str("x"), "1"},  {LBT_AND, Long(2), Str(""), "0"},
-        {LBT_OR, Long(0), Str(""), "0"},    {LBT_OR, Long(0), CLumTree::DoubleConst("0.5"), "1"},
-        {LBT_EQ, Str("a"), Str("a"), "1"},  {LBT_NE, Long(1), CLumTree::DoubleConst("1.0"), "0"},
-        {LBT_GT, Long(3), Long(2), "1"},    {LBT_LT, Str("B"), Str("a"), "1"},
-        {LBT_GE, Long(2), Long(2), "1"},    {LBT_LE, Long(3), Long(2), "0"},
+        {LBT_AND, Long(2), Str("x"), "1"},   {LBT_AND, Long(2), Str(""), "0"},
+        {LBT_OR, Long(0), Str(""), "0"},     {LBT_OR, Long(0), CLumTree::DoubleConst("0.5"), "1"},
+        {LBT_EQ, Str("a"), Str("a"), "1"},   {LBT_NE, Long(1), CLumTree::DoubleConst("1.0"), "0"},
+        {LBT_GT, Long(3), Long(2), "1"},     {LBT_LT, Str("B"), Str("a"), "1"},
+        {LBT_GE, Long(2), Long(2), "1"},     {LBT_LE, Long(3), Long(2), "0"},
         {LBT_PLUS, Long(40), Long(2), "42"}, {LBT_MINUS, Long(40), Long(42), "-2"},
-        {LBT_MUL, Long(6), Long(7), "42"},  {LBT_DIV, Long(7), Long(2), "3"},
+        {LBT_MUL, Long(6), Long(7), "42"},   {LBT_DIV, Long(7), Long(2), "3"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(Evaluate("x%", Op(c.m_wToken, c.m_left, c.m_right)), c.m_pszResult)
@@ -72,8 +72,9 @@ TEST(Expression, VariablesAndElementsResolve)
     const char* pszVars = "L:n%=4\nS:s$=abc\nD:a:2:3=1.5\nL:b%:7=70\n";
     EXPECT_EQ(Evaluate("x%", Op(LBT_PLUS, CLumTree::Variable("n%"), Long(1)), pszVars), "5");
     EXPECT_EQ(Evaluate("x", CLumTree::Array("a", {Long(2), Long(3)}), pszVars), "1.500000");
-    EXPECT_EQ(Evaluate("x%", CLumTree::Array("b%", {Op(LBT_PLUS, CLumTree::Variable("n%"), Long(3))}), pszVars),
-              "70");
+    EXPECT_EQ(
+        Evaluate("x%", CLumTree::Array("b%", {Op(LBT_PLUS, CLumTree::Variable("n%"), Long(3))}), pszVars),
+        "70");
     EXPECT_EQ(Evaluate("x$", CLumTree::Variable("missing$"), pszVars), "");
     // A flagged node gives the name, with its evaluated indices.
     EXPECT_EQ(Evaluate("x$", CLumTree::Variable("n%", true), pszVars), "n%");
@@ -89,8 +90,10 @@ TEST(Expression, VariablesAndElementsResolve)
 TEST(Expression, EvaluationFailures)
 {
     EXPECT_EQ(Evaluate("x", CLumTree::Array("a", {Str("1")})),
-              "failure: Im 0.Parameter wird ein numerischer Typ erwartet. Dort steht jedoch die Zeichenkette \"1\".");
-    EXPECT_EQ(Evaluate("x", CLumTree::Raw(0x087A, {})), "failure: Der Typ (87a) des Auswertungsknotens ist unbekannt.");
+              "failure: Im 0.Parameter wird ein numerischer Typ erwartet. Dort steht jedoch die Zeichenkette "
+              "\"1\".");
+    EXPECT_EQ(Evaluate("x", CLumTree::Raw(0x087A, {})),
+              "failure: Der Typ (87a) des Auswertungsknotens ist unbekannt.");
     EXPECT_EQ(Evaluate("x", CLumTree::Function(0x4284, {})),
               "failure: Das Token 4284 ist kein gültiges Funktionstoken.");
     EXPECT_EQ(Evaluate("x", Op(LBT_MINUS, Str("a"), Long(1))),

@@ -58,12 +58,14 @@ TEST(Procedure, ParametersTakeTheTypeOfTheirNames)
             Declare(w, "P", head);
         },
         [](CLumImageWriter& w) {
-            CallByName(w, "P", {CLumTree::DoubleConst("2.75"), CLumTree::LongConst(5), CLumTree::LongConst(-3)});
+            CallByName(w, "P",
+                       {CLumTree::DoubleConst("2.75"), CLumTree::LongConst(5), CLumTree::LongConst(-3)});
         },
         [&](CLumImageWriter& w) {
             w.Place(head);
             Head(w, "P", "a%:b$::c");
-            AssignName(w, "r$", CLumTree::Operator(LBT_PLUS, CLumTree::Variable("b$"), CLumTree::Variable("a%")));
+            AssignName(w, "r$",
+                       CLumTree::Operator(LBT_PLUS, CLumTree::Variable("b$"), CLumTree::Variable("a%")));
             AssignName(w, "c2", CLumTree::Variable("c"));
             EndProc(w);
         });
@@ -88,22 +90,25 @@ TEST(Procedure, CallExUsesTheComputedNameAndUndeclaredNamesFail)
         AssignName(w, "out%", CLumTree::Operator(LBT_MUL, CLumTree::Variable("n%"), CLumTree::LongConst(2)));
         EndProc(w);
     };
-    auto good = Program(declare,
-                        [](CLumImageWriter& w) {
-                            w.Token(LBT_CALLEX);
-                            w.Expression(CLumTree::Operator(LBT_PLUS, CLumTree::StringConst("Tw"),
-                                                            CLumTree::StringConst("ice")));
-                            w.Expression(CLumTree::LongConst(21));
-                            w.Separator();
-                        },
-                        procs);
+    auto good = Program(
+        declare,
+        [](CLumImageWriter& w) {
+            w.Token(LBT_CALLEX);
+            w.Expression(
+                CLumTree::Operator(LBT_PLUS, CLumTree::StringConst("Tw"), CLumTree::StringConst("ice")));
+            w.Expression(CLumTree::LongConst(21));
+            w.Separator();
+        },
+        procs);
     EXPECT_TRUE(RunImage(basic, good).empty());
     EXPECT_EQ(vars.GetValue("out%", nullptr)->GetLong(), 42);
 
-    auto bad = Program(declare, [](CLumImageWriter& w) { CallByName(w, "twice", {}); }, procs);
+    auto bad = Program(
+        declare, [](CLumImageWriter& w) { CallByName(w, "twice", {}); }, procs);
     std::vector<std::string> trail = RunImage(basic, bad);
     ASSERT_GE(trail.size(), 3u);
-    EXPECT_EQ(trail[0], "Die Prozedur twice wird aufgerufen, ohne daß diese zuvor mit Declare deklariert wurde.");
+    EXPECT_EQ(trail[0],
+              "Die Prozedur twice wird aufgerufen, ohne daß diese zuvor mit Declare deklariert wurde.");
     EXPECT_EQ(trail[1], "LUMBASICCALL");
     EXPECT_EQ(trail[2], "CLumBasic::Call()");
 }
@@ -112,16 +117,17 @@ TEST(Procedure, TooFewArgumentsNameTheProcedure)
 {
     CLumBasic basic;
     CLumImageWriter::Label head;
-    auto image = Program([&](CLumImageWriter& w) {
-        head = w.NewLabel();
-        Declare(w, "P", head);
-    },
-                         [](CLumImageWriter& w) { CallByName(w, "P", {CLumTree::LongConst(1)}); },
-                         [&](CLumImageWriter& w) {
-                             w.Place(head);
-                             Head(w, "P", "a:b");
-                             EndProc(w);
-                         });
+    auto image = Program(
+        [&](CLumImageWriter& w) {
+            head = w.NewLabel();
+            Declare(w, "P", head);
+        },
+        [](CLumImageWriter& w) { CallByName(w, "P", {CLumTree::LongConst(1)}); },
+        [&](CLumImageWriter& w) {
+            w.Place(head);
+            Head(w, "P", "a:b");
+            EndProc(w);
+        });
     std::vector<std::string> trail = RunImage(basic, image);
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], LumFormatForTest(LoadMessage(57014), "P", "a:b"));
@@ -132,20 +138,21 @@ TEST(Procedure, FunctionEnteredByCallEndsTheRunWithItsRecord)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     CLumImageWriter::Label head;
-    auto image = Program([&](CLumImageWriter& w) {
-        head = w.NewLabel();
-        Declare(w, "F%", head);
-    },
-                         [](CLumImageWriter& w) {
-                             CallByName(w, "F%", {});
-                             AssignName(w, "after", CLumTree::LongConst(1));
-                         },
-                         [&](CLumImageWriter& w) {
-                             w.Place(head);
-                             Head(w, "F%", "", LBT_FUNCTION);
-                             AssignName(w, "F%", CLumTree::DoubleConst("2.5"));
-                             EndProc(w, LBT_FUNCTION);
-                         });
+    auto image = Program(
+        [&](CLumImageWriter& w) {
+            head = w.NewLabel();
+            Declare(w, "F%", head);
+        },
+        [](CLumImageWriter& w) {
+            CallByName(w, "F%", {});
+            AssignName(w, "after", CLumTree::LongConst(1));
+        },
+        [&](CLumImageWriter& w) {
+            w.Place(head);
+            Head(w, "F%", "", LBT_FUNCTION);
+            AssignName(w, "F%", CLumTree::DoubleConst("2.5"));
+            EndProc(w, LBT_FUNCTION);
+        });
     EXPECT_TRUE(RunImage(basic, image).empty());
     EXPECT_EQ(vars.GetValue("@F%@F%", nullptr)->GetLong(), 2);
     EXPECT_EQ(vars.IsDefined("after", nullptr), 0);
@@ -157,16 +164,17 @@ TEST(Procedure, CallIntoAFinishedImageFailsCleanly)
     CLumFunctions functions;
     CLumBasic basic(&vars, &functions);
     CLumImageWriter::Label head;
-    auto library = Program([&](CLumImageWriter& w) {
-        head = w.NewLabel();
-        Declare(w, "Gone", head);
-    },
-                           [](CLumImageWriter&) {},
-                           [&](CLumImageWriter& w) {
-                               w.Place(head);
-                               Head(w, "Gone");
-                               EndProc(w);
-                           });
+    auto library = Program(
+        [&](CLumImageWriter& w) {
+            head = w.NewLabel();
+            Declare(w, "Gone", head);
+        },
+        [](CLumImageWriter&) {},
+        [&](CLumImageWriter& w) {
+            w.Place(head);
+            Head(w, "Gone");
+            EndProc(w);
+        });
     EXPECT_TRUE(RunImage(basic, library).empty());
     auto caller = MainProgram([](CLumImageWriter& w) { CallByName(w, "Gone", {}); });
     std::vector<std::string> trail = RunImage(basic, caller);

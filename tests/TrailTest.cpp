@@ -8,8 +8,9 @@ using namespace lumtest;
 
 namespace
 {
-const std::vector<std::string> RUN_FRAMES = {"LUMBASIC", "CLumBasic::DispatchToken()", "LUMBASIC",
-                                             "CLumBasic::RunLoop()", "LUMBASIC", "CLumBasic::Do()"};
+const std::vector<std::string> RUN_FRAMES = {"LUMBASIC", "CLumBasic::DispatchToken()",
+                                             "LUMBASIC", "CLumBasic::RunLoop()",
+                                             "LUMBASIC", "CLumBasic::Do()"};
 
 std::vector<std::string> Joined(std::vector<std::string> a, const std::vector<std::string>& b)
 {
@@ -49,19 +50,16 @@ TEST(Trail, DeepFailurePassesEveryEvaluationFrameOnce)
 {
     CLumBasic basic;
     auto image = MainProgram([](CLumImageWriter& w) {
-        AssignName(w, "x", CLumTree::Operator(LBT_PLUS, CLumTree::LongConst(1),
-                                              CLumTree::Operator(LBT_DIV, CLumTree::LongConst(1),
-                                                                 CLumTree::LongConst(0))));
+        AssignName(
+            w, "x",
+            CLumTree::Operator(LBT_PLUS, CLumTree::LongConst(1),
+                               CLumTree::Operator(LBT_DIV, CLumTree::LongConst(1), CLumTree::LongConst(0))));
     });
     std::vector<std::string> expected = {
-        "Division durch Null.",
-        "LUMEXPRESSION", "CLumExpression::Operation()",
-        "LUMEXPRESSION", "CLumExpression::Operator()",
-        "LUMEXPRESSION", "CLumExpression::Berechne()",
-        "LUMEXPRESSION", "CLumExpression::Operator()",
-        "LUMEXPRESSION", "CLumExpression::Berechne()",
-        "LUMEXPRESSION", "CLumExpression::Auswerten()",
-        "LUMBASICCOMMAND", "CLumBasic::Assign()"};
+        "Division durch Null.",        "LUMEXPRESSION",   "CLumExpression::Operation()", "LUMEXPRESSION",
+        "CLumExpression::Operator()",  "LUMEXPRESSION",   "CLumExpression::Berechne()",  "LUMEXPRESSION",
+        "CLumExpression::Operator()",  "LUMEXPRESSION",   "CLumExpression::Berechne()",  "LUMEXPRESSION",
+        "CLumExpression::Auswerten()", "LUMBASICCOMMAND", "CLumBasic::Assign()"};
     EXPECT_EQ(RunImage(basic, image), Joined(expected, RUN_FRAMES));
 }
 
@@ -79,10 +77,11 @@ TEST(Trail, MissingFileFailsInTheConstructorFrame)
         ASSERT_EQ(trail.size(), 5u);
         EXPECT_EQ(trail[0].rfind("Die Datei \"/nonexistent/dir/prog.lbc\" kann nicht gelesen werden", 0), 0u);
         EXPECT_EQ(std::vector<std::string>(trail.begin() + 1, trail.end()),
-                  (std::vector<std::string>{"LUMBASICFILE", "CLumBasicFile::CLumBasicFile(LPCTSTR)", "LUMBASIC",
-                                            "CLumBasic::Do()"}));
+                  (std::vector<std::string>{"LUMBASICFILE", "CLumBasicFile::CLumBasicFile(LPCTSTR)",
+                                            "LUMBASIC", "CLumBasic::Do()"}));
         EXPECT_STREQ(e.what(), (trail[0] + "\nLUMBASICFILE\nCLumBasicFile::CLumBasicFile(LPCTSTR)\nLUMBASIC\n"
-                                           "CLumBasic::Do()").c_str());
+                                           "CLumBasic::Do()")
+                                   .c_str());
     }
 }
 

@@ -45,7 +45,7 @@ TEST(Variables, BadTextKeepsEarlierLinesAndFailsWithTheFrame)
         const char* m_pszKept;
     };
     const Case cases[] = {
-        {"L:a%=1\nL:b%=2", "L:a%=1\n"},      // last line without newline
+        {"L:a%=1\nL:b%=2", "L:a%=1\n"},         // last line without newline
         {"L:a%=1\nnothing here\n", "L:a%=1\n"}, // line without "="
     };
     for (const Case& c : cases)

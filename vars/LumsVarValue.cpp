@@ -202,15 +202,27 @@ int CLumsVarValue::Compare(const CLumsVarValue& l, const CLumsVarValue& r, const
     return a == b ? 0 : 2;
 }
 
-int CLumsVarValue::operator==(const CLumsVarValue& r) const { return Compare(*this, r, "=") == 0; }
-int CLumsVarValue::operator!=(const CLumsVarValue& r) const { return Compare(*this, r, "<>") != 0; }
-int CLumsVarValue::operator<(const CLumsVarValue& r) const { return Compare(*this, r, "<") == -1; }
+int CLumsVarValue::operator==(const CLumsVarValue& r) const
+{
+    return Compare(*this, r, "=") == 0;
+}
+int CLumsVarValue::operator!=(const CLumsVarValue& r) const
+{
+    return Compare(*this, r, "<>") != 0;
+}
+int CLumsVarValue::operator<(const CLumsVarValue& r) const
+{
+    return Compare(*this, r, "<") == -1;
+}
 int CLumsVarValue::operator<=(const CLumsVarValue& r) const
 {
     int n = Compare(*this, r, "<=");
     return n == -1 || n == 0;
 }
-int CLumsVarValue::operator>(const CLumsVarValue& r) const { return Compare(*this, r, ">") == 1; }
+int CLumsVarValue::operator>(const CLumsVarValue& r) const
+{
+    return Compare(*this, r, ">") == 1;
+}
 int CLumsVarValue::operator>=(const CLumsVarValue& r) const
 {
     int n = Compare(*this, r, ">=");

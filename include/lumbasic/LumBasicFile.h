@@ -57,7 +57,8 @@ public:
     {
         Need(4);
         uint32_t n = static_cast<uint32_t>(m_pPosition[0]) | (static_cast<uint32_t>(m_pPosition[1]) << 8) |
-                     (static_cast<uint32_t>(m_pPosition[2]) << 16) | (static_cast<uint32_t>(m_pPosition[3]) << 24);
+                     (static_cast<uint32_t>(m_pPosition[2]) << 16) |
+                     (static_cast<uint32_t>(m_pPosition[3]) << 24);
         m_pPosition += 4;
         return static_cast<int32_t>(n);
     }

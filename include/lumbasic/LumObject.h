@@ -38,7 +38,10 @@ public:
 #define LUM_DECLARE_RUNTIME(cls)                                                                             \
 public:                                                                                                      \
     static const CLumRuntimeClass class##cls;                                                                \
-    const CLumRuntimeClass* GetRuntimeClass() const override { return &class##cls; }
+    const CLumRuntimeClass* GetRuntimeClass() const override                                                 \
+    {                                                                                                        \
+        return &class##cls;                                                                                  \
+    }
 
 #define LUM_IMPLEMENT_RUNTIME(cls, base, factory)                                                            \
     const CLumRuntimeClass cls::class##cls = {#cls, 0xFFFF, &base::class##base, factory};

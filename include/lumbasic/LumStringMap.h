@@ -37,7 +37,10 @@ public:
             h = (h ^ static_cast<unsigned char>(*p)) * 16777619u;
         return Find(std::string_view(pszKey, static_cast<size_t>(p - pszKey)), h);
     }
-    const T* Find(const char* pszKey) const noexcept { return const_cast<CLumStringMap*>(this)->Find(pszKey); }
+    const T* Find(const char* pszKey) const noexcept
+    {
+        return const_cast<CLumStringMap*>(this)->Find(pszKey);
+    }
     const T* Find(std::string_view key) const noexcept { return const_cast<CLumStringMap*>(this)->Find(key); }
 
     T* Find(std::string_view key, uint32_t nHash) noexcept

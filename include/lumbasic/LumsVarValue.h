@@ -140,8 +140,8 @@ CLumsVarValue operator*(const CLumsVarValue& l, const CLumsVarValue& r);
 CLumsVarValue operator/(const CLumsVarValue& l, const CLumsVarValue& r);
 
 // Number text in the "C" locale, whatever locale the host has set.
-size_t LumFormatLong(char* pszBuffer, long n);      // "%ld"; buffer of 24 bytes
-size_t LumFormatDouble(char* pszBuffer, double d);  // "%f"; buffer of 400 bytes
+size_t LumFormatLong(char* pszBuffer, long n);     // "%ld"; buffer of 24 bytes
+size_t LumFormatDouble(char* pszBuffer, double d); // "%f"; buffer of 400 bytes
 double LumAtof(const char* psz) noexcept;
 int32_t LumAtol(const char* psz) noexcept;
 int32_t LumDoubleToLong(double d) noexcept;

@@ -218,7 +218,8 @@ std::vector<uint8_t> CLumImageWriter::Finish() const
         long nTarget = m_aLabels.at(static_cast<size_t>(fixup.m_nTarget));
         if (nTarget < 0)
             throw std::logic_error("image label used but never placed");
-        int32_t nValue = static_cast<int32_t>(fixup.m_fAbsolute ? nTarget : nTarget - static_cast<long>(fixup.m_nBase));
+        int32_t nValue =
+            static_cast<int32_t>(fixup.m_fAbsolute ? nTarget : nTarget - static_cast<long>(fixup.m_nBase));
         uint32_t u = static_cast<uint32_t>(nValue);
         for (int i = 0; i < 4; ++i)
             aImage[fixup.m_nField + static_cast<size_t>(i)] = static_cast<uint8_t>(u >> (8 * i));

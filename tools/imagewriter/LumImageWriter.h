@@ -20,11 +20,13 @@ public:
     static CLumTree DoubleConst(double d);
     static CLumTree StringConst(std::string_view text);
     static CLumTree Variable(std::string_view name, bool fNameWanted = false);
-    static CLumTree Array(std::string_view name, const std::vector<CLumTree>& aIndices, bool fNameWanted = false);
+    static CLumTree Array(std::string_view name, const std::vector<CLumTree>& aIndices,
+                          bool fNameWanted = false);
     static CLumTree Operator(unsigned short wToken, const CLumTree& left, const CLumTree& right);
     // A function node; the argument stream is closed with a separator so that the
     // callee's list ends inside the node whatever follows it.
-    static CLumTree Function(unsigned short wToken, const std::vector<CLumTree>& aArgs, bool fSeparator = true);
+    static CLumTree Function(unsigned short wToken, const std::vector<CLumTree>& aArgs,
+                             bool fSeparator = true);
     // A call of a procedure of the program inside an expression.
     static CLumTree UserFunction(std::string_view name, const std::vector<CLumTree>& aArgs);
     // Any kind word with any data, for images that test the reader itself.
