@@ -15,7 +15,7 @@
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE";
+const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd";
 
 bool ReadFile(const std::string& strPath, std::string& strContent)
 {

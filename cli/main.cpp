@@ -23,7 +23,7 @@ const Command s_aCommands[] = {
 
 int Usage()
 {
-    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] IMAGE|SOURCE.lbd\n"
+    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd\n"
                     "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
                     "       lumbasic dis [--extensions FILE] IMAGE\n");
     return 2;
