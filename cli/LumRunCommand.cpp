@@ -1,6 +1,7 @@
 #include "LumRunCommand.h"
 
 #include "LumCompilerCommands.h"
+#include "LumCompiler.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
@@ -9,24 +10,10 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <sstream>
 
 namespace
 {
 const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd";
-
-bool ReadFile(const std::string& strPath, std::string& strContent)
-{
-    std::ifstream in(strPath, std::ios::binary);
-    if (!in)
-        return false;
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    strContent = ss.str();
-    return true;
-}
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -110,7 +97,7 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
         if (!strVars.empty())
         {
             std::string strText;
-            if (!ReadFile(strVars, strText))
+            if (!LumReadFile(strVars, strText))
             {
                 fprintf(stderr, "lumbasic: cannot read %s\n", strVars.c_str());
                 return 1;

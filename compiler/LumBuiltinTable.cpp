@@ -40,3 +40,36 @@ const SLumBuiltin* LumFindBuiltin(std::string_view name)
     }
     return nullptr;
 }
+
+const char* LumOperatorSymbol(unsigned short wToken)
+{
+    switch (wToken)
+    {
+    case LBT_AND:
+        return "And";
+    case LBT_OR:
+        return "Or";
+    case LBT_EQ:
+        return "=";
+    case LBT_NE:
+        return "<>";
+    case LBT_GT:
+        return ">";
+    case LBT_LT:
+        return "<";
+    case LBT_GE:
+        return ">=";
+    case LBT_LE:
+        return "<=";
+    case LBT_PLUS:
+        return "+";
+    case LBT_MINUS:
+        return "-";
+    case LBT_MUL:
+        return "*";
+    case LBT_DIV:
+        return "/";
+    default:
+        return nullptr;
+    }
+}

@@ -25,3 +25,6 @@ struct SLumBuiltin
 
 // The entry for a name, case-insensitive, "Left$" and "Left" alike; null if none.
 const SLumBuiltin* LumFindBuiltin(std::string_view name);
+
+// The source text of an operator token ("+", "<>", "And"); null for any other token.
+const char* LumOperatorSymbol(unsigned short wToken);

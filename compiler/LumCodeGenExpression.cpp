@@ -9,37 +9,6 @@ namespace
 {
 constexpr size_t MAX_INDICES = 6;
 
-const char* OperatorText(unsigned short wToken)
-{
-    switch (wToken)
-    {
-    case LBT_AND:
-        return "And";
-    case LBT_OR:
-        return "Or";
-    case LBT_EQ:
-        return "=";
-    case LBT_NE:
-        return "<>";
-    case LBT_GT:
-        return ">";
-    case LBT_LT:
-        return "<";
-    case LBT_GE:
-        return ">=";
-    case LBT_LE:
-        return "<=";
-    case LBT_PLUS:
-        return "+";
-    case LBT_MINUS:
-        return "-";
-    case LBT_MUL:
-        return "*";
-    default:
-        return "/";
-    }
-}
-
 const char* TypeText(ELumType eType)
 {
     return eType == ELumType::String ? "a string" : "a number";
@@ -233,10 +202,10 @@ CLumCodeGen::Typed CLumCodeGen::Binary(const CLumExpr& expr)
                                                                                           : ELumType::Unknown;
     else if ((wToken == LBT_MINUS || wToken == LBT_MUL || wToken == LBT_DIV) && fString)
         Error(expr.m_pos,
-              std::string("the operator '") + OperatorText(wToken) + "' is not defined for strings");
+              std::string("the operator '") + LumOperatorSymbol(wToken) + "' is not defined for strings");
     else if (wToken >= LBT_EQ && wToken <= LBT_LE && left.m_eType != right.m_eType && fString && fNumber)
-        Error(expr.m_pos,
-              std::string("a string and a number cannot be compared with '") + OperatorText(wToken) + "'");
+        Error(expr.m_pos, std::string("a string and a number cannot be compared with '") +
+                              LumOperatorSymbol(wToken) + "'");
     return Typed{CLumTree::Operator(wToken, left.m_tree, right.m_tree), eResult};
 }
 

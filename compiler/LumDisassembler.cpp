@@ -1,4 +1,5 @@
 #include "LumDisassembler.h"
+#include "LumBuiltinTable.h"
 
 #include <lumbasic/LumTokens.h>
 
@@ -42,38 +43,6 @@ std::string Quote(const uint8_t* p, size_t n)
     return str + "\"";
 }
 
-const char* OperatorSymbol(unsigned short wToken)
-{
-    switch (wToken)
-    {
-    case LBT_AND:
-        return "And";
-    case LBT_OR:
-        return "Or";
-    case LBT_EQ:
-        return "=";
-    case LBT_NE:
-        return "<>";
-    case LBT_GT:
-        return ">";
-    case LBT_LT:
-        return "<";
-    case LBT_GE:
-        return ">=";
-    case LBT_LE:
-        return "<=";
-    case LBT_PLUS:
-        return "+";
-    case LBT_MINUS:
-        return "-";
-    case LBT_MUL:
-        return "*";
-    case LBT_DIV:
-        return "/";
-    default:
-        return nullptr;
-    }
-}
 } // namespace
 
 // A read position over [m_nBegin, m_nEnd) of the image; every read is checked.
@@ -366,7 +335,7 @@ std::string CLumDisassembler::Node(Cursor& cursor, unsigned short wKindWord, siz
     case LBN_OPERATOR:
     {
         unsigned short wToken = data.Word("an operator node");
-        const char* pszSymbol = OperatorSymbol(wToken);
+        const char* pszSymbol = LumOperatorSymbol(wToken);
         return pszSymbol != nullptr ? pszSymbol : "<operator " + TokenText(wToken) + ">";
     }
     case LBN_CONSTANT:

@@ -130,6 +130,18 @@ void CLumParser::SkipStatement()
         Advance();
 }
 
+void CLumParser::EndStatementOrSkip()
+{
+    try
+    {
+        ExpectStatementEnd();
+    }
+    catch (const SyntaxError&)
+    {
+        SkipStatement();
+    }
+}
+
 CLumProgram CLumParser::Run()
 {
     CLumProgram program;
@@ -211,14 +223,7 @@ void CLumParser::ParseProcedure(CLumProgram& program)
             pProc->m_posEnd = Cur().m_pos;
             Advance();
             Advance();
-            try
-            {
-                ExpectStatementEnd();
-            }
-            catch (const SyntaxError&)
-            {
-                SkipStatement();
-            }
+            EndStatementOrSkip();
             break;
         }
         if (Cur().m_eKind == ELumLex::EndOfFile || Cur().IsWord("Sub") || Cur().IsWord("Function") ||

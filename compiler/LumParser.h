@@ -33,6 +33,8 @@ private:
     std::string ExpectName(const char* pszWhat);
     void ExpectStatementEnd();
     void SkipStatement();
+    // The end of the statement, or, where something else stands, a skip to it.
+    void EndStatementOrSkip();
     [[noreturn]] void Fail(SLumPos pos, const std::string& strMessage);
     [[noreturn]] void FailExpected(const std::string& strWhat);
     static std::string Describe(const SLumLexToken& token);

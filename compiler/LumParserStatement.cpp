@@ -161,14 +161,7 @@ void CLumParser::ParseIfRest(CLumStmt& stmt)
         stmt.m_fHasElse = true;
         stmt.m_posElse = Cur().m_pos;
         Advance();
-        try
-        {
-            ExpectStatementEnd();
-        }
-        catch (const SyntaxError&)
-        {
-            SkipStatement();
-        }
+        EndStatementOrSkip();
         stmt.m_aElse = ParseBlock();
     }
     if (AtEndOf("If"))
@@ -176,14 +169,7 @@ void CLumParser::ParseIfRest(CLumStmt& stmt)
         stmt.m_posEnd = Cur().m_pos;
         Advance();
         Advance();
-        try
-        {
-            ExpectStatementEnd();
-        }
-        catch (const SyntaxError&)
-        {
-            SkipStatement();
-        }
+        EndStatementOrSkip();
         return;
     }
     stmt.m_posEnd = Cur().m_pos;
@@ -308,14 +294,7 @@ LumStmtPtr CLumParser::ParseWhile()
                                              Describe(Cur()));
         return pStmt;
     }
-    try
-    {
-        ExpectStatementEnd();
-    }
-    catch (const SyntaxError&)
-    {
-        SkipStatement();
-    }
+    EndStatementOrSkip();
     return pStmt;
 }
 

@@ -20,6 +20,19 @@ const size_t INITIAL_POSITIONS = 100;
 // image (a call into an imported program, the return from it) finds its bounds.
 thread_local std::vector<CLumImageRange*> t_aImages;
 
+// The constructors from memory have no frame of their own: a null image fails with
+// the labels written out.
+void RefuseNull(const unsigned char* pData)
+{
+    if (pData != nullptr)
+        return;
+    CLumsException e;
+    e.AddString() = LumFormat(LoadMessage(LUM_MSG_BAD_ADDRESS).c_str(), static_cast<const void*>(pData));
+    e.Add(FILE_LABEL);
+    e.Add("CLumBasicFile::CLumBasicFile( pData )");
+    throw e;
+}
+
 struct FileCloser
 {
     void operator()(FILE* p) const { fclose(p); }
@@ -58,14 +71,7 @@ CLumBasicFile::CLumBasicFile(const char* pszPath)
 
 CLumBasicFile::CLumBasicFile(const unsigned char* pData)
 {
-    if (pData == nullptr)
-    {
-        CLumsException e;
-        e.AddString() = LumFormat(LoadMessage(LUM_MSG_BAD_ADDRESS).c_str(), static_cast<const void*>(pData));
-        e.Add(FILE_LABEL);
-        e.Add("CLumBasicFile::CLumBasicFile( pData )");
-        throw e;
-    }
+    RefuseNull(pData);
     m_pBase = const_cast<unsigned char*>(pData);
     m_pLo = nullptr;
     m_nRegion = std::numeric_limits<size_t>::max();
@@ -75,14 +81,7 @@ CLumBasicFile::CLumBasicFile(const unsigned char* pData)
 
 CLumBasicFile::CLumBasicFile(const unsigned char* pData, size_t nLength)
 {
-    if (pData == nullptr)
-    {
-        CLumsException e;
-        e.AddString() = LumFormat(LoadMessage(LUM_MSG_BAD_ADDRESS).c_str(), static_cast<const void*>(pData));
-        e.Add(FILE_LABEL);
-        e.Add("CLumBasicFile::CLumBasicFile( pData )");
-        throw e;
-    }
+    RefuseNull(pData);
     m_pBase = const_cast<unsigned char*>(pData);
     m_pImage = std::make_shared<CLumImageRange>();
     m_pImage->m_pBegin = pData;
