@@ -21,6 +21,12 @@ const double ROUND_HALF = 0.5;
 const int ROUND_DEFAULT_DIGITS = 2;
 const int ROUND_DEFAULT_MODE = 4;
 
+// The whole part of a double, cut towards zero.
+double WholePart(double d)
+{
+    return d >= 0.0 ? floor(d) : ceil(d);
+}
+
 bool IsDouble(const CLumsVarValue& value)
 {
     return value.GetType() == CLumsVarValue::VT_DOUBLE;
@@ -115,10 +121,7 @@ CLumsVarValue* CLumExpression::Fix()
     return LumFrame(FILE_LABEL, "CLumExpression::Fix()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
         if (IsDouble(*pValue))
-        {
-            double d = pValue->GetDouble();
-            *pValue = d >= 0.0 ? floor(d) : ceil(d);
-        }
+            *pValue = WholePart(pValue->GetDouble());
         else
             *pValue = static_cast<long>(pValue->GetLong());
         return pValue.release();
@@ -131,10 +134,7 @@ CLumsVarValue* CLumExpression::Frac()
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
         // A long passes unchanged: it is not a whole part with a fraction of 0.
         if (IsDouble(*pValue))
-        {
-            double d = pValue->GetDouble();
-            *pValue = d - (d >= 0.0 ? floor(d) : ceil(d));
-        }
+            *pValue = pValue->GetDouble() - WholePart(pValue->GetDouble());
         else
             *pValue = static_cast<long>(pValue->GetLong());
         return pValue.release();
