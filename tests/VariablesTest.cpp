@@ -144,3 +144,16 @@ TEST(Variables, ManyElementsStayReachable)
         EXPECT_EQ(vars.GetValue("a%", aIndices)->GetLong(), i * 2);
     }
 }
+
+TEST(RuntimeClass, NamesAndCheckedDownCasts)
+{
+    CLumVariables vars;
+    CLumsVarValue value(1L);
+    CLumObject* pObject = &value;
+    EXPECT_STREQ(pObject->GetRuntimeClass()->m_lpszClassName, "CLumsVarValue");
+    EXPECT_TRUE(pObject->IsKindOf(LUM_RUNTIME_CLASS(CLumObject)));
+    EXPECT_EQ(LumDownCast<CLumsVarValue>(pObject), &value);
+    EXPECT_EQ(LumDownCast<CLumVariables>(pObject), nullptr);
+    EXPECT_EQ(LumDownCast<CLumVariables>(static_cast<CLumObject*>(&vars)), &vars);
+    EXPECT_EQ(LUM_RUNTIME_CLASS(CLumVariables)->CreateObject(), nullptr); // no factory: not made by name
+}
