@@ -32,12 +32,17 @@ public:
     bool IsKindOf(const CLumRuntimeClass* pClass) const { return GetRuntimeClass()->IsDerivedFrom(pClass); }
 
     static const CLumRuntimeClass classCLumObject;
+    static const CLumRuntimeClass* GetThisClass() { return &classCLumObject; }
 };
 
 // Declares and defines the record of a class; the factory may be null.
 #define LUM_DECLARE_RUNTIME(cls)                                                                             \
 public:                                                                                                      \
     static const CLumRuntimeClass class##cls;                                                                \
+    static const CLumRuntimeClass* GetThisClass()                                                            \
+    {                                                                                                        \
+        return &class##cls;                                                                                  \
+    }                                                                                                        \
     const CLumRuntimeClass* GetRuntimeClass() const override                                                 \
     {                                                                                                        \
         return &class##cls;                                                                                  \
@@ -51,5 +56,5 @@ public:                                                                         
 // Down-cast that gives null when the object is not of the class.
 template <class T> T* LumDownCast(CLumObject* p)
 {
-    return (p != nullptr && p->IsKindOf(LUM_RUNTIME_CLASS(T))) ? static_cast<T*>(p) : nullptr;
+    return (p != nullptr && p->IsKindOf(T::GetThisClass())) ? static_cast<T*>(p) : nullptr;
 }
