@@ -4,7 +4,13 @@
 //   ' expect trail: TEXT         the run fails, and its trail holds TEXT
 //   ' import: lib.lbd            lib.lbd is compiled first to DIR/lib.lbc, where
 //                                DIR is the value of dir$, set before the run
+//   ' answer: 6                  every message box answers 6, not its default
+//   ' expect box: CAPTION|TEXT   the boxes shown, in order
 #include "tests/LumCompilerTestSupport.h"
+
+#include <lumbasic/LumMessageBox.h>
+
+#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -20,6 +26,8 @@ struct Expectations
     std::vector<std::string> m_aStore;
     std::vector<std::string> m_aTrail;
     std::vector<std::string> m_aImports;
+    std::vector<std::string> m_aAnswer;
+    std::vector<std::string> m_aBoxes;
 };
 
 Expectations ReadExpectations(const std::string& strSource)
@@ -27,9 +35,9 @@ Expectations ReadExpectations(const std::string& strSource)
     Expectations expect;
     std::istringstream in(strSource);
     const std::pair<const char*, std::vector<std::string> Expectations::*> aKeys[] = {
-        {"' expect: ", &Expectations::m_aStore},
-        {"' expect trail: ", &Expectations::m_aTrail},
-        {"' import: ", &Expectations::m_aImports},
+        {"' expect: ", &Expectations::m_aStore},     {"' expect trail: ", &Expectations::m_aTrail},
+        {"' import: ", &Expectations::m_aImports},   {"' answer: ", &Expectations::m_aAnswer},
+        {"' expect box: ", &Expectations::m_aBoxes},
     };
     for (std::string strLine; std::getline(in, strLine);)
     {
@@ -53,16 +61,9 @@ std::vector<std::string> ProgramNames()
     return aNames;
 }
 
-class CompilerProgram : public testing::TestWithParam<std::string>
+// Compiles the libraries a program imports into `strDir`.
+void CompileImports(const Expectations& expect, const std::string& strDir)
 {
-};
-} // namespace
-
-TEST_P(CompilerProgram, LeavesTheExpectedStore)
-{
-    std::string strPath = s_strProgramDir + GetParam() + ".lbd";
-    Expectations expect = ReadExpectations(ReadText(strPath));
-    std::string strDir = testing::TempDir();
     for (const std::string& strImport : expect.m_aImports)
     {
         CLumCompiler compiler;
@@ -73,6 +74,26 @@ TEST_P(CompilerProgram, LeavesTheExpectedStore)
             .write(reinterpret_cast<const char*>(aLibrary.data()),
                    static_cast<std::streamsize>(aLibrary.size()));
     }
+}
+
+// The store's lines without the directory of the imports.
+std::vector<std::string> WithoutDir(std::vector<std::string> aStore, const std::string& strDir)
+{
+    aStore.erase(std::remove(aStore.begin(), aStore.end(), "S:dir$=" + strDir), aStore.end());
+    return aStore;
+}
+
+class CompilerProgram : public testing::TestWithParam<std::string>
+{
+};
+} // namespace
+
+TEST_P(CompilerProgram, LeavesTheExpectedStore)
+{
+    std::string strPath = s_strProgramDir + GetParam() + ".lbd";
+    Expectations expect = ReadExpectations(ReadText(strPath));
+    std::string strDir = testing::TempDir();
+    CompileImports(expect, strDir);
     CLumCompiler compiler;
     std::vector<uint8_t> aImage;
     ASSERT_TRUE(compiler.CompileFile(strPath, aImage))
@@ -82,17 +103,51 @@ TEST_P(CompilerProgram, LeavesTheExpectedStore)
     if (!expect.m_aImports.empty())
         vars.SetValuesFromString(("S:dir$=" + strDir + "\n").c_str());
     CLumBasic basic(&vars, nullptr);
+    std::vector<std::string> aBoxes;
+    LumMessageBoxFunction fnOld =
+        LumSetMessageBox([&](const char* pszText, const char* pszCaption, long nStyle) {
+            aBoxes.push_back(std::string(pszCaption) + "|" + pszText);
+            return expect.m_aAnswer.empty() ? LumMessageBoxDefault(nStyle) : std::stoi(expect.m_aAnswer[0]);
+        });
     std::vector<std::string> aTrail = RunImage(basic, aImage);
+    LumSetMessageBox(std::move(fnOld));
+    EXPECT_EQ(aBoxes, expect.m_aBoxes);
     for (const std::string& strWanted : expect.m_aTrail)
         EXPECT_NE(std::find(aTrail.begin(), aTrail.end(), strWanted), aTrail.end()) << strWanted;
     if (expect.m_aTrail.empty())
     {
         EXPECT_TRUE(aTrail.empty()) << testing::PrintToString(aTrail);
     }
-    std::vector<std::string> aStore = StoreLines(vars);
-    aStore.erase(std::remove(aStore.begin(), aStore.end(), "S:dir$=" + strDir), aStore.end());
-    EXPECT_EQ(aStore, expect.m_aStore);
+    EXPECT_EQ(WithoutDir(StoreLines(vars), strDir), expect.m_aStore);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CompilerProgram, testing::ValuesIn(ProgramNames()),
                          [](const testing::TestParamInfo<std::string>& info) { return info.param; });
+
+// The whole program once more under the command-line host, against the same lines.
+TEST(CompilerProgramCli, TheWholeProgramLeavesTheExpectedDump)
+{
+    std::string strPath = s_strProgramDir + "program.lbd";
+    Expectations expect = ReadExpectations(ReadText(strPath));
+    std::string strDir = testing::TempDir() + "cli-program/";
+    std::filesystem::create_directories(strDir);
+    CompileImports(expect, strDir);
+    std::ofstream(strDir + "vars.txt") << "S:dir$=" << strDir << "\n";
+    ASSERT_EQ(expect.m_aAnswer.size(), 1u);
+    std::string strCommand = std::string(LUM_CLI_PATH) + " run --dump --answer " + expect.m_aAnswer[0] +
+                             " --vars " + strDir + "vars.txt " + strPath + " </dev/null >" + strDir +
+                             "out.txt 2>" + strDir + "err.txt";
+    int nStatus = system(strCommand.c_str());
+    EXPECT_TRUE(WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 0) << ReadText(strDir + "err.txt");
+
+    std::vector<std::string> aDump;
+    std::istringstream in(ReadText(strDir + "out.txt"));
+    for (std::string strLine; std::getline(in, strLine);)
+        aDump.push_back(strLine);
+    std::sort(aDump.begin(), aDump.end());
+    EXPECT_EQ(WithoutDir(aDump, strDir), expect.m_aStore);
+    std::string strBoxes;
+    for (const std::string& strBox : expect.m_aBoxes)
+        strBoxes += strBox.substr(0, strBox.find('|')) + "\n" + strBox.substr(strBox.find('|') + 1) + "\n";
+    EXPECT_EQ(ReadText(strDir + "err.txt"), strBoxes);
+}
