@@ -1,11 +1,9 @@
-// Branches and loops through whole images: where the flow goes, what the counter
-// holds afterwards, what the command stack keeps, and the messages of bad images.
+// Branches and loops through images: what the command stack keeps, forms only other
+// writers produce, and the messages of bad images.
+#include "tests/LumCompilerTestSupport.h"
 #include "tests/LumProgramBuilder.h"
-#include "tests/LumTestSupport.h"
 
 #include "res/LumMessages.h"
-
-#include <optional>
 
 using namespace lumtest;
 
@@ -46,71 +44,55 @@ CLumTree Plus1(const char* pszName)
 }
 } // namespace
 
-TEST(ControlFlow, ForLoopsRunTheBodyAndLeaveTheCounterOneStepPast)
+// Where the values go is tested by tests/programs/flow.lbd; here, that its loops and
+// branches leave no records behind.
+TEST(ControlFlow, LoopsAndBranchesOfAProgramLeaveNoRecords)
 {
-    struct Case
-    {
-        const char* m_pszCounter;
-        CLumTree m_start, m_end;
-        std::optional<CLumTree> m_step;
-        const char* m_pszRuns;
-        const char* m_pszCounterAfter;
-    };
-    const Case aCases[] = {
-        {"i%", L(1), L(3), std::nullopt, "L:3", "L:4"},    {"i%", L(5), L(1), std::nullopt, "L:1", "L:6"},
-        {"i%", L(3), L(1), L(-1), "L:3", "L:0"},           {"i%", L(1), L(2), D(0.5), "L:3", "D:2.500000"},
-        {"x", D(1), L(0), D(-0.25), "L:5", "D:-0.250000"}, {"i%", L(5), L(1), L(0), "L:1", "L:5"},
-        {"i%", L(-2), L(2), L(2), "L:3", "L:4"},
-    };
-    for (const Case& c : aCases)
-    {
-        SCOPED_TRACE(std::string(c.m_pszCounter) + " ends " + c.m_pszCounterAfter);
-        CLumVariables vars;
-        CProbe basic(&vars);
-        auto image = MainImage([&](CLumProgram& p) {
-            p.Assign("runs%", L(0));
-            if (c.m_step)
-                p.For(c.m_pszCounter, c.m_start, c.m_end, *c.m_step);
-            else
-                p.For(c.m_pszCounter, c.m_start, c.m_end);
-            p.Assign("runs%", Plus1("runs%"));
-            p.Next();
-        });
-        EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-        EXPECT_EQ(Show(vars, "runs%"), c.m_pszRuns);
-        EXPECT_EQ(Show(vars, c.m_pszCounter), c.m_pszCounterAfter);
-        EXPECT_EQ(basic.OpenCommands(), 0);
-    }
+    CLumCompiler compiler;
+    std::vector<uint8_t> aImage;
+    ASSERT_TRUE(compiler.CompileFile(std::string(LUM_SOURCE_DIR) + "/tests/programs/flow.lbd", aImage));
+    CLumVariables vars;
+    CProbe basic(&vars);
+    EXPECT_EQ(RunImage(basic, aImage), std::vector<std::string>());
+    EXPECT_EQ(Show(vars, "fourUntil%"), "L:4");
+    EXPECT_EQ(basic.OpenCommands(), 0);
 }
 
-TEST(ControlFlow, ForReadsTheCounterEachPassButTheEndOnlyOnce)
+// Forms the compiler never writes: a long counter with a fractional step, an If whose
+// false skip lands on its Else, and a Loop whose kind word is neither While nor Loop.
+TEST(ControlFlow, FormsOfOtherWritersRunAsTheirStructureSays)
 {
     CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = MainImage([](CLumProgram& p) {
-        p.Assign("n%", L(3));
-        p.Assign("runs%", L(0));
-        p.For("i%", L(1), V("n%"));
-        p.Assign("n%", L(1));
+    CProbe basic(&vars);
+    auto image = MainImage([](lumtest::CLumProgram& p) {
+        p.For("i%", L(1), L(2), D(0.5));
         p.Assign("runs%", Plus1("runs%"));
         p.Next();
-        p.Assign("jumps%", L(0));
-        p.For("j%", L(1), L(10));
-        p.Assign("j%", Op(LBT_PLUS, V("j%"), L(4)));
-        p.Assign("jumps%", Plus1("jumps%"));
-        p.Next();
+        for (int nCondition : {0, 1})
+        {
+            p.If(L(nCondition));
+            p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("then")));
+            p.Else();
+            p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("else")));
+            p.EndIf();
+        }
+        p.Do();
+        p.Assign("until%", Plus1("until%"));
+        p.Loop(0x0001, Op(LBT_GE, V("until%"), L(3)));
     });
     EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
     EXPECT_EQ(Show(vars, "runs%"), "L:3");
-    EXPECT_EQ(Show(vars, "jumps%"), "L:2");
-    EXPECT_EQ(Show(vars, "j%"), "L:11");
+    EXPECT_EQ(Show(vars, "i%"), "D:2.500000");
+    EXPECT_EQ(Show(vars, "taken$"), "S:elsethen");
+    EXPECT_EQ(Show(vars, "until%"), "L:3");
+    EXPECT_EQ(basic.OpenCommands(), 0);
 }
 
 TEST(ControlFlow, NextNotifiesEveryPassButNotTheLastIncrement)
 {
     CLumVariables vars;
     CProbe basic(&vars, true);
-    auto image = MainImage([](CLumProgram& p) {
+    auto image = MainImage([](lumtest::CLumProgram& p) {
         p.For("i%", L(1), L(3));
         p.Next();
     });
@@ -119,135 +101,17 @@ TEST(ControlFlow, NextNotifiesEveryPassButNotTheLastIncrement)
     EXPECT_EQ(Show(vars, "i%"), "L:4");
 }
 
-TEST(ControlFlow, IfTakesTheRightBranchWhereverTheFalseSkipLands)
-{
-    enum ElseKind
-    {
-        NONE,
-        ON_TOKEN,
-        BEHIND
-    };
-    struct Case
-    {
-        int m_nCondition;
-        ElseKind m_eElse;
-        const char* m_pszTaken;
-    };
-    const Case aCases[] = {
-        {1, NONE, "S:then"},     {0, NONE, "S:"},       {1, ON_TOKEN, "S:then"},
-        {0, ON_TOKEN, "S:else"}, {1, BEHIND, "S:then"}, {0, BEHIND, "S:else"},
-    };
-    for (const Case& c : aCases)
-    {
-        SCOPED_TRACE(std::to_string(c.m_nCondition) + " else " + std::to_string(c.m_eElse));
-        CLumVariables vars;
-        CProbe basic(&vars);
-        auto image = MainImage([&](CLumProgram& p) {
-            p.Assign("taken$", S(""));
-            p.If(L(c.m_nCondition));
-            p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("then")));
-            if (c.m_eElse != NONE)
-            {
-                p.Else(c.m_eElse == BEHIND);
-                p.Assign("taken$", Op(LBT_PLUS, V("taken$"), S("else")));
-            }
-            p.EndIf();
-        });
-        EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-        EXPECT_EQ(Show(vars, "taken$"), c.m_pszTaken);
-        EXPECT_EQ(basic.OpenCommands(), 0);
-    }
-}
-
-TEST(ControlFlow, NestedBranchesAndLoopsInterleave)
-{
-    // For i% = 1 To 6: If i% > 3: While w% < i%: w% += 1: Wend: Else: Do: d% += 1:
-    // Loop Until d% >= i%: EndIf: Next
-    CLumVariables vars;
-    CProbe basic(&vars);
-    auto image = MainImage([](CLumProgram& p) {
-        p.Assign("w%", L(0));
-        p.Assign("d%", L(0));
-        p.Assign("odd%", L(0));
-        p.For("i%", L(1), L(6));
-        p.If(Op(LBT_GT, V("i%"), L(3)));
-        p.While(Op(LBT_LT, V("w%"), V("i%")));
-        p.Assign("w%", Plus1("w%"));
-        p.Wend();
-        p.Else();
-        p.Do();
-        p.Assign("d%", Plus1("d%"));
-        p.Loop(LBT_LOOP, Op(LBT_GE, V("d%"), V("i%")));
-        p.If(Op(LBT_EQ, V("i%"), L(2)));
-        p.Else();
-        p.Assign("odd%", Plus1("odd%"));
-        p.EndIf();
-        p.EndIf();
-        p.Next();
-    });
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    EXPECT_EQ(Show(vars, "w%"), "L:6");
-    EXPECT_EQ(Show(vars, "d%"), "L:3");
-    EXPECT_EQ(Show(vars, "odd%"), "L:2");
-    EXPECT_EQ(basic.OpenCommands(), 0);
-}
-
-TEST(ControlFlow, WhileMayRunNeverAndDoRunsAtLeastOnce)
-{
-    struct Case
-    {
-        const char* m_pszLoop;
-        unsigned short m_wKind; // 0 for While ... Wend
-        int m_nLimit;
-        const char* m_pszRuns;
-    };
-    const Case aCases[] = {
-        {"While", 0, 0, "L:0"},
-        {"While", 0, 4, "L:4"},
-        {"Loop While", LBT_WHILE, 0, "L:1"},
-        {"Loop While", LBT_WHILE, 4, "L:4"},
-        {"Loop Until", LBT_LOOP, 0, "L:1"},
-        {"Loop Until", LBT_LOOP, 4, "L:4"},
-        // Any kind word but LBT_WHILE means Until.
-        {"Loop kind 1", 0x0001, 3, "L:3"},
-    };
-    for (const Case& c : aCases)
-    {
-        SCOPED_TRACE(std::string(c.m_pszLoop) + " " + std::to_string(c.m_nLimit));
-        CLumVariables vars;
-        CLumBasic basic(&vars, nullptr);
-        auto image = MainImage([&](CLumProgram& p) {
-            p.Assign("runs%", L(0));
-            if (c.m_wKind == 0)
-            {
-                p.While(Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
-                p.Assign("runs%", Plus1("runs%"));
-                p.Wend();
-                return;
-            }
-            p.Do();
-            p.Assign("runs%", Plus1("runs%"));
-            if (c.m_wKind == LBT_WHILE)
-                p.Loop(c.m_wKind, Op(LBT_LT, V("runs%"), L(c.m_nLimit)));
-            else
-                p.Loop(c.m_wKind, Op(LBT_GE, V("runs%"), L(c.m_nLimit)));
-        });
-        EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-        EXPECT_EQ(Show(vars, "runs%"), c.m_pszRuns);
-    }
-}
-
 TEST(ControlFlow, AProcedureLeftFromInsideAnIfLeavesItsRecord)
 {
     CLumVariables vars;
     CProbe basic(&vars);
     auto image = MainImage(
-        [](CLumProgram& p) {
+        [](lumtest::CLumProgram& p) {
             p.Declare("Leave");
             p.Call("Leave");
             p.Assign("after%", L(1));
         },
-        [](CLumProgram& p) {
+        [](lumtest::CLumProgram& p) {
             p.Sub("Leave");
             p.If(L(1));
             p.End();
@@ -264,7 +128,7 @@ TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
     // The first run ends inside its For; the record stays and outlives the image.
     CLumVariables vars;
     CProbe basic(&vars);
-    auto first = MainImage([](CLumProgram& p) {
+    auto first = MainImage([](lumtest::CLumProgram& p) {
         CLumImageWriter& w = p.Writer();
         w.Token(LBT_FOR);
         w.CountedText("i%");
@@ -274,7 +138,7 @@ TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
     });
     EXPECT_EQ(RunImage(basic, first), std::vector<std::string>());
     EXPECT_EQ(basic.OpenCommands(), 1);
-    auto second = MainImage([](CLumProgram& p) {
+    auto second = MainImage([](lumtest::CLumProgram& p) {
         p.Writer().Token(LBT_NEXT);
         p.Writer().DWord(0);
     });
