@@ -1,5 +1,5 @@
-// Functions of the program called from inside expressions: results, recursion,
-// order of evaluation, a function ended by End Sub, and recursion without end.
+// Functions of the program called from inside expressions: a function ended by End
+// Sub, and recursion without end.
 #include "tests/LumProgramBuilder.h"
 #include "tests/LumTestSupport.h"
 
@@ -15,106 +15,7 @@ std::string Text(const CLumVariables& vars, const char* pszName)
     return p ? p->GetText() : "-";
 }
 
-// Function Fact(n%): If n% <= 1 Then Fact = 1 Else Fact = n% * Fact(n% - 1)
-void WriteFact(CLumProgram& p)
-{
-    p.Function("Fact", "n%");
-    p.If(Op(LBT_LE, V("n%"), L(1)));
-    p.Assign("Fact", L(1));
-    p.Else();
-    p.Assign("Fact", Op(LBT_MUL, V("n%"), Fn("Fact", {Op(LBT_MINUS, V("n%"), L(1))})));
-    p.EndIf();
-    p.End(LBT_FUNCTION);
-}
-
-// Function Sum(n%): sums 1..n% by recursion, `nDepth` calls deep.
-void WriteSum(CLumProgram& p)
-{
-    p.Function("Sum", "n%");
-    p.If(Op(LBT_LE, V("n%"), L(0)));
-    p.Assign("Sum", L(0));
-    p.Else();
-    p.Assign("Sum", Op(LBT_PLUS, V("n%"), Fn("Sum", {Op(LBT_MINUS, V("n%"), L(1))})));
-    p.EndIf();
-    p.End(LBT_FUNCTION);
-}
-
-// Function <name>: log$ = log$ + "<name>": calls% += 1: <name> = calls%
-void WriteLogger(CLumProgram& p, const char* pszName)
-{
-    p.Function(pszName);
-    p.Assign("log$", Op(LBT_PLUS, V("log$"), S(pszName)));
-    p.Assign("calls%", Op(LBT_PLUS, V("calls%"), L(1)));
-    p.Assign(pszName, V("calls%"));
-    p.End(LBT_FUNCTION);
-}
 } // namespace
-
-TEST(UserFunction, FunctionsReturnTheirResultsIntoExpressions)
-{
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [](CLumProgram& p) {
-            for (const char* pszName : {"Twice", "Answer%", "Greet$", "Fact", "Unset%"})
-                p.Declare(pszName);
-            p.Assign("twice", Op(LBT_PLUS, Fn("Twice", {L(20)}), L(2)));
-            p.Assign("answer%", Fn("Answer%"));
-            p.Assign("greet$", Fn("Greet$", {S("Welt")}));
-            p.Assign("fact", Fn("Fact", {L(10)}));
-            p.Assign("unset%", Fn("Unset%"));
-        },
-        [](CLumProgram& p) {
-            p.Function("Twice", "x");
-            p.Assign("Twice", Op(LBT_MUL, V("x"), L(2)));
-            p.End(LBT_FUNCTION);
-            p.Function("Answer%");
-            p.Assign("Answer%", L(42));
-            p.End(LBT_FUNCTION);
-            p.Function("Greet$", "who$");
-            p.Assign("Greet$", Op(LBT_PLUS, S("Hallo "), V("who$")));
-            p.End(LBT_FUNCTION);
-            WriteFact(p);
-            p.Function("Unset%");
-            p.End(LBT_FUNCTION);
-        });
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    EXPECT_EQ(Text(vars, "twice"), "42.000000");
-    EXPECT_EQ(Text(vars, "answer%"), "42");
-    EXPECT_EQ(Text(vars, "greet$"), "Hallo Welt");
-    EXPECT_EQ(Text(vars, "fact"), "3628800.000000");
-    EXPECT_EQ(Text(vars, "unset%"), "0");
-}
-
-TEST(UserFunction, CallsInOneExpressionRunLeftToRightAndGiveIndependentValues)
-{
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [](CLumProgram& p) {
-            p.Declare("A%");
-            p.Declare("B%");
-            p.Declare("Pair%");
-            p.Assign("log$", S(""));
-            p.Assign("calls%", L(0));
-            // A%() * 10 + B%(), then a function whose arguments are function calls.
-            p.Assign("r%", Op(LBT_PLUS, Op(LBT_MUL, Fn("A%"), L(10)), Fn("B%")));
-            p.Assign("again%", Op(LBT_MINUS, Fn("A%"), Fn("A%")));
-            p.Assign("pair%", Fn("Pair%", {Fn("B%"), Fn("A%")}));
-        },
-        [](CLumProgram& p) {
-            WriteLogger(p, "A%");
-            WriteLogger(p, "B%");
-            p.Function("Pair%", "x%:y%");
-            p.Assign("Pair%", Op(LBT_PLUS, Op(LBT_MUL, V("x%"), L(100)), V("y%")));
-            p.End(LBT_FUNCTION);
-        });
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    EXPECT_EQ(Text(vars, "log$"), "A%B%A%A%B%A%");
-    EXPECT_EQ(Text(vars, "r%"), "12");
-    EXPECT_EQ(Text(vars, "again%"), "-1");
-    EXPECT_EQ(Text(vars, "pair%"), "506");
-}
 
 TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
 {
@@ -147,21 +48,9 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
     EXPECT_EQ(vars.Lookup("y"), nullptr);
 }
 
-TEST(UserFunction, RecursionRunsThousandsDeepAndFailsCleanlyWithoutEnd)
+// Results, order of evaluation and deep recursion are in tests/programs/functions.lbd.
+TEST(UserFunction, RecursionWithoutEndFailsCleanly)
 {
-    // Well within the limit, also in sanitizer builds with their larger frames.
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [](CLumProgram& p) {
-            p.Declare("Sum");
-            p.Assign("sum", Fn("Sum", {V("n%")}));
-        },
-        WriteSum);
-    vars.SetValuesFromString("L:n%=1000\n");
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    EXPECT_EQ(Text(vars, "sum"), "500500.000000");
-
     // Without end: the limit of nested runs, not the machine's stack, stops it.
     CLumVariables endless;
     CLumBasic cEndless(&endless, nullptr);
