@@ -1,6 +1,6 @@
-// Declared procedures: calls by name and by computed name, parameters typed by
-// their names, locals, scoping and the end of procedures.
-#include "tests/LumTestSupport.h"
+// Declared procedures: calls of images the compiler would not write, calls into
+// finished images, and the scoping of variables.
+#include "tests/LumCompilerTestSupport.h"
 
 using namespace lumtest;
 
@@ -47,115 +47,35 @@ public:
 };
 } // namespace
 
-TEST(Procedure, ParametersTakeTheTypeOfTheirNames)
+// Typed parameters, CallEx and a Function reached by it are in
+// tests/programs/procedures.lbd; here, calls the compiler would refuse.
+TEST(Procedure, UndeclaredNamesFailAndEmptyParameterNamesAreSkipped)
 {
+    CLumImageWriter::Label head;
+    auto program = [&](const char* pszCalled, const std::vector<CLumTree>& aArgs) {
+        return Program([&](CLumImageWriter& w) { head = w.NewLabel(), Declare(w, "P", head); },
+                       [&](CLumImageWriter& w) { CallByName(w, pszCalled, aArgs); },
+                       [&](CLumImageWriter& w) {
+                           w.Place(head);
+                           Head(w, "P", "a::b");
+                           EndProc(w);
+                       });
+    };
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    CLumImageWriter::Label head;
-    auto image = Program(
-        [&](CLumImageWriter& w) {
-            head = w.NewLabel();
-            Declare(w, "P", head);
-        },
-        [](CLumImageWriter& w) {
-            CallByName(w, "P",
-                       {CLumTree::DoubleConst("2.75"), CLumTree::LongConst(5), CLumTree::LongConst(-3)});
-        },
-        [&](CLumImageWriter& w) {
-            w.Place(head);
-            Head(w, "P", "a%:b$::c");
-            AssignName(w, "r$",
-                       CLumTree::Operator(LBT_PLUS, CLumTree::Variable("b$"), CLumTree::Variable("a%")));
-            AssignName(w, "c2", CLumTree::Variable("c"));
-            EndProc(w);
-        });
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
-    std::string text;
-    vars.MakeString(&text);
-    EXPECT_EQ(text, "L:@P@a%=2\nS:@P@b$=5\nD:@P@c=-3.000000\nS:r$=52\nD:c2=-3.000000\n");
-}
+    EXPECT_EQ(RunImage(basic, program("P", {CLumTree::LongConst(1), CLumTree::LongConst(2)})),
+              std::vector<std::string>());
+    EXPECT_EQ(vars.GetValue("@P@b", nullptr)->GetDouble(), 2.0);
 
-TEST(Procedure, CallExUsesTheComputedNameAndUndeclaredNamesFail)
-{
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    CLumImageWriter::Label head;
-    auto declare = [&](CLumImageWriter& w) {
-        head = w.NewLabel();
-        Declare(w, "Twice", head);
-    };
-    auto procs = [&](CLumImageWriter& w) {
-        w.Place(head);
-        Head(w, "Twice", "n%");
-        AssignName(w, "out%", CLumTree::Operator(LBT_MUL, CLumTree::Variable("n%"), CLumTree::LongConst(2)));
-        EndProc(w);
-    };
-    auto good = Program(
-        declare,
-        [](CLumImageWriter& w) {
-            w.Token(LBT_CALLEX);
-            w.Expression(
-                CLumTree::Operator(LBT_PLUS, CLumTree::StringConst("Tw"), CLumTree::StringConst("ice")));
-            w.Expression(CLumTree::LongConst(21));
-            w.Separator();
-        },
-        procs);
-    EXPECT_TRUE(RunImage(basic, good).empty());
-    EXPECT_EQ(vars.GetValue("out%", nullptr)->GetLong(), 42);
+    std::vector<std::string> trail = RunImage(basic, program("P", {CLumTree::LongConst(1)}));
+    ASSERT_FALSE(trail.empty());
+    EXPECT_EQ(trail[0], LumFormatForTest(LoadMessage(57014), "P", "a::b"));
 
-    auto bad = Program(
-        declare, [](CLumImageWriter& w) { CallByName(w, "twice", {}); }, procs);
-    std::vector<std::string> trail = RunImage(basic, bad);
+    trail = RunImage(basic, program("p", {}));
     ASSERT_GE(trail.size(), 3u);
-    EXPECT_EQ(trail[0],
-              "Die Prozedur twice wird aufgerufen, ohne daß diese zuvor mit Declare deklariert wurde.");
+    EXPECT_EQ(trail[0], "Die Prozedur p wird aufgerufen, ohne daß diese zuvor mit Declare deklariert wurde.");
     EXPECT_EQ(trail[1], "LUMBASICCALL");
     EXPECT_EQ(trail[2], "CLumBasic::Call()");
-}
-
-TEST(Procedure, TooFewArgumentsNameTheProcedure)
-{
-    CLumBasic basic;
-    CLumImageWriter::Label head;
-    auto image = Program(
-        [&](CLumImageWriter& w) {
-            head = w.NewLabel();
-            Declare(w, "P", head);
-        },
-        [](CLumImageWriter& w) { CallByName(w, "P", {CLumTree::LongConst(1)}); },
-        [&](CLumImageWriter& w) {
-            w.Place(head);
-            Head(w, "P", "a:b");
-            EndProc(w);
-        });
-    std::vector<std::string> trail = RunImage(basic, image);
-    ASSERT_FALSE(trail.empty());
-    EXPECT_EQ(trail[0], LumFormatForTest(LoadMessage(57014), "P", "a:b"));
-}
-
-TEST(Procedure, FunctionEnteredByCallEndsTheRunWithItsRecord)
-{
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    CLumImageWriter::Label head;
-    auto image = Program(
-        [&](CLumImageWriter& w) {
-            head = w.NewLabel();
-            Declare(w, "F%", head);
-        },
-        [](CLumImageWriter& w) {
-            CallByName(w, "F%", {});
-            AssignName(w, "after", CLumTree::LongConst(1));
-        },
-        [&](CLumImageWriter& w) {
-            w.Place(head);
-            Head(w, "F%", "", LBT_FUNCTION);
-            AssignName(w, "F%", CLumTree::DoubleConst("2.5"));
-            EndProc(w, LBT_FUNCTION);
-        });
-    EXPECT_TRUE(RunImage(basic, image).empty());
-    EXPECT_EQ(vars.GetValue("@F%@F%", nullptr)->GetLong(), 2);
-    EXPECT_EQ(vars.IsDefined("after", nullptr), 0);
 }
 
 TEST(Procedure, CallIntoAFinishedImageFailsCleanly)
@@ -163,20 +83,10 @@ TEST(Procedure, CallIntoAFinishedImageFailsCleanly)
     CLumVariables vars;
     CLumFunctions functions;
     CLumBasic basic(&vars, &functions);
-    CLumImageWriter::Label head;
-    auto library = Program(
-        [&](CLumImageWriter& w) {
-            head = w.NewLabel();
-            Declare(w, "Gone", head);
-        },
-        [](CLumImageWriter&) {},
-        [&](CLumImageWriter& w) {
-            w.Place(head);
-            Head(w, "Gone");
-            EndProc(w);
-        });
+    std::vector<uint8_t> library, caller;
+    ASSERT_EQ(CompileText("Sub Gone\nEnd Sub\n", library), "");
+    ASSERT_EQ(CompileText("Declare Sub Gone\nSub Main\n    Gone\nEnd Sub\n", caller), "");
     EXPECT_TRUE(RunImage(basic, library).empty());
-    auto caller = MainProgram([](CLumImageWriter& w) { CallByName(w, "Gone", {}); });
     std::vector<std::string> trail = RunImage(basic, caller);
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], "Die Prozedur Gone gehört zu einem Programm, das nicht mehr geladen ist.");
