@@ -1,4 +1,4 @@
-// Assignment and Dim: the type rules of names, function results, elements and locals.
+// Assignment and Dim: failures, and forms the compiler does not write.
 #include "tests/LumTestSupport.h"
 
 using namespace lumtest;
@@ -28,24 +28,8 @@ std::string Text(const CLumVariables& vars)
 }
 } // namespace
 
-TEST(Assign, NamesDecideTheStoredType)
-{
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
-    auto image = MainProgram([](CLumImageWriter& w) {
-        AssignName(w, "x", CLumTree::LongConst(1));
-        AssignName(w, "n%", CLumTree::DoubleConst("-1.75"));
-        AssignName(w, "s$", CLumTree::StringConst("t"));
-        Computed(w, CLumTree::Array("a$", {CLumTree::LongConst(2)}, true), CLumTree::StringConst("e"));
-        Computed(w, CLumTree::Array("m%", {CLumTree::LongConst(1), CLumTree::LongConst(3)}, true),
-                 CLumTree::LongConst(13));
-        Computed(w, CLumTree::Array("z", {CLumTree::LongConst(0)}, true), CLumTree::LongConst(9));
-        Computed(w, CLumTree::StringConst("q%"), CLumTree::LongConst(4));
-    });
-    EXPECT_TRUE(RunImage(basic, image).empty());
-    EXPECT_EQ(Text(vars), "D:x=1.000000\nL:n%=-1\nS:s$=t\nS:a$:2=e\nL:m%:1:3=13\nD:z=9.000000\nL:q%=4\n");
-}
-
+// The stored types of assignments and the locals of Dim are in
+// tests/programs/assignment.lbd; here, what the compiler would refuse.
 TEST(Assign, FailuresKeepTheTargetAsItWas)
 {
     const FailureCase cases[] = {
@@ -104,7 +88,7 @@ TEST(Assign, OutsideEveryProcedureIsRefused)
     EXPECT_EQ(trail[0], LoadMessage(57040));
 }
 
-TEST(Dim, LocalsOnlyFromDepthTwoAndTypedByKeywordOrName)
+TEST(Dim, AsDecidesTheTypeOfALocalOverItsName)
 {
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
@@ -112,9 +96,6 @@ TEST(Dim, LocalsOnlyFromDepthTwoAndTypedByKeywordOrName)
     CLumImageWriter::Label head = w.NewLabel();
     Declare(w, "P", head);
     Head(w, "Main");
-    w.Token(LBT_DIM); // plain at depth 1: nothing, the separator goes with it
-    w.CountedText("g");
-    w.Separator();
     w.Token(LBT_CALL);
     w.CountedText("P");
     w.Separator();
@@ -131,18 +112,9 @@ TEST(Dim, LocalsOnlyFromDepthTwoAndTypedByKeywordOrName)
         w.Token(LBT_AS);
         w.Token(wType);
     }
-    AssignName(w, "x%", CLumTree::LongConst(7)); // no local yet: global
-    w.Token(LBT_DIM);
-    w.CountedText("x%");
-    AssignName(w, "x%", CLumTree::LongConst(8)); // now the local
-    w.Token(LBT_DIM);
-    w.CountedText("s$");
-    w.Token(LBT_DIM);
-    w.CountedText("arr");
-    w.Expression(CLumTree::LongConst(10));
     EndProc(w);
     EXPECT_TRUE(RunImage(basic, w.Finish()).empty());
-    EXPECT_EQ(Text(vars), "L:@P@a=0\nD:@P@b%=0.000000\nS:@P@c=\nL:x%=7\nL:@P@x%=8\nS:@P@s$=\n");
+    EXPECT_EQ(Text(vars), "L:@P@a=0\nD:@P@b%=0.000000\nS:@P@c=\n");
 }
 
 TEST(Dim, MissingTypeAfterAsFails)
