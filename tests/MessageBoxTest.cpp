@@ -1,8 +1,8 @@
 // ShowMessage as statement and function: what reaches the box, what the program gets
 // back, bad arguments, the default button, and the console box without a terminal.
+#include "tests/LumCompilerTestSupport.h"
 #include "tests/LumImageDir.h"
 #include "tests/LumProgramBuilder.h"
-#include "tests/LumTestSupport.h"
 
 #include <lumbasic/LumMessageBox.h>
 
@@ -33,31 +33,25 @@ private:
     LumMessageBoxFunction m_fnOld;
 };
 
-CLumTree ShowMessageFct(const CLumTree& caption, const CLumTree& text, const CLumTree& style)
-{
-    return CLumTree::Function(LBT_SHOWMESSAGE, {caption, text, style});
-}
 } // namespace
 
 TEST(MessageBox, StatementAndFunctionShowTheBoxAndOnlyTheFunctionGivesTheAnswer)
 {
     CRecordingBox box({LUM_IDOK, LUM_IDNO, LUM_IDYES});
+    std::vector<uint8_t> aImage;
+    ASSERT_EQ(CompileText("Sub Main\n"
+                          "    ShowMessage \"Titel\", \"Hallo\", 0\n"
+                          "    a% = ShowMessage(\"Frage\", \"Weiter\" + \"?\", 4 + 256)\n"
+                          "    b% = Ask%()\n"
+                          "End Sub\n"
+                          "Function Ask%()\n"
+                          "    Ask% = ShowMessage(\"In\", \"Funktion\", 3.7)\n"
+                          "End Function\n",
+                          aImage),
+              "");
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    auto image = MainImage(
-        [](CLumProgram& p) {
-            p.Declare("Ask%");
-            p.ShowMessage(S("Titel"), S("Hallo"), L(LUM_MB_OK));
-            p.Assign("a%", ShowMessageFct(S("Frage"), Op(LBT_PLUS, S("Weiter"), S("?")),
-                                          Op(LBT_PLUS, L(LUM_MB_YESNO), L(LUM_MB_DEFBUTTON2))));
-            p.Assign("b%", Fn("Ask%"));
-        },
-        [](CLumProgram& p) {
-            p.Function("Ask%");
-            p.Assign("Ask%", ShowMessageFct(S("In"), S("Funktion"), D(3.7)));
-            p.End(LBT_FUNCTION);
-        });
-    EXPECT_EQ(RunImage(basic, image), std::vector<std::string>());
+    EXPECT_EQ(RunImage(basic, aImage), std::vector<std::string>());
     EXPECT_EQ(box.m_aCalls,
               (std::vector<std::string>{"Titel|Hallo|0", "Frage|Weiter?|260", "In|Funktion|3"}));
     EXPECT_EQ(vars.Lookup("a%")->GetLong(), LUM_IDNO);
@@ -88,8 +82,7 @@ TEST(MessageBox, TheFirstBadArgumentDecidesAndNoBoxIsShown)
         SCOPED_TRACE(c.m_pszWhat);
         CRecordingBox box({});
         CLumBasic basic;
-        auto image = MainImage([&](CLumProgram& p) {
-            CLumImageWriter& w = p.Writer();
+        auto image = MainProgram([&](CLumImageWriter& w) {
             w.Token(LBT_SHOWMESSAGE);
             for (const CLumTree& arg : c.m_aArgs)
                 w.Expression(arg);
@@ -133,19 +126,17 @@ TEST(MessageBox, TheDefaultButtonComesFromBitsEightAndNine)
 TEST(MessageBox, TheCommandLineBoxAnswersTheDefaultOrTheGivenAnswerWithoutWaiting)
 {
     CImageDir dir;
-    dir.Save("ask.lbc", MainImage([](CLumProgram& p) {
-                 p.Assign("a%",
-                          ShowMessageFct(S("Frage"), S("Weiter?"), L(LUM_MB_YESNO | LUM_MB_DEFBUTTON2)));
-             }));
-    CliResult defaulted = RunCli(dir, "run --dump ask.lbc");
+    std::ofstream(dir.Path("ask.lbd"))
+        << "Sub Main\n    a% = ShowMessage(\"Frage\", \"Weiter?\", 4 + 256)\nEnd Sub\n";
+    CliResult defaulted = RunCli(dir, "run --dump ask.lbd");
     EXPECT_EQ(defaulted.m_nStatus, 0);
     EXPECT_EQ(defaulted.m_strOut, "L:a%=7\n");
     EXPECT_EQ(defaulted.m_strErr, "Frage\nWeiter?\n");
 
-    CliResult answered = RunCli(dir, "run --answer 6 --dump ask.lbc");
+    CliResult answered = RunCli(dir, "run --answer 6 --dump ask.lbd");
     EXPECT_EQ(answered.m_nStatus, 0);
     EXPECT_EQ(answered.m_strOut, "L:a%=6\n");
 
-    for (const char* pszArgs : {"run --answer ja ask.lbc", "run --answer ask.lbc", "run --answer 6x ask.lbc"})
+    for (const char* pszArgs : {"run --answer ja ask.lbd", "run --answer ask.lbd", "run --answer 6x ask.lbd"})
         EXPECT_EQ(RunCli(dir, pszArgs).m_nStatus, 2) << pszArgs;
 }
