@@ -1,5 +1,6 @@
-// Writes whole programs statement by statement, as a compiler would: structured
-// blocks get their skips from labels, procedures their offsets from Declare.
+// Writes images statement by statement, for the forms the compiler does not write
+// and for the benchmarks: structured blocks get their skips from labels,
+// procedures their offsets from Declare.
 #pragma once
 
 #include "tools/imagewriter/LumImageWriter.h"
@@ -17,15 +18,8 @@ class CLumProgram
 public:
     using Tree = CLumTree;
 
-    explicit CLumProgram(const std::string& strSource = "")
-    {
-        if (!strSource.empty())
-            m_w.SourceName(strSource);
-    }
-
     CLumImageWriter& Writer() { return m_w; }
 
-    void Line(int nLine) { m_w.DebugInfo(nLine); }
     void Assign(const char* pszName, const Tree& value)
     {
         m_w.Token(LBT_ASSIGN);
@@ -34,30 +28,6 @@ public:
         m_w.Expression(value);
         m_w.Separator();
     }
-    // An assignment to an array element: the target is a tree that names it.
-    void AssignElement(const char* pszName, const std::vector<Tree>& aIndices, const Tree& value)
-    {
-        m_w.Token(LBT_ASSIGN);
-        m_w.Expression(Tree::Array(pszName, aIndices, true));
-        m_w.Expression(value);
-        m_w.Separator();
-    }
-    void Dim(const char* pszName, const Tree& dimension)
-    {
-        m_w.Token(LBT_DIM);
-        m_w.CountedText(pszName);
-        m_w.Expression(dimension);
-        m_w.Separator();
-    }
-
-    // Dim of a local by the type of its name.
-    void DimLocal(const char* pszName)
-    {
-        m_w.Token(LBT_DIM);
-        m_w.CountedText(pszName);
-        m_w.Separator();
-    }
-
     void If(const Tree& condition)
     {
         m_w.Token(LBT_IF);
@@ -66,17 +36,14 @@ public:
         m_w.SkipFrom(nSkip);
         m_w.Separator();
     }
-    // `fBehind` lets the false skip of If land behind the Else instead of on it.
-    void Else(bool fBehind = false)
+    // The false skip of If lands on the Else, where the compiler lets it land behind.
+    void Else()
     {
         Block& block = Top(LBT_IF);
-        if (!fBehind)
-            m_w.Place(block.m_nFalse);
+        m_w.Place(block.m_nFalse);
         m_w.Token(LBT_ELSE);
         m_w.Skip(block.m_nEnd);
         m_w.Separator();
-        if (fBehind)
-            m_w.Place(block.m_nFalse);
         block.m_fElse = true;
     }
     void EndIf()
@@ -106,25 +73,6 @@ public:
         m_w.Token(LBT_NEXT);
         m_w.Skip(block.m_nBody);
         m_w.Separator();
-    }
-
-    void While(const Tree& condition)
-    {
-        Block& block = Open(LBT_WHILE);
-        m_w.Place(block.m_nBody);
-        m_w.Token(LBT_WHILE);
-        int nSkip = m_w.Skip(block.m_nEnd);
-        m_w.Expression(condition);
-        m_w.SkipFrom(nSkip);
-        m_w.Separator();
-    }
-    void Wend()
-    {
-        Block block = Close(LBT_WHILE);
-        m_w.Token(LBT_WEND);
-        m_w.Skip(block.m_nBody);
-        m_w.Separator();
-        m_w.Place(block.m_nEnd);
     }
 
     void Do()
@@ -182,21 +130,6 @@ public:
             m_w.Expression(arg);
         m_w.Separator();
     }
-    void Import(const std::vector<std::string>& aPaths)
-    {
-        m_w.Token(LBT_IMPORT);
-        for (const std::string& strPath : aPaths)
-            m_w.Expression(Tree::StringConst(strPath));
-        m_w.Separator();
-    }
-    void ShowMessage(const Tree& caption, const Tree& text, const Tree& style)
-    {
-        m_w.Token(LBT_SHOWMESSAGE);
-        m_w.Expression(caption);
-        m_w.Expression(text);
-        m_w.Expression(style);
-        m_w.Separator();
-    }
     void Terminator() { m_w.Terminator(); }
 
     std::vector<uint8_t> Finish() const
@@ -205,7 +138,6 @@ public:
             throw std::logic_error("program has an open block");
         return m_w.Finish();
     }
-    bool Save(const std::string& strPath) const { return m_w.Save(strPath); }
 
 private:
     struct Block
@@ -298,9 +230,5 @@ inline CLumTree Op(unsigned short wToken, const CLumTree& left, const CLumTree& 
 inline CLumTree Fn(const char* pszName, const std::vector<CLumTree>& aArgs = {})
 {
     return CLumTree::UserFunction(pszName, aArgs);
-}
-inline CLumTree Elem(const char* pszName, const std::vector<CLumTree>& aIndices)
-{
-    return CLumTree::Array(pszName, aIndices);
 }
 } // namespace lumtest
