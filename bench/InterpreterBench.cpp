@@ -17,7 +17,7 @@ void BM_EvaluateOperatorTree(benchmark::State& state)
 {
     CLumTree tree =
         Op(LBT_MINUS, Op(LBT_MUL, Op(LBT_PLUS, V("a"), V("b%")), V("c")), Op(LBT_DIV, V("d"), L(2)));
-    std::vector<uint8_t> image = MainImage([&](CLumProgram& p) {
+    std::vector<uint8_t> image = MainImage([&](CTestProgram& p) {
         p.For("i%", L(1), L(PASSES));
         p.Assign("x", tree);
         p.Next();
@@ -36,7 +36,7 @@ void BM_ProcedureCallTwoParameters(benchmark::State& state)
 {
     std::vector<uint8_t> image;
     {
-        CLumProgram p;
+        CTestProgram p;
         p.Declare("P");
         p.Sub("Main");
         p.For("i%", L(1), L(PASSES));
@@ -58,7 +58,7 @@ BENCHMARK(BM_ProcedureCallTwoParameters);
 // An empty loop: what one For/Next pass costs on its own.
 void BM_EmptyLoop(benchmark::State& state)
 {
-    std::vector<uint8_t> image = MainImage([&](CLumProgram& p) {
+    std::vector<uint8_t> image = MainImage([&](CTestProgram& p) {
         p.For("i%", L(1), L(PASSES));
         p.Next();
     });

@@ -1,4 +1,5 @@
 // Assignment and Dim: failures, and forms the compiler does not write.
+#include "tests/LumProgramBuilder.h"
 #include "tests/LumTestSupport.h"
 
 using namespace lumtest;
@@ -92,50 +93,30 @@ TEST(Dim, AsDecidesTheTypeOfALocalOverItsName)
 {
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
-    CLumImageWriter w;
-    CLumImageWriter::Label head = w.NewLabel();
-    Declare(w, "P", head);
-    Head(w, "Main");
-    w.Token(LBT_CALL);
-    w.CountedText("P");
-    w.Separator();
-    EndProc(w);
-    w.Terminator();
-    w.Place(head);
-    Head(w, "P");
-    for (auto [pszName, wType] : {std::pair<const char*, unsigned short>{"a", LBT_TYPE_LONG},
-                                  {"b%", LBT_TYPE_DOUBLE},
-                                  {"c", LBT_TYPE_STRING}})
-    {
-        w.Token(LBT_DIM);
-        w.CountedText(pszName);
-        w.Token(LBT_AS);
-        w.Token(wType);
-    }
-    EndProc(w);
-    EXPECT_TRUE(RunImage(basic, w.Finish()).empty());
+    auto image = MainCallingP([](CLumImageWriter& w) {
+        for (auto [pszName, wType] : {std::pair<const char*, unsigned short>{"a", LBT_TYPE_LONG},
+                                      {"b%", LBT_TYPE_DOUBLE},
+                                      {"c", LBT_TYPE_STRING}})
+        {
+            w.Token(LBT_DIM);
+            w.CountedText(pszName);
+            w.Token(LBT_AS);
+            w.Token(wType);
+        }
+    });
+    EXPECT_TRUE(RunImage(basic, image).empty());
     EXPECT_EQ(Text(vars), "L:@P@a=0\nD:@P@b%=0.000000\nS:@P@c=\n");
 }
 
 TEST(Dim, MissingTypeAfterAsFails)
 {
     CLumBasic basic;
-    CLumImageWriter w;
-    CLumImageWriter::Label head = w.NewLabel();
-    Declare(w, "P", head);
-    Head(w, "Main");
-    w.Token(LBT_CALL);
-    w.CountedText("P");
-    EndProc(w);
-    w.Terminator();
-    w.Place(head);
-    Head(w, "P");
-    w.Token(LBT_DIM);
-    w.CountedText("v");
-    w.Token(LBT_AS);
-    w.Token(LBT_SEPARATOR);
-    EndProc(w);
-    std::vector<std::string> trail = RunImage(basic, w.Finish());
+    std::vector<std::string> trail = RunImage(basic, MainCallingP([](CLumImageWriter& w) {
+                                                  w.Token(LBT_DIM);
+                                                  w.CountedText("v");
+                                                  w.Token(LBT_AS);
+                                                  w.Token(LBT_SEPARATOR);
+                                              }));
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], "Bei Dim v fehlt nach dem Schlüsselwort As die Typangabe.");
 }

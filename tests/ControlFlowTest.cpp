@@ -64,7 +64,7 @@ TEST(ControlFlow, FormsOfOtherWritersRunAsTheirStructureSays)
 {
     CLumVariables vars;
     CProbe basic(&vars);
-    auto image = MainImage([](lumtest::CLumProgram& p) {
+    auto image = MainImage([](CTestProgram& p) {
         p.For("i%", L(1), L(2), D(0.5));
         p.Assign("runs%", Plus1("runs%"));
         p.Next();
@@ -92,7 +92,7 @@ TEST(ControlFlow, NextNotifiesEveryPassButNotTheLastIncrement)
 {
     CLumVariables vars;
     CProbe basic(&vars, true);
-    auto image = MainImage([](lumtest::CLumProgram& p) {
+    auto image = MainImage([](CTestProgram& p) {
         p.For("i%", L(1), L(3));
         p.Next();
     });
@@ -106,12 +106,12 @@ TEST(ControlFlow, AProcedureLeftFromInsideAnIfLeavesItsRecord)
     CLumVariables vars;
     CProbe basic(&vars);
     auto image = MainImage(
-        [](lumtest::CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Declare("Leave");
             p.Call("Leave");
             p.Assign("after%", L(1));
         },
-        [](lumtest::CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Sub("Leave");
             p.If(L(1));
             p.End();
@@ -128,7 +128,7 @@ TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
     // The first run ends inside its For; the record stays and outlives the image.
     CLumVariables vars;
     CProbe basic(&vars);
-    auto first = MainImage([](lumtest::CLumProgram& p) {
+    auto first = MainImage([](CTestProgram& p) {
         CLumImageWriter& w = p.Writer();
         w.Token(LBT_FOR);
         w.CountedText("i%");
@@ -138,7 +138,7 @@ TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
     });
     EXPECT_EQ(RunImage(basic, first), std::vector<std::string>());
     EXPECT_EQ(basic.OpenCommands(), 1);
-    auto second = MainImage([](lumtest::CLumProgram& p) {
+    auto second = MainImage([](CTestProgram& p) {
         p.Writer().Token(LBT_NEXT);
         p.Writer().DWord(0);
     });

@@ -1,5 +1,6 @@
 // No image, however damaged, may crash the host: every run ends normally or with a
 // CLumsException. The sanitizer build runs these too.
+#include "tests/LumProgramBuilder.h"
 #include "tests/LumTestSupport.h"
 
 #include <algorithm>
@@ -132,20 +133,10 @@ TEST(DamagedImage, ReadsBeyondTheImageAreReported)
 TEST(DamagedImage, EndlessRecursionOfCallsIsStopped)
 {
     CLumBasic basic;
-    CLumImageWriter w;
-    CLumImageWriter::Label head = w.NewLabel();
-    Declare(w, "P", head);
-    Head(w, "Main");
-    w.Token(LBT_CALL);
-    w.CountedText("P");
-    EndProc(w);
-    w.Terminator();
-    w.Place(head);
-    Head(w, "P");
-    w.Token(LBT_CALL);
-    w.CountedText("P");
-    EndProc(w);
-    std::vector<std::string> trail = RunImage(basic, w.Finish());
+    std::vector<std::string> trail = RunImage(basic, MainCallingP([](CLumImageWriter& w) {
+                                                  w.Token(LBT_CALL);
+                                                  w.CountedText("P");
+                                              }));
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], "Mehr als 100000 Prozeduraufrufe sind gleichzeitig offen (Rekursion ohne Ende?).");
 }

@@ -13,7 +13,7 @@
 
 namespace lumtest
 {
-class CLumProgram
+class CTestProgram
 {
 public:
     using Tree = CLumTree;
@@ -193,16 +193,32 @@ private:
 
 // Sub Main with the body that `body` writes, then the terminator; procedures that
 // `procedures` writes follow behind it, out of the straight-line path.
-inline std::vector<uint8_t> MainImage(const std::function<void(CLumProgram&)>& body,
-                                      const std::function<void(CLumProgram&)>& procedures = nullptr)
+inline std::vector<uint8_t> MainImage(const std::function<void(CTestProgram&)>& body,
+                                      const std::function<void(CTestProgram&)>& procedures = nullptr)
 {
-    CLumProgram p;
+    CTestProgram p;
     p.Sub("Main");
     body(p);
     p.End();
     p.Terminator();
     if (procedures)
         procedures(p);
+    return p.Finish();
+}
+
+// Main calls P, whose body `body` writes: for statements that only run inside a
+// called procedure.
+inline std::vector<uint8_t> MainCallingP(const std::function<void(CLumImageWriter&)>& body)
+{
+    CTestProgram p;
+    p.Declare("P");
+    p.Sub("Main");
+    p.Call("P");
+    p.End();
+    p.Terminator();
+    p.Sub("P");
+    body(p.Writer());
+    p.End();
     return p.Finish();
 }
 

@@ -22,7 +22,7 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Declare("Broken");
             // No separator behind the statement: the call's own closes the list, so
             // the nested run goes on with the rest of Main and ends at its End.
@@ -33,7 +33,7 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
             w.Expression(Fn("Broken"));
             p.Assign("rest%", L(1));
         },
-        [](CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Function("Broken");
             p.Assign("inside%", L(1));
             p.End(LBT_SUB);
@@ -55,11 +55,11 @@ TEST(UserFunction, RecursionWithoutEndFailsCleanly)
     CLumVariables endless;
     CLumBasic cEndless(&endless, nullptr);
     auto loop = MainImage(
-        [](CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Declare("Again");
             p.Assign("x", Fn("Again"));
         },
-        [](CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Function("Again");
             p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
             p.Assign("Again", Fn("Again"));
@@ -81,11 +81,11 @@ TEST(UserFunction, RecursionFromTheBottomOfADeepTreeFailsCleanly)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     auto image = MainImage(
-        [](CLumProgram& p) {
+        [](CTestProgram& p) {
             p.Declare("Again");
             p.Assign("x", Fn("Again"));
         },
-        [&](CLumProgram& p) {
+        [&](CTestProgram& p) {
             p.Function("Again");
             p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
             p.Assign("Again", tree);
