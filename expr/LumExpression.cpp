@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <memory>
+#include <typeinfo>
 
 LUM_IMPLEMENT_RUNTIME(CLumTermNode, CLumObject, nullptr)
 LUM_IMPLEMENT_RUNTIME(CLumExpression, CLumObject, nullptr)
@@ -228,7 +229,7 @@ void CLumExpression::Variable(CLumTermNode* pNode, CLumsVarValue& out)
     }
     if (!fArray)
     {
-        out = *m_pBasic->GetVar(pszData, nullptr);
+        out = *FindVariable(pNode, pszData);
         return;
     }
     long aIndices[CLumVariables::MAX_INDICES] = {};
@@ -244,6 +245,25 @@ void CLumExpression::Variable(CLumTermNode* pNode, CLumsVarValue& out)
     memcpy(pszName, pszData, static_cast<size_t>(nName));
     pszName[nName] = '\0';
     out = *m_pBasic->GetVar(pszName, aIndices);
+}
+
+// A plain variable read: the scoped lookup runs once, then the node remembers what it
+// found until a key is added to the store or the scope changes. A class derived from
+// the interpreter may resolve names its own way, so it is asked every time.
+CLumsVarValue* CLumExpression::FindVariable(CLumTermNode* pNode, const char* pszName)
+{
+    if (m_pBasic->m_nPlainAccess < 0)
+        m_pBasic->m_nPlainAccess = typeid(*m_pBasic) == typeid(CLumBasic);
+    if (!m_pBasic->m_nPlainAccess)
+        return m_pBasic->GetVar(pszName, nullptr);
+    CLumTermNode::VariableCache& cache = pNode->GetVariableCache();
+    uint64_t nGeneration = m_pVariables->GetGeneration();
+    uint64_t nScope = m_pBasic->m_cFunctionStack.GetScope();
+    if (cache.m_pStore == m_pVariables && cache.m_nGeneration == nGeneration && cache.m_nScope == nScope)
+        return cache.m_pValue;
+    CLumsVarValue* pValue = m_pBasic->GetVar(pszName, nullptr);
+    cache = CLumTermNode::VariableCache{m_pVariables, nGeneration, nScope, pValue};
+    return pValue;
 }
 
 int CLumExpression::GetIndices(CLumTermNode* pNode, long* pIndices)

@@ -69,6 +69,7 @@ protected:
     void EvalOperator(unsigned short wToken, CLumTermNode* pNode, CLumsVarValue& out);
     void Apply(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
     void Variable(CLumTermNode* pNode, CLumsVarValue& out);
+    CLumsVarValue* FindVariable(CLumTermNode* pNode, const char* pszName);
     CLumsVarValue* Function(const CLumTermNode* pNode);
     CLumsVarValue* CallBuiltin(unsigned short wToken);
 

@@ -128,3 +128,28 @@ TEST(Scoping, DumpShowsKeysAsStored)
     EXPECT_EQ(basic.DumpVariable("t$"), "t$ = \"\"");
     EXPECT_EQ(basic.DumpVariable("q"), "q = 0.000000");
 }
+
+// A derived interpreter that resolves names its own way is asked at every read,
+// also where a plain one would remember what it found.
+TEST(Scoping, AnOverriddenGetVarIsAskedAtEveryRead)
+{
+    class CountingBasic : public CLumBasic
+    {
+    public:
+        using CLumBasic::CLumBasic;
+        mutable int m_nReads = 0;
+
+    protected:
+        CLumsVarValue* GetVar(const char* pszName, long* const pIndices) const override
+        {
+            if (strcmp(pszName, "x") == 0)
+                ++m_nReads;
+            return CLumBasic::GetVar(pszName, pIndices);
+        }
+    };
+    std::vector<uint8_t> image;
+    ASSERT_EQ(CompileText("Sub Main\n  For i% = 1 To 5\n    y = x\n  Next\nEnd Sub\n", image), "");
+    CountingBasic basic;
+    EXPECT_TRUE(RunImage(basic, image).empty());
+    EXPECT_EQ(basic.m_nReads, 5);
+}

@@ -2,6 +2,7 @@
 
 #include "core/LumFrame.h"
 
+#include <atomic>
 #include <cstring>
 #include <stdexcept>
 
@@ -56,12 +57,26 @@ void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
     if (pp == nullptr)
     {
         m_map.Insert(pszName, pValue);
+        m_nGeneration = NextGeneration();
         return;
     }
     if (*pp == pValue)
         return;
-    delete *pp;
-    *pp = pValue;
+    if (*pp == nullptr || pValue == nullptr)
+    {
+        delete *pp;
+        *pp = pValue;
+        m_nGeneration = NextGeneration();
+        return;
+    }
+    (*pp)->Swap(*pValue);
+    delete pValue;
+}
+
+uint64_t CLumVariables::NextGeneration()
+{
+    static std::atomic<uint64_t> s_nGeneration{0};
+    return ++s_nGeneration;
 }
 
 void CLumVariables::SetDimension(const char*, CLumsVarValue*) {}

@@ -134,6 +134,9 @@ protected:
     int m_fInFunction = 0;
     int m_fInitialized = 0;
     std::list<CLumBasicFile*> m_cImportFiles;
+    // Whether this object's variable access is the one of this class: only then may
+    // evaluation remember where a name was found. -1 until asked.
+    int m_nPlainAccess = -1;
 
 private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);

@@ -3,6 +3,7 @@
 
 #include <lumbasic/LumsVarValue.h>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -100,7 +101,25 @@ class CLumParamStack : public CLumOwningStack<CLumsVarValue>
 class CLumFunctionStack : public CLumBasicStack<std::string>
 {
 public:
-    void Push(const char* psz) { CLumBasicStack<std::string>::Push(std::string(psz)); }
+    void Push(const char* psz)
+    {
+        CLumBasicStack<std::string>::Push(std::string(psz));
+        m_aSerials.push_back(++t_nSerial);
+    }
+    std::string Pop()
+    {
+        std::string str = CLumBasicStack<std::string>::Pop();
+        m_aSerials.pop_back();
+        return str;
+    }
     const std::string& TopString() const { return CLumBasicStack<std::string>::Top(); }
     const char* Top() const { return TopString().c_str(); }
+    // Names the scope that variable names resolve in: 0 where names are plain (no
+    // procedure or the one entered by straight-line flow), else a number that no
+    // other activation of a procedure on this thread has had.
+    uint64_t GetScope() const { return m_aSerials.size() > 1 ? m_aSerials.back() : 0; }
+
+private:
+    std::vector<uint64_t> m_aSerials;
+    static inline thread_local uint64_t t_nSerial = 0;
 };

@@ -26,7 +26,8 @@ public:
     // Merges: deep copies of the source's entries replace or join the target's.
     CLumVariables& operator=(const CLumVariables& src);
 
-    // Stores `pValue` under exactly this key and takes it over; a replaced value is deleted.
+    // Stores `pValue` under exactly this key and takes it over. A variable that is
+    // there already keeps its object, which takes the new content; `pValue` is freed.
     void SetValue(const char* pszName, CLumsVarValue* pValue);
     // Arrays have no storage of their own: this does nothing and takes no ownership.
     void SetDimension(const char* pszName, CLumsVarValue* pDimension);
@@ -43,6 +44,9 @@ public:
     virtual void SetValuesFromString(const char* pszText);
 
     size_t GetCount() const { return m_map.GetCount(); }
+    // Changes whenever a key is added, so that a pointer found for a name stays the
+    // answer for it while the generation is the same. No two stores share one.
+    uint64_t GetGeneration() const { return m_nGeneration; }
     // Entries in iteration order, for hosts that walk the store.
     const CLumStringMap<CLumsVarValue*>& GetMap() const { return m_map; }
 
@@ -59,7 +63,10 @@ public:
     static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices);
 
 private:
+    static uint64_t NextGeneration();
+
     CLumStringMap<CLumsVarValue*> m_map;
+    uint64_t m_nGeneration = NextGeneration();
 
     static CLumsVarValue m_cDoubleNull;
     static CLumsVarValue m_cLongNull;

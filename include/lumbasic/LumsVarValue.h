@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 class CLumsVarValue : public CLumObject
 {
@@ -68,6 +69,14 @@ public:
         m_nType = VT_STRING;
         m_str = str;
         return *this;
+    }
+    // Exchanges contents; the store uses it to keep a variable's object when it
+    // takes a new value, so that pointers to the variable stay valid.
+    void Swap(CLumsVarValue& other) noexcept
+    {
+        std::swap(m_nType, other.m_nType);
+        std::swap(m_dDouble, other.m_dDouble);
+        m_str.swap(other.m_str);
     }
     void SetString(const char* p, size_t n)
     {
