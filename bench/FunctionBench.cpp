@@ -1,8 +1,8 @@
 // Built-in functions: rounding, the template formatter, and cutting and searching
-// in a text of 1,000 bytes. Each image assigns the call 100 times in a Sub Main.
+// in a text of 1,000 bytes. Each image assigns the call in a loop of 1,000 passes.
 #include <lumbasic/LumBasic.h>
 
-#include "tools/imagewriter/LumImageWriter.h"
+#include "tests/LumProgramBuilder.h"
 
 #include <benchmark/benchmark.h>
 
@@ -10,26 +10,16 @@
 
 namespace
 {
-const int CALLS = 100;
+const int CALLS = 1000;
 
+// Sub Main assigns the call on every pass of a loop, as a program would.
 std::vector<uint8_t> RepeatedAssign(const char* pszName, const CLumTree& value)
 {
-    CLumImageWriter w;
-    w.Token(LBT_SUB);
-    w.CountedText("Main");
-    w.EmptyCountedText();
-    for (int i = 0; i < CALLS; ++i)
-    {
-        w.Token(LBT_ASSIGN);
-        w.Token(LBT_NAME);
-        w.CountedText(pszName);
-        w.Expression(value);
-        w.Separator();
-    }
-    w.Token(LBT_END);
-    w.Token(LBT_SUB);
-    w.Terminator();
-    return w.Finish();
+    return lumtest::MainImage([&](lumtest::CTestProgram& p) {
+        p.For("i%", lumtest::L(1), lumtest::L(CALLS));
+        p.Assign(pszName, value);
+        p.Next();
+    });
 }
 
 // Runs the image over a store that holds x = 1234.565 and a 1,000-byte s$ whose
