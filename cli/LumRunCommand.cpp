@@ -45,89 +45,111 @@ void LumPrintTrail(const std::vector<std::string>& aTrail)
         fprintf(stderr, "%s\n", str.c_str());
 }
 
-int LumRunCommand(const std::vector<std::string>& aArgs)
+namespace
 {
-    std::string strVars, strImage;
-    bool fDump = false;
-    bool fAnswer = false;
-    int nAnswer = 0;
-    for (size_t i = 0; i < aArgs.size(); ++i)
+struct RunOptions
+{
+    std::string m_strVars;
+    std::string m_strImage;
+    bool m_fDump = false;
+    bool m_fAnswer = false;
+    int m_nAnswer = 0;
+};
+
+// False, with the usage printed, for arguments that do not fit the command.
+bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
+{
+    bool fOk = true;
+    for (size_t i = 0; i < aArgs.size() && fOk; ++i)
     {
         const std::string& str = aArgs[i];
         if (str == "--vars" && i + 1 < aArgs.size())
-            strVars = aArgs[++i];
+            options.m_strVars = aArgs[++i];
         else if (str == "--dump")
-            fDump = true;
-        else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], nAnswer))
+            options.m_fDump = true;
+        else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
-            fAnswer = true;
+            options.m_fAnswer = true;
             ++i;
         }
-        else if (!str.empty() && str[0] == '-')
-        {
-            fprintf(stderr, "%s\n", USAGE);
-            return 2;
-        }
-        else if (strImage.empty())
-            strImage = str;
+        else if ((!str.empty() && str[0] == '-') || !options.m_strImage.empty())
+            fOk = false;
         else
-        {
-            fprintf(stderr, "%s\n", USAGE);
-            return 2;
-        }
+            options.m_strImage = str;
     }
-    if (strImage.empty())
+    if (!fOk || options.m_strImage.empty())
     {
         fprintf(stderr, "%s\n", USAGE);
-        return 2;
+        return false;
     }
+    return true;
+}
 
-    if (fAnswer)
-        InstallAnswer(nAnswer);
-
-    // A source is compiled in memory; its line markers still name the source's lines.
-    std::vector<uint8_t> aSource;
-    if (LumIsSourcePath(strImage) && !LumCompileSource(strImage, aSource))
-        return 1;
-
-    CLumVariables cVariables;
-    int nStatus = 0;
+// Runs the image, or the source compiled in memory, on a new interpreter over `vars`.
+// Gives the exit status: 0, or 1 with the trail printed.
+int RunImage(const RunOptions& options, const std::vector<uint8_t>& aSource, CLumVariables& vars)
+{
     try
     {
-        if (!strVars.empty())
+        if (!options.m_strVars.empty())
         {
             std::string strText;
-            if (!LumReadFile(strVars, strText))
+            if (!LumReadFile(options.m_strVars, strText))
             {
-                fprintf(stderr, "lumbasic: cannot read %s\n", strVars.c_str());
+                fprintf(stderr, "lumbasic: cannot read %s\n", options.m_strVars.c_str());
                 return 1;
             }
-            cVariables.SetValuesFromString(strText.c_str());
+            vars.SetValuesFromString(strText.c_str());
         }
-        CLumBasic cBasic(&cVariables, nullptr);
+        CLumBasic cBasic(&vars, nullptr);
         if (aSource.empty())
-            cBasic.Do(strImage.c_str());
+            cBasic.Do(options.m_strImage.c_str());
         else
             cBasic.DoMemory(aSource.data(), aSource.size());
     }
     catch (const CLumsException& e)
     {
         LumPrintTrail(e.GetTrail());
+        return 1;
+    }
+    return 0;
+}
+
+// Writes the store's text form to standard output; 1 if it cannot be made.
+int Dump(const CLumVariables& vars)
+{
+    std::string strText;
+    int nStatus = 0;
+    try
+    {
+        vars.MakeString(&strText);
+    }
+    catch (const CLumsException& e)
+    {
+        LumPrintTrail(e.GetTrail());
         nStatus = 1;
     }
-    if (fDump)
-    {
-        std::string strText;
-        try
-        {
-            cVariables.MakeString(&strText);
-        }
-        catch (const CLumsException& e)
-        {
-            LumPrintTrail(e.GetTrail());
-            nStatus = 1;
-        }
-        fwrite(strText.data(), 1, strText.size(), stdout);
-    }
+    fwrite(strText.data(), 1, strText.size(), stdout);
+    return nStatus;
+}
+} // namespace
+
+int LumRunCommand(const std::vector<std::string>& aArgs)
+{
+    RunOptions options;
+    if (!ParseRunOptions(aArgs, options))
+        return 2;
+    if (options.m_fAnswer)
+        InstallAnswer(options.m_nAnswer);
+
+    // A source is compiled in memory; its line markers still name the source's lines.
+    std::vector<uint8_t> aSource;
+    if (LumIsSourcePath(options.m_strImage) && !LumCompileSource(options.m_strImage, aSource))
+        return 1;
+
+    CLumVariables cVariables;
+    int nStatus = RunImage(options, aSource, cVariables);
+    if (options.m_fDump && Dump(cVariables) != 0)
+        nStatus = 1;
     return nStatus;
 }
