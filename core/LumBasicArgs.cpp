@@ -6,6 +6,7 @@
 #include "expr/LumExpression.h"
 
 #include <memory>
+#include <typeinfo>
 
 namespace
 {
@@ -102,6 +103,19 @@ CLumsVarValue* CLumBasic::GetVar(const char* pszName, long* const pIndices) cons
 }
 
 void CLumBasic::VariableChanged(const char*, const char*) {}
+
+CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
+{
+    if (m_nPlainAccess < 0)
+        m_nPlainAccess = typeid(*this) == typeid(CLumBasic);
+    if (!m_nPlainAccess)
+        return nullptr;
+    if (CLumsVarValue* pValue = CachedVarOrNull(cache))
+        return pValue;
+    CLumsVarValue* pValue = GetVar(pszName, nullptr);
+    cache = CLumNameCache{m_pVariables, m_pVariables->GetGeneration(), m_cFunctionStack.GetScope(), pValue};
+    return pValue;
+}
 
 void CLumBasic::DumpVariables(std::vector<std::string>& list) const
 {

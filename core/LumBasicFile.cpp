@@ -1,7 +1,7 @@
 #include <lumbasic/LumBasicFile.h>
 
 #include "core/LumFrame.h"
-#include "expr/LumTreeCache.h"
+#include "expr/LumReadCache.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -101,7 +101,7 @@ void CLumBasicFile::Register()
 
 CLumBasicFile::~CLumBasicFile()
 {
-    delete m_pTreeCache;
+    delete m_pReadCache;
     if (m_pImage)
     {
         auto it = std::find(t_aImages.begin(), t_aImages.end(), m_pImage.get());
@@ -114,11 +114,11 @@ CLumBasicFile::~CLumBasicFile()
         delete[] m_pBase;
 }
 
-CLumTreeCache& CLumBasicFile::GetTreeCache()
+CLumReadCache& CLumBasicFile::GetReadCache()
 {
-    if (m_pTreeCache == nullptr)
-        m_pTreeCache = new CLumTreeCache();
-    return *m_pTreeCache;
+    if (m_pReadCache == nullptr)
+        m_pReadCache = new CLumReadCache();
+    return *m_pReadCache;
 }
 
 void CLumBasicFile::FindRegion()

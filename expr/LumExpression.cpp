@@ -3,11 +3,10 @@
 #include "core/LumDepthGuard.h"
 #include "core/LumFrame.h"
 #include "core/LumFreeList.h"
-#include "expr/LumTreeCache.h"
+#include "expr/LumReadCache.h"
 
 #include <cstring>
 #include <memory>
-#include <typeinfo>
 
 LUM_IMPLEMENT_RUNTIME(CLumTermNode, CLumObject, nullptr)
 LUM_IMPLEMENT_RUNTIME(CLumExpression, CLumObject, nullptr)
@@ -131,7 +130,7 @@ CLumTermNode* CLumExpression::ReadTree(int nDepth)
 
 void CLumExpression::destroy(CLumTermNode* pNode)
 {
-    CLumTreeCache::Destroy(pNode);
+    CLumReadCache::Destroy(pNode);
 }
 
 CLumsVarValue* CLumExpression::Auswerten()
@@ -145,16 +144,16 @@ CLumsVarValue* CLumExpression::Auswerten()
         // A tree read before at this place is taken from the cursor's cache; the
         // position moves behind it as if it had been read again.
         unsigned char* pStart = m_pFile->GetPosition();
-        CLumTreeCache& cache = m_pFile->GetTreeCache();
-        if (const CLumTreeCache::Entry* pEntry = cache.Find(pStart))
+        CLumReadCache& cache = m_pFile->GetReadCache();
+        if (const CLumReadCache::Tree* pTree = cache.FindTree(pStart))
         {
-            m_pRoot = pEntry->m_pRoot;
-            m_pFile->SetPosition(pEntry->m_pEnd);
+            m_pRoot = pTree->m_pRoot;
+            m_pFile->SetPosition(pTree->m_pEnd);
         }
         else
         {
             m_pRoot = ReadTree();
-            cache.Add(pStart, m_pRoot, m_pFile->GetPosition());
+            cache.AddTree(pStart, m_pRoot, m_pFile->GetPosition());
         }
         ValuePtr pValue(new CLumsVarValue());
         Eval(m_pRoot, *pValue);
@@ -247,23 +246,13 @@ void CLumExpression::Variable(CLumTermNode* pNode, CLumsVarValue& out)
     out = *m_pBasic->GetVar(pszName, aIndices);
 }
 
-// A plain variable read: the scoped lookup runs once, then the node remembers what it
-// found until a key is added to the store or the scope changes. A class derived from
-// the interpreter may resolve names its own way, so it is asked every time.
+// A plain variable read looks its name up once and then reads the variable it found
+// until the store gains a key or the scope changes.
 CLumsVarValue* CLumExpression::FindVariable(CLumTermNode* pNode, const char* pszName)
 {
-    if (m_pBasic->m_nPlainAccess < 0)
-        m_pBasic->m_nPlainAccess = typeid(*m_pBasic) == typeid(CLumBasic);
-    if (!m_pBasic->m_nPlainAccess)
-        return m_pBasic->GetVar(pszName, nullptr);
-    CLumTermNode::VariableCache& cache = pNode->GetVariableCache();
-    uint64_t nGeneration = m_pVariables->GetGeneration();
-    uint64_t nScope = m_pBasic->m_cFunctionStack.GetScope();
-    if (cache.m_pStore == m_pVariables && cache.m_nGeneration == nGeneration && cache.m_nScope == nScope)
-        return cache.m_pValue;
-    CLumsVarValue* pValue = m_pBasic->GetVar(pszName, nullptr);
-    cache = CLumTermNode::VariableCache{m_pVariables, nGeneration, nScope, pValue};
-    return pValue;
+    if (CLumsVarValue* pValue = m_pBasic->CachedVar(pNode->GetNameCache(), pszName))
+        return pValue;
+    return m_pBasic->GetVar(pszName, nullptr);
 }
 
 int CLumExpression::GetIndices(CLumTermNode* pNode, long* pIndices)

@@ -39,17 +39,8 @@ public:
     // A variable's or array's name length: up to the zero or to the first index.
     unsigned GetNameLength() const { return m_nNameLength; }
 
-    // The variable that a read of this node found last, and for which store,
-    // generation of it and scope: while all three are the same, the read is that
-    // variable again.
-    struct VariableCache
-    {
-        const CLumVariables* m_pStore = nullptr;
-        uint64_t m_nGeneration = 0;
-        uint64_t m_nScope = 0;
-        CLumsVarValue* m_pValue = nullptr;
-    };
-    VariableCache& GetVariableCache() { return m_cVariableCache; }
+    // Where a read of this variable node found its name last.
+    CLumNameCache& GetNameCache() { return m_cNameCache; }
 
     static void* operator new(size_t n);
     static void operator delete(void* p, size_t n) noexcept;
@@ -64,5 +55,5 @@ private:
 
     CLumsVarValue m_cConstant;
     unsigned m_nNameLength = 0;
-    VariableCache m_cVariableCache;
+    CLumNameCache m_cNameCache;
 };

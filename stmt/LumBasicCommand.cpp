@@ -5,6 +5,7 @@
 #include "core/LumFrame.h"
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
+#include "expr/LumReadCache.h"
 
 #include <lumbasic/LumMessageBox.h>
 
@@ -23,6 +24,14 @@ char TypeChar(const char* pszName)
     const char* pszColon = strchr(pszName, ':');
     size_t n = pszColon ? static_cast<size_t>(pszColon - pszName) : strlen(pszName);
     return n > 0 ? pszName[n - 1] : '\0';
+}
+
+// The store's shared null values stand in for variables that do not exist; they must
+// never be changed or handed to the store.
+bool IsSharedNull(const CLumsVarValue* pValue)
+{
+    return pValue == nullptr || pValue == CLumVariables::GetNullValue("$") ||
+           pValue == CLumVariables::GetNullValue("%") || pValue == CLumVariables::GetNullValue("");
 }
 
 // A value takes the type its target's name asks for; strings and numbers never mix.
@@ -84,9 +93,33 @@ int CLumBasic::Assign()
         CLumExpression cValue(m_pQuelle, m_pVariables, this);
         ValuePtr pValue(cValue.Auswerten());
         ConvertForName(pszName, *pValue);
-        SetVar(pszName, pValue.release());
+        if (strName.empty())
+            StoreNamed(pszName, std::move(pValue));
+        else
+            SetVar(pszName, pValue.release());
         return 0;
     });
+}
+
+// Stores into a variable whose name stands in the image. Where the statement found
+// its variable before and store and scope are the same, the value goes straight into
+// it, as SetVar would put it there; change notices of debug mode need SetVar itself.
+void CLumBasic::StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue)
+{
+    if (m_fDebugMode)
+    {
+        SetVar(pszName, pValue.release());
+        return;
+    }
+    CLumNameCache& cache = m_pQuelle->GetReadCache().NameAt(pszName);
+    CLumsVarValue* pTarget = CachedVarOrNull(cache);
+    if (pTarget != nullptr && !IsSharedNull(pTarget))
+    {
+        pTarget->Swap(*pValue);
+        return;
+    }
+    SetVar(pszName, pValue.release());
+    CachedVar(cache, pszName);
 }
 
 int CLumBasic::Dim()
@@ -164,14 +197,6 @@ bool Condition(CLumBasicFile* pQuelle, CLumVariables* pVariables, CLumBasic* pBa
     CLumExpression cCondition(pQuelle, pVariables, pBasic);
     ValuePtr pValue(cCondition.Auswerten());
     return pValue->IsTrue();
-}
-
-// The store's shared null values stand in for variables that do not exist; they must
-// never be changed or handed to the store.
-bool IsSharedNull(const CLumsVarValue* pValue)
-{
-    return pValue == nullptr || pValue == CLumVariables::GetNullValue("$") ||
-           pValue == CLumVariables::GetNullValue("%") || pValue == CLumVariables::GetNullValue("");
 }
 
 // Takes the record over and pushes it.
@@ -260,14 +285,19 @@ int CLumBasic::Next()
         CmdData* pCmd = m_cCmdStack.Top();
         if (pCmd->m_nKind != 1)
             LumRaise(LUM_MSG_BAD_NESTING);
-        // The stored object itself, so that a change by the loop body counts.
-        CLumsVarValue* pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+        // The stored object itself, so that a change by the loop body counts. The
+        // record remembers where it found the counter while store and scope stay.
+        CLumsVarValue* pCounter = CachedVar(pCmd->m_cCounter, pCmd->m_pszVarName);
+        bool fRemembered = pCounter != nullptr;
+        if (!fRemembered)
+            pCounter = GetVar(pCmd->m_pszVarName, nullptr);
         if (IsSharedNull(pCounter))
         {
             // The counter is not visible here (the loop was opened in another
             // procedure): it starts anew from the null value in this scope.
             SetVar(pCmd->m_pszVarName, new CLumsVarValue(*CLumVariables::GetNullValue(pCmd->m_pszVarName)));
             pCounter = GetVar(pCmd->m_pszVarName, nullptr);
+            fRemembered = false;
         }
         *pCounter += *pCmd->m_pStepValue;
         bool fEnded = pCmd->m_pStepValue->GetDouble() < 0 ? *pCounter < *pCmd->m_pEndValue
@@ -278,7 +308,10 @@ int CLumBasic::Next()
             delete m_cCmdStack.Pop();
             return 0;
         }
-        SetVar(pCmd->m_pszVarName, pCounter);
+        // Storing the object it came from changes nothing but sends the change notice
+        // of debug mode, or reaches a derived class's own SetVar.
+        if (!fRemembered || m_fDebugMode)
+            SetVar(pCmd->m_pszVarName, pCounter);
         m_pQuelle->Seek(nSkip, 1);
         return 0;
     });

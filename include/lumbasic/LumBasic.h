@@ -14,6 +14,7 @@
 #include <lumbasic/LumsVarValue.h>
 
 #include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -135,8 +136,23 @@ protected:
     int m_fInitialized = 0;
     std::list<CLumBasicFile*> m_cImportFiles;
     // Whether this object's variable access is the one of this class: only then may
-    // evaluation remember where a name was found. -1 until asked.
+    // the run remember where a name was found. -1 until asked.
     int m_nPlainAccess = -1;
+
+    // The variable `pszName` resolves to now, as GetVar gives it, remembered in
+    // `cache`. Null when this object resolves names its own way (a derived class
+    // that overrides the variable access): the caller then goes through GetVar and
+    // SetVar each time.
+    CLumsVarValue* CachedVar(CLumNameCache& cache, const char* pszName);
+    void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
+    // The variable that `cache` still names, or null when it names none any more.
+    CLumsVarValue* CachedVarOrNull(const CLumNameCache& cache) const
+    {
+        return cache.m_pStore == m_pVariables && cache.m_nGeneration == m_pVariables->GetGeneration() &&
+                       cache.m_nScope == m_cFunctionStack.GetScope()
+                   ? cache.m_pValue
+                   : nullptr;
+    }
 
 private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);

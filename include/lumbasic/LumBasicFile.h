@@ -14,7 +14,7 @@
 #include <memory>
 #include <vector>
 
-class CLumTreeCache;
+class CLumReadCache;
 
 // The bytes of one loaded image, terminator included. When the image is freed the
 // range is emptied, so holders of it can tell that it is gone.
@@ -91,8 +91,8 @@ public:
     uint32_t GetLength() const { return m_nLength; }
     // The range of this object's own image, or null for an unchecked one.
     std::shared_ptr<const CLumImageRange> GetImage() const { return m_pImage; }
-    // Expression trees already read through this cursor, made on first use.
-    CLumTreeCache& GetTreeCache();
+    // What this cursor learnt from what it read (trees, names), made on first use.
+    CLumReadCache& GetReadCache();
     // Whether n bytes can be read at the position.
     bool CanRead(size_t n) const
     {
@@ -132,5 +132,5 @@ private:
     const unsigned char* m_pLo = nullptr;
     size_t m_nRegion = 0;
     std::shared_ptr<CLumImageRange> m_pImage;
-    CLumTreeCache* m_pTreeCache = nullptr;
+    CLumReadCache* m_pReadCache = nullptr;
 };

@@ -1,6 +1,7 @@
 // The four last-in-first-out stores of a run and their records.
 #pragma once
 
+#include <lumbasic/LumVariables.h>
 #include <lumbasic/LumsVarValue.h>
 
 #include <cstdint>
@@ -19,6 +20,8 @@ struct CmdData
     std::string m_strVarName;
     CLumsVarValue* m_pEndValue = nullptr;
     CLumsVarValue* m_pStepValue = nullptr;
+    // Where the counter was found, so that each pass need not look it up.
+    CLumNameCache m_cCounter;
     ~CmdData()
     {
         delete m_pEndValue;

@@ -7,8 +7,21 @@
 #include <lumbasic/LumStringMap.h>
 #include <lumbasic/LumsVarValue.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+
+class CLumVariables;
+
+// Where a name was found last: in which store, at which generation of it and in which
+// scope. While all three are the same the name still resolves to that variable.
+struct CLumNameCache
+{
+    const CLumVariables* m_pStore = nullptr;
+    uint64_t m_nGeneration = 0;
+    uint64_t m_nScope = 0;
+    CLumsVarValue* m_pValue = nullptr;
+};
 
 class CLumVariables : public CLumObject
 {
