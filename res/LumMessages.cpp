@@ -66,7 +66,6 @@ const LumMessage s_aMessages[] = {
     {57105, "Eine Zeichenkette und eine Zahl können mit dem Operator %s nicht verglichen werden."},
     {57106, "Die Schachtelungstiefe von %d verschachtelten Läufen ist überschritten (Rekursion ohne Ende?)."},
     {57107, "Der Ausdruck ist tiefer als %d Ebenen verschachtelt."},
-    {57108, "Die Anweisung mit dem Token %x ist in dieser Version noch nicht verfügbar."},
     {57109, "Mehr als %d Prozeduraufrufe sind gleichzeitig offen (Rekursion ohne Ende?)."},
     {57110,
      "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
