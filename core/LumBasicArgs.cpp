@@ -6,6 +6,7 @@
 #include "expr/LumExpression.h"
 
 #include <memory>
+#include <optional>
 #include <typeinfo>
 
 namespace
@@ -75,12 +76,13 @@ void CLumBasic::SetVar(const char* pszName, CLumsVarValue* pValue)
     VariableMessage message{LUM_MSG_SETVAR, pszName};
     LumFrameEx(FILE_LABEL, "CLumBasic::SetVar()", message, message, lumframe::NoContext(), [&] {
         const char* pszKey = pszName;
-        std::unique_ptr<CLumScopedKey> pScoped;
+        // On the stack: stores inside procedures happen at every assignment.
+        std::optional<CLumScopedKey> scoped;
         if (pszName[0] != '@' && GetDepth() > 1)
         {
-            pScoped.reset(new CLumScopedKey(m_cFunctionStack.TopString(), pszName));
-            if (m_pVariables->Contains(pScoped->view()))
-                pszKey = pScoped->c_str();
+            scoped.emplace(m_cFunctionStack.TopString(), pszName);
+            if (m_pVariables->Contains(scoped->view()))
+                pszKey = scoped->c_str();
         }
         m_pVariables->SetValue(pszKey, pOwned.release());
         if (m_fDebugMode)

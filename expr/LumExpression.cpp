@@ -188,7 +188,7 @@ void CLumExpression::Eval(CLumTermNode* pNode, CLumsVarValue& out)
         case LBN_FUNCTION:
         {
             ValuePtr pResult(Function(pNode));
-            out = *pResult;
+            out.Swap(*pResult); // the result is ours: no copy of its text
             break;
         }
         default:

@@ -158,8 +158,6 @@ private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
     // Pushes the return record of a call and moves the run to the procedure's head.
     void EnterProcedure(const CallInfo* pInfo);
-    // Composes "@procedure@name" for the procedure on top of the function stack.
-    size_t MakeScopedKey(char* pszBuffer, size_t nSize, const char* pszName) const;
     // Runs the image at `pszPath` as an import and gives its file, which the caller owns.
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
 };
