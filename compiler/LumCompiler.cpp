@@ -12,7 +12,7 @@ bool CLumCompiler::Compile(std::string_view source, const std::string& strSource
 {
     aImage.clear();
     CLumLexer lexer(source, m_diagnostics);
-    CLumParser parser(lexer.Run(), m_diagnostics);
+    CLumParser parser(lexer.Run(), m_diagnostics, m_options.m_pExtensions);
     CLumProgram program = parser.Run();
     CLumCodeGen codegen(program, m_options, m_diagnostics);
     std::vector<uint8_t> aResult = codegen.Run(strSourceName);

@@ -9,8 +9,9 @@ const char* const s_apszReserved[] = {
 };
 } // namespace
 
-CLumParser::CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagnostics)
-    : m_aTokens(std::move(aTokens)), m_diagnostics(diagnostics)
+CLumParser::CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagnostics,
+                       const CLumExtensionTable* pExtensions)
+    : m_aTokens(std::move(aTokens)), m_diagnostics(diagnostics), m_pExtensions(pExtensions)
 {
     if (m_aTokens.empty() || m_aTokens.back().m_eKind != ELumLex::EndOfFile)
         m_aTokens.push_back(SLumLexToken{});

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "LumAst.h"
+#include "LumExtensionTable.h"
 #include "LumLexer.h"
 
 #include <string_view>
@@ -10,7 +11,9 @@
 class CLumParser
 {
 public:
-    CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagnostics);
+    // A host statement of `pExtensions` may take a name that the language leaves out.
+    CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagnostics,
+               const CLumExtensionTable* pExtensions = nullptr);
     CLumProgram Run();
 
     // Words that cannot name a variable or a procedure.
@@ -87,6 +90,7 @@ private:
 
     std::vector<SLumLexToken> m_aTokens;
     CLumDiagnostics& m_diagnostics;
+    const CLumExtensionTable* m_pExtensions;
     size_t m_nPos = 0;
     int m_nDepth = 0;
     int m_nBlockDepth = 0;

@@ -83,8 +83,9 @@ void CLumParser::ParseStatementBody(Block& out)
              "expected 'End Sub', 'End Function' or 'End If'; a program ends at the End of Sub Main");
     else
     {
+        bool fHostStatement = m_pExtensions != nullptr && m_pExtensions->Find(token.m_strText) != nullptr;
         for (const auto& entry : s_apszUnsupported)
-            if (token.IsWord(entry[0]))
+            if (token.IsWord(entry[0]) && !fHostStatement)
                 Fail(token.m_pos, "'" + token.m_strText + "' is not part of the language: " + entry[1]);
         if (token.m_eKind != ELumLex::Word)
             FailExpected("a statement");

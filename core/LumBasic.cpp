@@ -1,5 +1,6 @@
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumBasicDebugger.h>
+#include <lumbasic/LumBasicExtModul.h>
 
 #include "core/LumDepthGuard.h"
 #include "core/LumFrame.h"
@@ -12,20 +13,20 @@ const char* const FILE_LABEL = "LUMBASIC";
 } // namespace
 
 CLumBasic::CLumBasic(CLumVariables* pVariables, CLumFunctions* pFunctions)
+    : m_pExtModuls(new std::vector<CLumBasicExtModul*>())
 {
     LumFrame(FILE_LABEL, "CLumBasic::CLumBasic()", [&] { CLumBasic::Init(pVariables, pFunctions); });
 }
 
 CLumBasic::~CLumBasic()
 {
-    try
-    {
-        CLumBasic::UnInit();
-    }
-    catch (...)
-    {
-        // A destructor must not throw; UnInit frees memory only.
-    }
+    LumNoThrow([&] { UnLoadAllExtModuls(); });
+    // A module that failed to detach is deleted all the same.
+    for (CLumBasicExtModul* pModul : *m_pExtModuls)
+        delete pModul;
+    m_pExtModuls.reset();
+    // UnInit frees memory only.
+    LumNoThrow([&] { CLumBasic::UnInit(); });
 }
 
 void CLumBasic::Init(CLumVariables* pVariables, CLumFunctions* pFunctions)

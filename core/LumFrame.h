@@ -106,3 +106,15 @@ template <class Body> decltype(auto) LumFrameCatchAll(const char* pszFile, const
                             lumframe::NoContext());
     }
 }
+
+// For destructors, which must not throw: whatever the body raises ends here.
+template <class Body> void LumNoThrow(Body&& body) noexcept
+{
+    try
+    {
+        body();
+    }
+    catch (...)
+    {
+    }
+}

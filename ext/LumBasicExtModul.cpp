@@ -1,29 +1,41 @@
-// The hooks through which extension modules see every run, statement and function.
-#include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicExtModul.h>
 
-// FIXME: the module chain is not built yet. With no module attached every hook
-// answers as an empty chain does: go on, not consumed, unknown function.
-int CLumBasic::PreRunLoopEM()
+#include "core/LumFrame.h"
+
+LUM_IMPLEMENT_DYNCREATE(CLumBasicExtModul, CLumObject)
+
+namespace
 {
-    return 1;
+const char* const FILE_LABEL = "LUMBASICEXTMODUL";
+} // namespace
+
+// The base class knows no setting: whatever reaches it is the caller's mistake, and
+// the detail line says which argument was wrong.
+void CLumBasicExtModul::SetParm(const char* pszName, const char* pszValue)
+{
+    CLumsException e;
+    e.AddString() = LoadMessage(LUM_MSG_UNEXPECTED);
+    e.Add(FILE_LABEL);
+    e.Add("CLumBasicExtModul::SetParm");
+    if (pszName == nullptr)
+        e.AddString() = LoadMessage(LUM_MSG_EXT_PARM_NULL_NAME);
+    else if (pszValue == nullptr)
+        e.AddString() = LoadMessage(LUM_MSG_EXT_PARM_NULL_VALUE);
+    else
+        e.AddString() = LumFormat(LoadMessage(LUM_MSG_EXT_PARM_REFUSED).c_str(), pszName, pszValue);
+    throw e;
 }
 
-int CLumBasic::PostRunLoopEM()
-{
-    return 1;
-}
-
-int CLumBasic::DispatchTokenEM(unsigned short)
-{
-    return 1;
-}
-
-CLumsVarValue* CLumBasic::ExtFunctionEM(unsigned short)
+const char* CLumBasicExtModul::GetParm(const char*)
 {
     return nullptr;
 }
 
-int CLumBasic::SetBasisModulEM()
+CLumBasic* CLumBasicExtModul::GetDefinedBasisModul() const
 {
-    return 1;
+    return LumFrame(FILE_LABEL, "CLumBasicExtModul::GetDefinedBasisModul", [&] {
+        if (m_pBasisModul == nullptr)
+            LumRaise(LUM_MSG_EXT_NO_BASIS, GetRuntimeClass()->m_lpszClassName);
+        return m_pBasisModul;
+    });
 }

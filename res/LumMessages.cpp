@@ -70,6 +70,14 @@ const LumMessage s_aMessages[] = {
     {57110,
      "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
+
+    {57120, "Der Methode %s darf im Argument %s nicht der Wert %s uebergeben werden!"},
+    {57121, "Das Erweiterungsmodul %s wurde nicht gefunden!"},
+    {57122, "In der Methode %s ist ein Fehler in der Behandlung der Liste der Extentionmodule aufgetreten!"},
+    {57123, "Dem Extentionmodul \"%s\" wurde kein Basismodul mitgeteilt!"},
+    {57124, "Der Parameter <%s> konnte nicht mit dem Wert <%s> versorgt werden!"},
+    {57125, "Als Parametername darf kein NULL-Zeiger uebergeben werden!"},
+    {57126, "Als Parameterwert darf kein NULL-Zeiger uebergeben werden!"},
 };
 } // namespace
 

@@ -19,6 +19,7 @@
 #include <vector>
 
 class CLumBasicDebugger;
+class CLumBasicExtModul;
 class CLumExpression;
 
 class CLumBasic : public CLumObject
@@ -26,6 +27,7 @@ class CLumBasic : public CLumObject
     LUM_DECLARE_RUNTIME(CLumBasic)
     friend class CLumExpression;
     friend class CLumBasicDebugger;
+    friend class CLumBasicExtModul;
 
 public:
     // What a caller of GetArg asks for.
@@ -71,6 +73,16 @@ public:
     // The image stays the caller's.
     virtual void DoMemory(const unsigned char* pData, size_t nLength);
 
+    // The extension module chain. LoadExtModul attaches a module at the chain's end
+    // and takes ownership; it stays attached across runs until UnLoadAllExtModuls,
+    // which the destructor calls. Each gives 1.
+    int LoadExtModul(CLumBasicExtModul* pExtModul);
+    // Module libraries are the host's to load: this reads nothing and changes nothing.
+    int LoadExtModulesFromIni(const char* pszFileName);
+    int UnLoadAllExtModuls();
+    // The first attached module of the class, by exact name; fails when there is none.
+    CLumBasicExtModul* GetExtModul(const char* pszClassName) const;
+
 protected:
     virtual void RunLoop();
     virtual int DispatchToken(unsigned short wToken);
@@ -112,7 +124,7 @@ protected:
     virtual int PostRunLoopEM();
     virtual int DispatchTokenEM(unsigned short wToken);
     virtual CLumsVarValue* ExtFunctionEM(unsigned short wToken);
-    virtual int SetBasisModulEM();
+    virtual void SetBasisModulEM(CLumBasic* pBasis);
 
     // The procedure depth that drives scoping: the number of running procedures.
     int GetDepth() const { return m_cFunctionStack.GetCount(); }
@@ -135,6 +147,9 @@ protected:
     int m_fInFunction = 0;
     int m_fInitialized = 0;
     std::list<CLumBasicFile*> m_cImportFiles;
+    // The attached modules in load order, owned. Walked by index, so that a module
+    // may attach another one while the chain is being walked.
+    std::unique_ptr<std::vector<CLumBasicExtModul*>> m_pExtModuls;
     // Whether this object's variable access is the one of this class: only then may
     // the run remember where a name was found. -1 until asked.
     int m_nPlainAccess = -1;

@@ -53,6 +53,18 @@ public:                                                                         
 
 #define LUM_RUNTIME_CLASS(cls) (&cls::class##cls)
 
+// A class creatable by name: its record's factory makes a new object with `new`.
+#define LUM_DECLARE_DYNCREATE(cls)                                                                           \
+    LUM_DECLARE_RUNTIME(cls)                                                                                 \
+    static CLumObject* CreateObject();
+
+#define LUM_IMPLEMENT_DYNCREATE(cls, base)                                                                   \
+    CLumObject* cls::CreateObject()                                                                          \
+    {                                                                                                        \
+        return new cls;                                                                                      \
+    }                                                                                                        \
+    LUM_IMPLEMENT_RUNTIME(cls, base, &cls::CreateObject)
+
 // Down-cast that gives null when the object is not of the class.
 template <class T> T* LumDownCast(CLumObject* p)
 {
