@@ -15,8 +15,12 @@ int Usage()
     return 2;
 }
 
-bool LoadExtensions(const std::string& strPath, CLumExtensionTable& table)
+// Reads the table at `strPath`, if one is named, into `table` and lets `options` use it.
+bool LoadExtensions(const std::string& strPath, CLumExtensionTable& table, SLumCompileOptions& options)
 {
+    if (strPath.empty())
+        return true;
+    options.m_pExtensions = &table;
     std::string strText;
     if (!LumReadFile(strPath, strText))
     {
@@ -51,9 +55,12 @@ bool LumIsSourcePath(const std::string& strPath)
     return strPath.size() > 4 && strPath.compare(strPath.size() - 4, 4, ".lbd") == 0;
 }
 
-bool LumCompileSource(const std::string& strPath, std::vector<uint8_t>& aImage)
+bool LumCompileSource(const std::string& strPath, const std::string& strExtensions,
+                      std::vector<uint8_t>& aImage)
 {
-    return Compile(strPath, SLumCompileOptions{}, aImage);
+    SLumCompileOptions options;
+    CLumExtensionTable extensions;
+    return LoadExtensions(strExtensions, extensions, options) && Compile(strPath, options, aImage);
 }
 
 int LumCompileCommand(const std::vector<std::string>& aArgs)
@@ -77,12 +84,8 @@ int LumCompileCommand(const std::vector<std::string>& aArgs)
     if (strSource.empty())
         return Usage();
     CLumExtensionTable extensions;
-    if (!strExtensions.empty())
-    {
-        if (!LoadExtensions(strExtensions, extensions))
-            return 1;
-        options.m_pExtensions = &extensions;
-    }
+    if (!LoadExtensions(strExtensions, extensions, options))
+        return 1;
     std::vector<uint8_t> aImage;
     if (!Compile(strSource, options, aImage))
         return 1;

@@ -12,5 +12,7 @@ int LumDisCommand(const std::vector<std::string>& aArgs);
 
 // A path that names a source (".lbd") rather than an image.
 bool LumIsSourcePath(const std::string& strPath);
-// Compiles a source for `run`; false after the errors went to standard error.
-bool LumCompileSource(const std::string& strPath, std::vector<uint8_t>& aImage);
+// Compiles a source for `run`, with the host statements of the extension table
+// `strExtensions` if it is not empty; false after the errors went to standard error.
+bool LumCompileSource(const std::string& strPath, const std::string& strExtensions,
+                      std::vector<uint8_t>& aImage);

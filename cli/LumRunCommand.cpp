@@ -2,6 +2,7 @@
 
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
+#include "LumModuleLoader.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
@@ -13,7 +14,9 @@
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd";
+const char* const USAGE =
+    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
+    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd";
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -26,6 +29,16 @@ bool ParseAnswer(const std::string& str, int& nAnswer)
     if (*pszEnd != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX)
         return false;
     nAnswer = static_cast<int>(n);
+    return true;
+}
+
+// NAME=VALUE for the modules of the last --module option.
+bool ParseSetting(const std::string& str, std::vector<SLumModuleOption>& aModules)
+{
+    size_t nEquals = str.find('=');
+    if (aModules.empty() || nEquals == std::string::npos || nEquals == 0)
+        return false;
+    aModules.back().m_aSettings.emplace_back(str.substr(0, nEquals), str.substr(nEquals + 1));
     return true;
 }
 
@@ -51,6 +64,8 @@ struct RunOptions
 {
     std::string m_strVars;
     std::string m_strImage;
+    std::string m_strExtensions;
+    std::vector<SLumModuleOption> m_aModules;
     bool m_fDump = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
@@ -67,6 +82,15 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
             options.m_strVars = aArgs[++i];
         else if (str == "--dump")
             options.m_fDump = true;
+        else if (str == "--extensions" && i + 1 < aArgs.size())
+            options.m_strExtensions = aArgs[++i];
+        else if (str == "--module" && i + 1 < aArgs.size())
+        {
+            options.m_aModules.emplace_back();
+            fOk = LumParseModuleOption(aArgs[++i], options.m_aModules.back());
+        }
+        else if (str == "--set" && i + 1 < aArgs.size())
+            fOk = ParseSetting(aArgs[++i], options.m_aModules);
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -87,7 +111,8 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
 
 // Runs the image, or the source compiled in memory, on a new interpreter over `vars`.
 // Gives the exit status: 0, or 1 with the trail printed.
-int RunImage(const RunOptions& options, const std::vector<uint8_t>& aSource, CLumVariables& vars)
+int RunImage(const RunOptions& options, const std::vector<uint8_t>& aSource, CLumModuleLoader& modules,
+             CLumVariables& vars)
 {
     try
     {
@@ -102,6 +127,7 @@ int RunImage(const RunOptions& options, const std::vector<uint8_t>& aSource, CLu
             vars.SetValuesFromString(strText.c_str());
         }
         CLumBasic cBasic(&vars, nullptr);
+        modules.AttachTo(cBasic);
         if (aSource.empty())
             cBasic.Do(options.m_strImage.c_str());
         else
@@ -144,11 +170,25 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
 
     // A source is compiled in memory; its line markers still name the source's lines.
     std::vector<uint8_t> aSource;
-    if (LumIsSourcePath(options.m_strImage) && !LumCompileSource(options.m_strImage, aSource))
+    if (LumIsSourcePath(options.m_strImage) &&
+        !LumCompileSource(options.m_strImage, options.m_strExtensions, aSource))
         return 1;
 
+    // Modules are made before the run; one that cannot be made leaves nothing run.
+    CLumModuleLoader modules;
+    try
+    {
+        if (!modules.Load(options.m_aModules))
+            return 1;
+    }
+    catch (const CLumsException& e)
+    {
+        LumPrintTrail(e.GetTrail());
+        return 1;
+    }
+
     CLumVariables cVariables;
-    int nStatus = RunImage(options, aSource, cVariables);
+    int nStatus = RunImage(options, aSource, modules, cVariables);
     if (options.m_fDump && Dump(cVariables) != 0)
         nStatus = 1;
     return nStatus;

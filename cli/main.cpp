@@ -23,7 +23,8 @@ const Command s_aCommands[] = {
 
 int Usage()
 {
-    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd\n"
+    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
+                    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd\n"
                     "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
                     "       lumbasic dis [--extensions FILE] IMAGE\n");
     return 2;
