@@ -70,6 +70,17 @@ const LumMessage s_aMessages[] = {
     {57110,
      "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
+
+    {57200, "Die Datei \"%s\" endet vorzeitig."},
+    {57201, "Die Profile-Datei kann nicht gesichert werden.\nDer Pfad ist evtl. nicht vorhanden."},
+    {57202, "Die Datei \"%s\" kann nicht geschrieben werden: %s"},
+    {57203, "Keine Quelldatei angegeben!"},
+    {57204, "Debugging \"%s\""},
+    {57205, "Debugging main module \"%s\""},
+    {57206, "Debugging sub module \"%s\""},
+    {57207, "Quelldatei auswählen"},
+    {57208, "LUMOR Basic Quellcode (*.lbd)|*.lbd||"},
+    {57209, "LUMOR Basic Debugger"},
 };
 } // namespace
 
