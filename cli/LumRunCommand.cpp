@@ -2,6 +2,7 @@
 
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
+#include "LumProfileCommand.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
@@ -13,7 +14,8 @@
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd";
+const char* const USAGE =
+    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] IMAGE|SOURCE.lbd";
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -52,6 +54,7 @@ struct RunOptions
     std::string m_strVars;
     std::string m_strImage;
     bool m_fDump = false;
+    bool m_fProfile = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
 };
@@ -67,6 +70,8 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
             options.m_strVars = aArgs[++i];
         else if (str == "--dump")
             options.m_fDump = true;
+        else if (str == "--profile")
+            options.m_fProfile = true;
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -141,6 +146,8 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
         return 2;
     if (options.m_fAnswer)
         InstallAnswer(options.m_nAnswer);
+    if (options.m_fProfile)
+        LumStartProfiling();
 
     // A source is compiled in memory; its line markers still name the source's lines.
     std::vector<uint8_t> aSource;

@@ -1,5 +1,6 @@
 // lumbasic: the command-line host of the interpreter.
 #include "LumCompilerCommands.h"
+#include "LumProfileCommand.h"
 #include "LumRunCommand.h"
 
 #include <cstdio>
@@ -19,13 +20,15 @@ const Command s_aCommands[] = {
     {"run", LumRunCommand},
     {"compile", LumCompileCommand},
     {"dis", LumDisCommand},
+    {"profile", LumProfileCommand},
 };
 
 int Usage()
 {
-    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] IMAGE|SOURCE.lbd\n"
+    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] IMAGE|SOURCE.lbd\n"
                     "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
-                    "       lumbasic dis [--extensions FILE] IMAGE\n");
+                    "       lumbasic dis [--extensions FILE] IMAGE\n"
+                    "       lumbasic profile [--lcov FILE] SOURCE...\n");
     return 2;
 }
 } // namespace
