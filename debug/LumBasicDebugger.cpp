@@ -60,7 +60,7 @@ void CLumBasicDebugger::Start(CLumBasic* pBasic, const char* pszSource, const ch
 void CLumBasicDebugger::SetSource(const char* pszSource, const char* pszText)
 {
     std::string strSource = pszSource != nullptr && *pszSource != '\0' ? pszSource : m_strMainSource;
-    m_lstSourceStack.insert(m_lstSourceStack.begin(), strSource);
+    m_lstSourceStack.push_front(strSource);
     DisplaySource(strSource, pszText);
 }
 
@@ -68,9 +68,12 @@ void CLumBasicDebugger::RecallSource()
 {
     if (m_lstSourceStack.size() <= 1)
         return;
-    if (m_pProfiler != nullptr && CLumBasicDebugWindow::m_fProfileExport)
+    // Only a source that leaves the display is listed: a recursion between images
+    // comes back to the same source level by level.
+    if (m_pProfiler != nullptr && CLumBasicDebugWindow::m_fProfileExport &&
+        m_lstSourceStack[1] != m_strCurrentSource)
         ExportProfile();
-    m_lstSourceStack.erase(m_lstSourceStack.begin());
+    m_lstSourceStack.pop_front();
     DisplaySource(m_lstSourceStack.front(), nullptr);
 }
 
@@ -288,6 +291,7 @@ void CLumBasicDebugger::End()
     {
         if (m_pProfiler != nullptr && CLumBasicDebugWindow::m_fProfileExport)
             ExportProfile();
+        WriteDueListings();
         if (CLumBasicDebugWindow::m_fProfileSave)
             SaveAllProfiles();
         if (m_pDlg)

@@ -53,22 +53,41 @@ void CLumBasicDebugger::ExportProfile()
     if (m_pDlg)
         m_pDlg->ExportProfile();
     else
-        WriteProfileListing();
+        m_mapDueListings[m_strCurrentSource] = DueListing{m_pProfiler, m_fHasSource};
+}
+
+void CLumBasicDebugger::WriteDueListings()
+{
+    for (const auto& entry : m_mapDueListings)
+    {
+        auto itText = m_mapSources.find(entry.first);
+        WriteListing(entry.first, itText != m_mapSources.end() ? itText->second.c_str() : nullptr,
+                     entry.second.m_pProfiler, entry.second.m_fHasSource);
+    }
+    m_mapDueListings.clear();
+}
+
+void CLumBasicDebugger::WriteProfileListing() const
+{
+    WriteListing(m_strCurrentSource, m_pszSource.get(), m_pProfiler, m_fHasSource);
 }
 
 // A line reached shows its count in five digits, any other six blanks, so that the
 // source text stands in one column while counts have at most five digits.
-void CLumBasicDebugger::WriteProfileListing() const
+void CLumBasicDebugger::WriteListing(const std::string& strSource, const char* pszText,
+                                     const CLumBasicProfiler* pProfiler, int fHasSource) const
 {
     LumFrame(FILE_LABEL, "CLumBasicDebugger::WriteProfileListing", [&] {
-        std::string strPath = MakeProfileExportName();
+        std::string strPath = LumProfileFileName(strSource, "_Profile.txt");
         std::ofstream out(strPath, std::ios::trunc);
         if (!out)
             LumRaise(LUM_MSG_FILE_UNWRITABLE, strPath.c_str(), strerror(errno));
+        bool fCounted = m_fProfile && fHasSource && pProfiler != nullptr;
         long nLine = 0;
-        for (const std::string& strLine : LumSplitSourceLines(m_pszSource.get()))
+        for (const std::string& strLine : LumSplitSourceLines(pszText))
         {
-            int nHits = GetHits(++nLine);
+            ++nLine;
+            int nHits = fCounted ? pProfiler->GetHits(nLine) : 0;
             if (nHits != 0)
                 out << LumFormat("%05d ", nHits);
             else

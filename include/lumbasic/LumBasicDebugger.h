@@ -11,6 +11,7 @@
 
 #include <lumbasic/LumObject.h>
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <set>
@@ -67,7 +68,7 @@ public:
     const std::string& GetMainSource() const { return m_strMainSource; }
     const std::string& GetCurrentSource() const { return m_strCurrentSource; }
     // The names of the nested sources, innermost first.
-    const std::vector<std::string>& GetSourceStack() const { return m_lstSourceStack; }
+    const std::deque<std::string>& GetSourceStack() const { return m_lstSourceStack; }
     // The text on display, null while no source has been displayed.
     const char* GetSourceText() const { return m_pszSource.get(); }
 
@@ -89,6 +90,9 @@ private:
     bool IsOwnAbsolutePath(const std::string& strPath) const;
     std::string MakeProfileName() const;
     void ExportProfile();
+    void WriteDueListings();
+    void WriteListing(const std::string& strSource, const char* pszText, const CLumBasicProfiler* pProfiler,
+                      int fHasSource) const;
     void SaveAllProfiles();
     void SetTitle(const char* pszFormat, const std::string& strName);
 
@@ -105,5 +109,14 @@ private:
     int m_fHasSource = 1;
     std::map<std::string, std::string> m_mapSources;
     std::map<std::string, std::unique_ptr<CLumBasicProfiler>> m_mapProfiles;
-    std::vector<std::string> m_lstSourceStack;
+    // A deque: calls between images recurse as deep as a program's calls may.
+    std::deque<std::string> m_lstSourceStack;
+    // Without a window a listing is written once, at the end: one written each time
+    // its source leaves the display would be overwritten by the next anyway.
+    struct DueListing
+    {
+        CLumBasicProfiler* m_pProfiler;
+        int m_fHasSource;
+    };
+    std::map<std::string, DueListing> m_mapDueListings;
 };
