@@ -38,10 +38,8 @@ void CLumBasicProfiler::CountRun()
 
 int32_t CLumBasicProfiler::Find(int32_t nLine) const
 {
-    for (int32_t i = m_aHeads[Bucket(nLine)]; i >= 0; i = m_aEntries[i].m_nNext)
-        if (m_aEntries[i].m_nLine == nLine)
-            return i;
-    return -1;
+    auto it = m_mapIndex.find(nLine);
+    return it == m_mapIndex.end() ? -1 : it->second;
 }
 
 void CLumBasicProfiler::SetAt(int32_t nLine, int32_t nHits)
@@ -55,6 +53,7 @@ void CLumBasicProfiler::SetAt(int32_t nLine, int32_t nHits)
     int nBucket = Bucket(nLine);
     m_aEntries.push_back(Entry{nLine, nHits, m_aHeads[nBucket]});
     m_aHeads[nBucket] = static_cast<int32_t>(m_aEntries.size() - 1);
+    m_mapIndex.emplace(nLine, m_aHeads[nBucket]);
 }
 
 // The slow way of CountHit: the line has no slot yet.

@@ -5,14 +5,17 @@
 // The counts live in a hash table of 17 buckets, a line in bucket (line >> 4) % 17,
 // each new line at the head of its chain: a saved file lists the entries in the
 // table's walking order, buckets ascending and each chain from its head, which is the
-// order files of earlier versions hold. A line reached before also has a slot in a
-// table indexed by the line itself, so that a hit costs one lookup and one store.
+// order files of earlier versions hold. The chains give that order only: a line is
+// found through an index, so that a file of many lines in one bucket loads in linear
+// time, and a line reached before has a slot in a table indexed by the line itself,
+// so that a hit costs one lookup and one store.
 #pragma once
 
 #include <lumbasic/LumObject.h>
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class CLumArchive;
@@ -77,6 +80,8 @@ private:
     int32_t m_nRuns = 0;
     int32_t m_aHeads[BUCKETS];
     std::vector<Entry> m_aEntries;
+    // By line: the index of its entry.
+    std::unordered_map<int32_t, int32_t> m_mapIndex;
     // By line: the index of its entry plus 1, 0 for none yet. Only lines that CountHit
     // met get a slot, and only below MAX_SLOT.
     std::vector<uint32_t> m_aSlots;
