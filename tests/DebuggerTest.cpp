@@ -52,6 +52,9 @@ const StopCase s_aStopCases[] = {
      {"break 6", "run"},
      {"stop main.lbd:2", "stop main.lbd:6", "stop main.lbd:7"}},
     {"ASubModulePassesTheLineOfABreakpoint", {"break 2", "run"}, {"stop main.lbd:2"}},
+    {"NoBreakpointIsSetInASubModule",
+     {"step", "step", "step", "break 6", "run"},
+     {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop lib.lbd:1"}},
     {"OffLetsTheProgramRunFree", {"off"}, {"stop main.lbd:2"}},
 };
 
