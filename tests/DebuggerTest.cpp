@@ -2,6 +2,8 @@
 // shows through imports and calls, sources it cannot find, and the window's changes.
 #include "tests/LumDebuggerTestSupport.h"
 
+#include <filesystem>
+
 using namespace lumtest;
 
 namespace
@@ -157,7 +159,7 @@ namespace
 struct SourceCase
 {
     const char* m_pszName;
-    bool m_fRecord; // the image names its source, in a form that is not its own
+    bool m_fRecord; // the image names its source by a relative path to it
     bool m_fProfile;
     bool m_fChoose; // the chooser answers with the source, else cancels
     int m_nAsked;
@@ -168,8 +170,8 @@ struct SourceCase
 const SourceCase s_aSourceCases[] = {
     {"NoRecordShowsNothing", false, false, false, 0, "open (null)", "hits 0"},
     {"NoRecordCountsNothing", false, true, false, 1, "open (null)", "hits 0"},
-    {"AFormNotItsOwnCancelled", true, true, false, 2, "open Keine Quelldatei angegeben!", "hits 0"},
-    {"AFormNotItsOwnChosen", true, true, true, 2, "open Declare Sub Twice(n%)", "hits 1"},
+    {"ARelativeNameCancelled", true, true, false, 2, "open Keine Quelldatei angegeben!", "hits 0"},
+    {"ARelativeNameChosen", true, true, true, 2, "open Declare Sub Twice(n%)", "hits 1"},
 };
 
 class Sources : public Debugger, public testing::WithParamInterface<SourceCase>
@@ -189,7 +191,7 @@ TEST_P(Sources, ASourceNotFoundByItsNameIsAskedFor)
     });
     std::vector<uint8_t> aImage;
     if (c.m_fRecord)
-        aImage = Compile("main.lbd", m_dir.Dir() + "/./main.lbd");
+        aImage = Compile("main.lbd", std::filesystem::relative(m_dir.Path("main.lbd")).string());
     else
     {
         CLumImageWriter w;
