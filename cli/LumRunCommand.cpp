@@ -3,6 +3,7 @@
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
 #include "LumModuleLoader.h"
+#include "LumProfileCommand.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
@@ -15,7 +16,7 @@
 namespace
 {
 const char* const USAGE =
-    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
+    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--module LIB[:CLASS,...]\n"
     "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd";
 
 // A whole decimal number that fits an int.
@@ -67,6 +68,7 @@ struct RunOptions
     std::string m_strExtensions;
     std::vector<SLumModuleOption> m_aModules;
     bool m_fDump = false;
+    bool m_fProfile = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
 };
@@ -91,6 +93,8 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
         }
         else if (str == "--set" && i + 1 < aArgs.size())
             fOk = ParseSetting(aArgs[++i], options.m_aModules);
+        else if (str == "--profile")
+            options.m_fProfile = true;
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -167,6 +171,8 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
         return 2;
     if (options.m_fAnswer)
         InstallAnswer(options.m_nAnswer);
+    if (options.m_fProfile)
+        LumStartProfiling();
 
     // A source is compiled in memory; its line markers still name the source's lines.
     std::vector<uint8_t> aSource;

@@ -1,5 +1,6 @@
 // lumbasic: the command-line host of the interpreter.
 #include "LumCompilerCommands.h"
+#include "LumProfileCommand.h"
 #include "LumRunCommand.h"
 
 #include <cstdio>
@@ -19,14 +20,17 @@ const Command s_aCommands[] = {
     {"run", LumRunCommand},
     {"compile", LumCompileCommand},
     {"dis", LumDisCommand},
+    {"profile", LumProfileCommand},
 };
 
 int Usage()
 {
-    fprintf(stderr, "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
-                    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd\n"
-                    "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
-                    "       lumbasic dis [--extensions FILE] IMAGE\n");
+    fprintf(stderr,
+            "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--module LIB[:CLASS,...]\n"
+            "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd\n"
+            "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
+            "       lumbasic dis [--extensions FILE] IMAGE\n"
+            "       lumbasic profile [--lcov FILE] SOURCE...\n");
     return 2;
 }
 } // namespace

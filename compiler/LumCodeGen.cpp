@@ -196,8 +196,20 @@ void CLumCodeGen::CollectArrays(const std::vector<LumStmtPtr>& block)
 
 void CLumCodeGen::Marker(SLumPos pos)
 {
-    if (m_options.m_fLineMarkers)
-        m_writer.DebugInfo(pos.m_nLine);
+    if (!m_options.m_fLineMarkers)
+        return;
+    if (!m_aMarkers.empty() && m_aMarkers.back().second == m_writer.GetOffset())
+        m_aMarkers.pop_back();
+    m_writer.DebugInfo(pos.m_nLine);
+    m_aMarkers.emplace_back(pos.m_nLine, m_writer.GetOffset());
+}
+
+std::set<int32_t> CLumCodeGen::GetSteppedLines() const
+{
+    std::set<int32_t> setLines;
+    for (const auto& marker : m_aMarkers)
+        setLines.insert(marker.first);
+    return setLines;
 }
 
 // Outside every procedure a statement runs at depth 0, where only Declare, Import and

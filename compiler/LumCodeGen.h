@@ -28,6 +28,9 @@ public:
     CLumCodeGen(const CLumProgram& program, const SLumCompileOptions& options, CLumDiagnostics& diagnostics);
     // The image, whose source-name record holds `strSourceName`; empty after an error.
     std::vector<uint8_t> Run(const std::string& strSourceName);
+    // The lines whose markers reach the debugger when they run: of a row of markers
+    // only the last one does.
+    std::set<int32_t> GetSteppedLines() const;
 
 private:
     struct ProcInfo
@@ -109,4 +112,6 @@ private:
     const CLumProc* m_pMain = nullptr;
     // The procedure whose body is being written; null outside every procedure.
     const CLumProc* m_pCurrent = nullptr;
+    // Each marker's line and the offset behind it, a marker followed by another dropped.
+    std::vector<std::pair<int32_t, size_t>> m_aMarkers;
 };

@@ -16,6 +16,7 @@ bool CLumCompiler::Compile(std::string_view source, const std::string& strSource
     CLumProgram program = parser.Run();
     CLumCodeGen codegen(program, m_options, m_diagnostics);
     std::vector<uint8_t> aResult = codegen.Run(strSourceName);
+    m_setSteppedLines = codegen.GetSteppedLines();
     if (m_diagnostics.HasErrors())
         return false;
     aImage = std::move(aResult);
@@ -30,9 +31,13 @@ bool CLumCompiler::CompileFile(const std::string& strPath, std::vector<uint8_t>&
         m_diagnostics.Error(SLumPos{0, 0}, "cannot read the source file");
         return false;
     }
+    // The canonical path: the debugger takes a source name as the file's own only
+    // when it equals that form.
     std::error_code error;
     std::filesystem::path absolute = std::filesystem::absolute(strPath, error);
-    std::string strSourceName = error ? strPath : absolute.lexically_normal().string();
+    if (!error)
+        absolute = std::filesystem::weakly_canonical(absolute, error);
+    std::string strSourceName = error ? strPath : absolute.string();
     return Compile(strSource, strSourceName, aImage);
 }
 

@@ -6,6 +6,7 @@
 #include "LumDiagnostics.h"
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +19,16 @@ public:
     // Compiles `source`; the image's source-name record holds `strSourceName`, the
     // path under which the debugger finds the source. False if errors were found.
     bool Compile(std::string_view source, const std::string& strSourceName, std::vector<uint8_t>& aImage);
-    // Reads and compiles a file, recording its absolute path.
+    // Reads and compiles a file, recording its canonical absolute path.
     bool CompileFile(const std::string& strPath, std::vector<uint8_t>& aImage);
     const CLumDiagnostics& GetDiagnostics() const { return m_diagnostics; }
+    // The lines of the last image whose markers reach the debugger, for coverage.
+    const std::set<int32_t>& GetSteppedLines() const { return m_setSteppedLines; }
 
 private:
     SLumCompileOptions m_options;
     CLumDiagnostics m_diagnostics;
+    std::set<int32_t> m_setSteppedLines;
 };
 
 // The whole content of a file; false if it cannot be read.

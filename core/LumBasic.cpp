@@ -178,12 +178,18 @@ CLumsVarValue* CLumBasic::ExtFunction(unsigned short wToken)
     });
 }
 
+// Every main image that opens with a line marker gets a debugger; with debug mode
+// off it stays silent.
 void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
 {
-    // FIXME: the debugger engine is not built yet; until it is, an image that opens
-    // with a line marker runs without one, exactly as with debug mode off.
-    if (m_pDebugger != nullptr)
-        m_pDebugger->Start(this, pszSource, pszText);
+    if (m_pDebugger == nullptr)
+    {
+        m_pDebugger = new CLumBasicDebugger();
+        if (m_fDebugMode)
+            CLumBasicDebugger::m_fDebug = 1;
+        m_fOwnDebugger = 1;
+    }
+    m_pDebugger->Start(this, pszSource, pszText);
 }
 
 void CLumBasic::EndDebug()

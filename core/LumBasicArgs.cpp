@@ -85,7 +85,7 @@ void CLumBasic::SetVar(const char* pszName, CLumsVarValue* pValue)
                 pszKey = scoped->c_str();
         }
         m_pVariables->SetValue(pszKey, pOwned.release());
-        if (m_fDebugMode)
+        if (NeedsChangeNotice())
             VariableChanged(pszKey, m_pVariables->Lookup(pszKey)->GetText());
     });
 }
@@ -106,11 +106,16 @@ CLumsVarValue* CLumBasic::GetVar(const char* pszName, long* const pIndices) cons
 
 void CLumBasic::VariableChanged(const char*, const char*) {}
 
-CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
+bool CLumBasic::IsPlainAccess()
 {
     if (m_nPlainAccess < 0)
         m_nPlainAccess = typeid(*this) == typeid(CLumBasic);
-    if (!m_nPlainAccess)
+    return m_nPlainAccess != 0;
+}
+
+CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
+{
+    if (!IsPlainAccess())
         return nullptr;
     if (CLumsVarValue* pValue = CachedVarOrNull(cache))
         return pValue;

@@ -78,6 +78,17 @@ const LumMessage s_aMessages[] = {
     {57124, "Der Parameter <%s> konnte nicht mit dem Wert <%s> versorgt werden!"},
     {57125, "Als Parametername darf kein NULL-Zeiger uebergeben werden!"},
     {57126, "Als Parameterwert darf kein NULL-Zeiger uebergeben werden!"},
+
+    {57200, "Die Datei \"%s\" endet vorzeitig."},
+    {57201, "Die Profile-Datei kann nicht gesichert werden.\nDer Pfad ist evtl. nicht vorhanden."},
+    {57202, "Die Datei \"%s\" kann nicht geschrieben werden: %s"},
+    {57203, "Keine Quelldatei angegeben!"},
+    {57204, "Debugging \"%s\""},
+    {57205, "Debugging main module \"%s\""},
+    {57206, "Debugging sub module \"%s\""},
+    {57207, "Quelldatei auswählen"},
+    {57208, "LUMOR Basic Quellcode (*.lbd)|*.lbd||"},
+    {57209, "LUMOR Basic Debugger"},
 };
 } // namespace
 

@@ -106,7 +106,7 @@ int CLumBasic::Assign()
 // it, as SetVar would put it there; change notices of debug mode need SetVar itself.
 void CLumBasic::StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue)
 {
-    if (m_fDebugMode)
+    if (NeedsChangeNotice())
     {
         SetVar(pszName, pValue.release());
         return;
@@ -310,7 +310,7 @@ int CLumBasic::Next()
         }
         // Storing the object it came from changes nothing but sends the change notice
         // of debug mode, or reaches a derived class's own SetVar.
-        if (!fRemembered || m_fDebugMode)
+        if (!fRemembered || NeedsChangeNotice())
             SetVar(pCmd->m_pszVarName, pCounter);
         m_pQuelle->Seek(nSkip, 1);
         return 0;

@@ -159,6 +159,10 @@ protected:
     // that overrides the variable access): the caller then goes through GetVar and
     // SetVar each time.
     CLumsVarValue* CachedVar(CLumNameCache& cache, const char* pszName);
+    // Whether a store must go through SetVar for the change notice of debug mode: the
+    // notice of this class goes nowhere, so only a derived class needs it.
+    bool NeedsChangeNotice() { return m_fDebugMode && !IsPlainAccess(); }
+    bool IsPlainAccess();
     void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
     // The variable that `cache` still names, or null when it names none any more.
     CLumsVarValue* CachedVarOrNull(const CLumNameCache& cache) const

@@ -1,28 +1,122 @@
-// The source-level debugger seen from the interpreter: the switches a host sets
-// before a run and the operations the run calls at markers, calls and imports.
+// The source-level debugger. It runs in the interpreter's thread: at each line marker
+// the run calls Step, which counts a hit and, at a stop, waits in the window's modal
+// loop until the user releases the program. It follows the source through imports and
+// calls between images, and keeps for one main run the source texts, the hit counters,
+// the breakpoints and the watches.
+//
+// The engine reaches the world through interfaces a host replaces: the window
+// (LumBasicDebugWindow.h), the source chooser (LumSourceChooser.h) and the access to
+// source files (LumSourceFiles.h). Without a window it counts hits and never stops.
 #pragma once
 
 #include <lumbasic/LumObject.h>
 
+#include <deque>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
 class CLumBasic;
+class CLumBasicDebugWindow;
+class CLumBasicProfiler;
 
 class CLumBasicDebugger : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasicDebugger)
 
 public:
-    // Debug mode for interpreters made from now on.
+    // The master switch of the debugger: the debug mode of interpreters made from now
+    // on. While it is 0 nothing stops and no source is displayed.
     static int m_fDebug;
-    // Count line hits.
+    // The master switch of hit counting; only a host sets it.
     static int m_fProfile;
 
-    CLumBasicDebugger() = default;
-    ~CLumBasicDebugger() override = default;
+    CLumBasicDebugger();
+    ~CLumBasicDebugger() override;
+    CLumBasicDebugger(const CLumBasicDebugger&) = delete;
+    CLumBasicDebugger& operator=(const CLumBasicDebugger&) = delete;
 
-    virtual void Start(CLumBasic* pBasic, const char* pszSource, const char* pszText);
-    virtual void End();
-    virtual void SetSource(const char* pszSource, const char* pszText);
-    virtual void RecallSource();
-    // Called at a line marker in debug mode; a non-zero result ends the run loop.
-    virtual int Step(long nLine);
+    // The interpreter's side. A source is a file path, empty for the main source; a
+    // text is the source text when the caller has it, else null.
+    void Start(CLumBasic* pBasic, const char* pszSource, const char* pszText);
+    void End();
+    void SetSource(const char* pszSource, const char* pszText);
+    void RecallSource();
+    // Counts a hit on the line and stops when a stop is due. Always 0: the debugger
+    // never ends a run by itself.
+    int Step(long nLine);
+
+    // The window's side.
+    void SetStepMode(int fStepMode) { m_fStepMode = fStepMode; }
+    int IsBreakpoint(long nLine) const;
+    int ToggleBreakpoint(long nLine);
+    // The whole store, a row per variable, always through the main program's interpreter.
+    void GetVariables(std::vector<std::string>& list) const;
+    // Appends a row per watch, in the order they were added.
+    void GetWatchList(std::vector<std::string>& list) const;
+    void AddWatch(const char* pszName);
+    // Stores `pszValue` into the variable, which keeps its type.
+    void ChangeVar(const char* pszName, const char* pszValue);
+    long GetLineNr() const { return m_nLineNr; }
+    int GetHits(long nLine) const;
+    // Switches debugging and counting off for every interpreter of the process.
+    void DebugOff();
+
+    // What a front end shows besides the window's rows.
+    const std::string& GetMainSource() const { return m_strMainSource; }
+    const std::string& GetCurrentSource() const { return m_strCurrentSource; }
+    // The names of the nested sources, innermost first.
+    const std::deque<std::string>& GetSourceStack() const { return m_lstSourceStack; }
+    // The text on display, null while no source has been displayed.
+    const char* GetSourceText() const { return m_pszSource.get(); }
+
+    // The profile files of the source on display.
+    void LoadProfile();
+    void SaveProfile();
+    std::string MakeProfileExportName() const;
+    // Writes the listing of the source on display, each line behind its count, to the
+    // file of MakeProfileExportName. A window's export may use it, as the rows it
+    // shows are the lines of the same text.
+    void WriteProfileListing() const;
+
+private:
+    void DisplaySource(const std::string& strSource, const char* pszText);
+    void SelectProfiler(const std::string& strSource, const std::string& strPrevious);
+    void TakeSourceText(const char* pszText);
+    void ShowSwitchedSource();
+    int DoSourceDialog();
+    bool IsOwnAbsolutePath(const std::string& strPath) const;
+    std::string MakeProfileName() const;
+    void ExportProfile();
+    void WriteDueListings();
+    void WriteListing(const std::string& strSource, const char* pszText, const CLumBasicProfiler* pProfiler,
+                      int fHasSource) const;
+    void SaveAllProfiles();
+    void SetTitle(const char* pszFormat, const std::string& strName);
+
+    std::unique_ptr<CLumBasicDebugWindow> m_pDlg;
+    CLumBasic* m_pBasic = nullptr;
+    std::unique_ptr<char[]> m_pszSource;
+    std::set<long> m_mapBreakpoints;
+    int m_fStepMode = 1;
+    std::vector<std::string> m_lstWatches;
+    CLumBasicProfiler* m_pProfiler = nullptr;
+    long m_nLineNr = 1;
+    std::string m_strMainSource;
+    std::string m_strCurrentSource;
+    int m_fHasSource = 1;
+    std::map<std::string, std::string> m_mapSources;
+    std::map<std::string, std::unique_ptr<CLumBasicProfiler>> m_mapProfiles;
+    // A deque: calls between images recurse as deep as a program's calls may.
+    std::deque<std::string> m_lstSourceStack;
+    // Without a window a listing is written once, at the end: one written each time
+    // its source leaves the display would be overwritten by the next anyway.
+    struct DueListing
+    {
+        CLumBasicProfiler* m_pProfiler;
+        int m_fHasSource;
+    };
+    std::map<std::string, DueListing> m_mapDueListings;
 };

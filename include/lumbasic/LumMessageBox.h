@@ -16,6 +16,8 @@ enum LumMessageBoxStyle : long
     LUM_MB_YESNO = 0x4,
     LUM_MB_RETRYCANCEL = 0x5,
     LUM_MB_TYPEMASK = 0xF,
+    // The icon, in bits 4 to 7; a box on the console shows none.
+    LUM_MB_ICONEXCLAMATION = 0x30,
     // The default button, in bits 8 and 9; none of them means the first.
     LUM_MB_DEFBUTTON2 = 0x100,
     LUM_MB_DEFBUTTON3 = 0x200,

@@ -1,0 +1,101 @@
+// The debugger's profile files, for the source on display: the counts in a ".Profile"
+// file beside the source, and the listing of the source with its counts.
+#include <lumbasic/LumBasicDebugger.h>
+
+#include <lumbasic/LumBasicDebugWindow.h>
+#include <lumbasic/LumMessageBox.h>
+
+#include "core/LumFrame.h"
+#include "debug/LumBasicProfiler.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace
+{
+const char* const FILE_LABEL = "CLUMBASICDEBUGGER";
+} // namespace
+
+std::string CLumBasicDebugger::MakeProfileName() const
+{
+    return LumProfileFileName(m_strCurrentSource, ".Profile");
+}
+
+std::string CLumBasicDebugger::MakeProfileExportName() const
+{
+    return LumProfileFileName(m_strCurrentSource, "_Profile.txt");
+}
+
+// A missing file is no failure: the counts start empty.
+void CLumBasicDebugger::LoadProfile()
+{
+    LumFrame(FILE_LABEL, "CLumBasicDebugger::LoadProfile", [&] {
+        if (m_pProfiler != nullptr)
+            m_pProfiler->LoadFile(MakeProfileName());
+    });
+}
+
+// A file that cannot be opened is told in a box, not thrown, so that the other
+// sources are still saved.
+void CLumBasicDebugger::SaveProfile()
+{
+    LumFrame(FILE_LABEL, "CLumBasicDebugger::SaveProfile", [&] {
+        if (m_pProfiler == nullptr || m_pProfiler->SaveFile(MakeProfileName()))
+            return;
+        LumMessageBox(LoadMessage(LUM_MSG_PROFILE_NOT_SAVED).c_str(),
+                      LoadMessage(LUM_MSG_DEBUGGER_CAPTION).c_str(), LUM_MB_OK | LUM_MB_ICONEXCLAMATION);
+    });
+}
+
+void CLumBasicDebugger::ExportProfile()
+{
+    if (m_pDlg)
+        m_pDlg->ExportProfile();
+    else
+        m_mapDueListings[m_strCurrentSource] = DueListing{m_pProfiler, m_fHasSource};
+}
+
+void CLumBasicDebugger::WriteDueListings()
+{
+    for (const auto& entry : m_mapDueListings)
+    {
+        auto itText = m_mapSources.find(entry.first);
+        WriteListing(entry.first, itText != m_mapSources.end() ? itText->second.c_str() : nullptr,
+                     entry.second.m_pProfiler, entry.second.m_fHasSource);
+    }
+    m_mapDueListings.clear();
+}
+
+void CLumBasicDebugger::WriteProfileListing() const
+{
+    WriteListing(m_strCurrentSource, m_pszSource.get(), m_pProfiler, m_fHasSource);
+}
+
+// A line reached shows its count in five digits, any other six blanks, so that the
+// source text stands in one column while counts have at most five digits.
+void CLumBasicDebugger::WriteListing(const std::string& strSource, const char* pszText,
+                                     const CLumBasicProfiler* pProfiler, int fHasSource) const
+{
+    LumFrame(FILE_LABEL, "CLumBasicDebugger::WriteProfileListing", [&] {
+        std::string strPath = LumProfileFileName(strSource, "_Profile.txt");
+        std::ofstream out(strPath, std::ios::trunc);
+        if (!out)
+            LumRaise(LUM_MSG_FILE_UNWRITABLE, strPath.c_str(), strerror(errno));
+        bool fCounted = m_fProfile && fHasSource && pProfiler != nullptr;
+        long nLine = 0;
+        for (const std::string& strLine : LumSplitSourceLines(pszText))
+        {
+            ++nLine;
+            int nHits = fCounted ? pProfiler->GetHits(nLine) : 0;
+            if (nHits != 0)
+                out << LumFormat("%05d ", nHits);
+            else
+                out << "      ";
+            out << strLine << '\n';
+        }
+        out.close();
+        if (!out)
+            LumRaise(LUM_MSG_FILE_UNWRITABLE, strPath.c_str(), strerror(errno));
+    });
+}

@@ -1,0 +1,92 @@
+// The hit counts of one source: how often each line was reached, and in how many
+// debugger runs. The debugger keeps one per source and saves it in a ".Profile" file
+// beside the source, so that counts add up from run to run.
+//
+// The counts live in a hash table of 17 buckets, a line in bucket (line >> 4) % 17,
+// each new line at the head of its chain: a saved file lists the entries in the
+// table's walking order, buckets ascending and each chain from its head, which is the
+// order files of earlier versions hold. The chains give that order only: a line is
+// found through an index, so that a file of many lines in one bucket loads in linear
+// time, and a line reached before has a slot in a table indexed by the line itself,
+// so that a hit costs one lookup and one store.
+#pragma once
+
+#include <lumbasic/LumObject.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+class CLumArchive;
+
+class CLumBasicProfiler : public CLumObject
+{
+    LUM_DECLARE_RUNTIME(CLumBasicProfiler)
+
+public:
+    static constexpr int BUCKETS = 17;
+
+    CLumBasicProfiler();
+
+    void CountHit(long nLine)
+    {
+        if (!m_fRunCounted)
+            CountRun();
+        uint32_t nSlot = static_cast<uint32_t>(nLine);
+        if (nSlot < m_aSlots.size() && m_aSlots[nSlot] != 0)
+            Raise(m_aEntries[m_aSlots[nSlot] - 1]);
+        else
+            CountFirstHit(static_cast<int32_t>(nLine));
+    }
+    // The line's count, 0 for a line without an entry.
+    int GetHits(long nLine) const;
+    // How many debugger runs took at least one hit, saved ones included.
+    int GetRuns() const { return m_nRuns; }
+    // Reads or writes the counts, by the archive's direction, in the layout of a
+    // ".Profile" file.
+    virtual void Serialize(CLumArchive& ar);
+
+    // Reads the ".Profile" file at `strPath` into this object; false when it cannot
+    // be opened. A file that ends early fails with a message.
+    bool LoadFile(const std::string& strPath);
+    // Writes the counts to `strPath`; false when it cannot be opened. A failed write
+    // fails with a message.
+    bool SaveFile(const std::string& strPath);
+
+private:
+    struct Entry
+    {
+        int32_t m_nLine;
+        int32_t m_nHits;
+        int32_t m_nNext; // index of the next entry of the chain, -1 at its end
+    };
+
+    // Counts wrap around instead of overflowing.
+    static void Raise(Entry& entry)
+    {
+        entry.m_nHits = static_cast<int32_t>(static_cast<uint32_t>(entry.m_nHits) + 1u);
+    }
+    static int Bucket(int32_t nLine)
+    {
+        return static_cast<int>((static_cast<uint32_t>(nLine) >> 4) % BUCKETS);
+    }
+    void CountRun();
+    void CountFirstHit(int32_t nLine);
+    int32_t Find(int32_t nLine) const;
+    void SetAt(int32_t nLine, int32_t nHits);
+
+    int m_fRunCounted = 0;
+    int32_t m_nRuns = 0;
+    int32_t m_aHeads[BUCKETS];
+    std::vector<Entry> m_aEntries;
+    // By line: the index of its entry.
+    std::unordered_map<int32_t, int32_t> m_mapIndex;
+    // By line: the index of its entry plus 1, 0 for none yet. Only lines that CountHit
+    // met get a slot, and only below MAX_SLOT.
+    std::vector<uint32_t> m_aSlots;
+};
+
+// The name of a profile file of a source: the text before the first "." of the whole
+// path, directories included, then the suffix.
+std::string LumProfileFileName(const std::string& strSource, const char* pszSuffix);

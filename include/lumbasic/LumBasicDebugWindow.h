@@ -1,0 +1,51 @@
+// The debug window as the engine sees it. A host installs a factory that makes its
+// window (a dialog of its toolkit, a terminal front end, a debug adapter); without
+// one the debugger has no window, counts hits and never stops.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CLumBasicDebugger;
+
+class CLumBasicDebugWindow
+{
+public:
+    // The window's check boxes. They outlive every window, so that the next window
+    // comes up as the last one left them.
+    static int m_fProfile;       // show the hit counts beside the source
+    static int m_fProfileExport; // write the listing when a source leaves the display
+    static int m_fProfileSave;   // save the counts of all sources at the debugger's end
+
+    virtual ~CLumBasicDebugWindow() = default;
+
+    virtual void SetTitle(const std::string& strTitle) = 0;
+    // The source text to show; null for none. RefreshDebugWindow follows.
+    virtual void SetSourceText(const char* pszText) = 0;
+    // The stop: returns when the user releases the program. The line is the one about
+    // to run; it may have no row when the source changed after compiling.
+    virtual int EnterModalMode(long nLine) = 0;
+    // Rebuilds all rows.
+    virtual void RefreshDebugWindow() = 0;
+    // Rebuilds the row of a line whose count changed.
+    virtual void RefreshLine(long nLine) = 0;
+    // Writes the listing of the source on display; CLumBasicDebugger::WriteProfileListing
+    // writes it from the source text.
+    virtual void ExportProfile() = 0;
+};
+
+// Makes the window of a debugger that starts, showing `pszText` (null for none).
+// Null means no window.
+using LumDebugWindowFactory =
+    std::function<std::unique_ptr<CLumBasicDebugWindow>(CLumBasicDebugger* pDebugger, const char* pszText)>;
+
+// Installs the factory for debuggers that start from now on and gives the one before.
+// An empty function means no window.
+LumDebugWindowFactory LumSetDebugWindowFactory(LumDebugWindowFactory fnFactory);
+
+// The rows of a source text, as a window shows them. Only the pair CR LF ends a line:
+// a lone LF or CR belongs to its line. A text ending in CR LF has no empty row behind
+// it, and an empty text is one empty row.
+std::vector<std::string> LumSplitSourceLines(const char* pszText);

@@ -1,0 +1,254 @@
+// The debugger engine driven by a scripted window: where it stops, which source it
+// shows through imports and calls, sources it cannot find, and the window's changes.
+#include "tests/LumDebuggerTestSupport.h"
+
+#include <filesystem>
+
+using namespace lumtest;
+
+namespace
+{
+const char* const MAIN = "Declare Sub Twice(n%)\n"
+                         "Sub Main\n"
+                         "    n% = 1\n"
+                         "    Import dir$ + lib$\n"
+                         "    Twice n%\n"
+                         "    n% = n% + 1\n"
+                         "End Sub\n";
+const char* const LIB = "Sub Twice(n%)\n"
+                        "    n% = n% * 2\n"
+                        "End Sub\n";
+
+// Main imports the library named by lib$ and calls its procedure.
+class Debugger : public CDebuggerTest
+{
+protected:
+    void SetUp() override
+    {
+        CLumBasicDebugger::m_fDebug = 1;
+        InstallWindow();
+        Write("main.lbd", MAIN);
+        Write("lib.lbd", LIB);
+        CompileLibrary("lib.lbd");
+    }
+    std::vector<std::string> RunMain(const char* pszLib)
+    {
+        m_vars.SetValuesFromString((std::string("S:lib$=") + pszLib + "\n").c_str());
+        return Run(Compile("main.lbd"));
+    }
+};
+
+struct StopCase
+{
+    const char* m_pszName;
+    std::vector<std::string> m_aScript;
+    std::vector<std::string> m_aStops;
+};
+
+const StopCase s_aStopCases[] = {
+    {"StepsEnterImportsAndCalls",
+     {},
+     {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop lib.lbd:1", "stop main.lbd:5",
+      "stop lib.lbd:2", "stop lib.lbd:3", "stop main.lbd:6", "stop main.lbd:7"}},
+    {"ContinueRunsToABreakpointAndStepsOnFromIt",
+     {"break 6", "run"},
+     {"stop main.lbd:2", "stop main.lbd:6", "stop main.lbd:7"}},
+    {"ASubModulePassesTheLineOfABreakpoint", {"break 2", "run"}, {"stop main.lbd:2"}},
+    {"NoBreakpointIsSetInASubModule",
+     {"step", "step", "step", "break 6", "run"},
+     {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop lib.lbd:1"}},
+    {"OffLetsTheProgramRunFree", {"off"}, {"stop main.lbd:2"}},
+};
+
+class StopRules : public Debugger, public testing::WithParamInterface<StopCase>
+{
+};
+} // namespace
+
+TEST_P(StopRules, StopWhereTheRulesSay)
+{
+    m_log.m_aScript.assign(GetParam().m_aScript.begin(), GetParam().m_aScript.end());
+    EXPECT_EQ(RunMain("lib.lbc"), std::vector<std::string>());
+    EXPECT_EQ(m_log.Lines("stop"), GetParam().m_aStops);
+    EXPECT_EQ(m_vars.GetValue("n%", nullptr)->GetLong(), 2);
+    EXPECT_EQ(CLumBasicDebugger::m_fDebug, GetParam().m_aScript == std::vector<std::string>{"off"} ? 0 : 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Debugger, StopRules, testing::ValuesIn(s_aStopCases),
+                         [](const testing::TestParamInfo<StopCase>& info) { return info.param.m_pszName; });
+
+TEST_F(Debugger, TheWindowFollowsTheSourceThroughAnImportAndACall)
+{
+    m_log.m_aScript = {"step", "step", "run"};
+    EXPECT_EQ(RunMain("lib.lbc"), std::vector<std::string>());
+    EXPECT_EQ(m_log.m_aLog, (std::vector<std::string>{
+                                "open Declare Sub Twice(n%)",
+                                "title Debugging \"main.lbd\"",
+                                "stop main.lbd:2",
+                                "stop main.lbd:3",
+                                "stop main.lbd:4",
+                                "text Sub Twice(n%)",
+                                "refresh",
+                                "title Debugging sub module \"lib.lbd\"",
+                                "text Declare Sub Twice(n%)",
+                                "refresh",
+                                "title Debugging main module \"main.lbd\"",
+                                "text Sub Twice(n%)",
+                                "refresh",
+                                "title Debugging sub module \"lib.lbd\"",
+                                "text Declare Sub Twice(n%)",
+                                "refresh",
+                                "title Debugging main module \"main.lbd\"",
+                                "close",
+                            }));
+}
+
+namespace
+{
+struct ImportCase
+{
+    const char* m_pszLib;
+    std::vector<std::string> m_aStops;
+    bool m_fFails;
+    std::vector<std::string> m_aStack; // after the run
+};
+} // namespace
+
+// The source on display imported again shows no switch; a failed import leaves its
+// name on the stack, where a failure to open the image never put it.
+TEST_F(Debugger, ImportsThatSwitchNothingOrFail)
+{
+    Write("bad.lbd", "Sub Main\n    z = 0\n    x = 1 / z\nEnd Sub\n");
+    CompileLibrary("bad.lbd");
+    Write("same.lbd", LIB);
+    CompileLibrary("same.lbd", m_dir.Path("main.lbd"));
+    const ImportCase aCases[] = {
+        {"same.lbc",
+         {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop main.lbd:1", "stop main.lbd:5",
+          "stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:6", "stop main.lbd:7"},
+         false,
+         {}},
+        {"bad.lbc",
+         {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop bad.lbd:1", "stop bad.lbd:2",
+          "stop bad.lbd:3"},
+         true,
+         {"bad.lbd", "main.lbd"}},
+        {"missing.lbc", {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4"}, true, {"main.lbd"}},
+    };
+    for (const ImportCase& c : aCases)
+    {
+        m_log.m_aLog.clear();
+        EXPECT_EQ(!RunMain(c.m_pszLib).empty(), c.m_fFails) << c.m_pszLib;
+        EXPECT_EQ(m_log.Lines("stop"), c.m_aStops) << c.m_pszLib;
+        if (c.m_fFails)
+        {
+            std::vector<std::string> aStack;
+            for (const std::string& str : m_log.m_pDebugger->GetSourceStack())
+                aStack.push_back(m_log.Short(str));
+            EXPECT_EQ(aStack, c.m_aStack) << c.m_pszLib;
+        }
+        else
+        {
+            EXPECT_EQ(m_log.Lines("title"), std::vector<std::string>{"title Debugging \"main.lbd\""});
+        }
+    }
+}
+
+namespace
+{
+struct SourceCase
+{
+    const char* m_pszName;
+    bool m_fRecord; // the image names its source by a relative path to it
+    bool m_fProfile;
+    bool m_fChoose; // the chooser answers with the source, else cancels
+    int m_nAsked;
+    const char* m_pszOpen;
+    const char* m_pszHits; // of line 3, at the stop of line 4
+};
+
+const SourceCase s_aSourceCases[] = {
+    {"NoRecordShowsNothing", false, false, false, 0, "open (null)", "hits 0"},
+    {"NoRecordCountsNothing", false, true, false, 1, "open (null)", "hits 0"},
+    {"ARelativeNameCancelled", true, true, false, 2, "open Keine Quelldatei angegeben!", "hits 0"},
+    {"ARelativeNameChosen", true, true, true, 2, "open Declare Sub Twice(n%)", "hits 1"},
+};
+
+class Sources : public Debugger, public testing::WithParamInterface<SourceCase>
+{
+};
+} // namespace
+
+TEST_P(Sources, ASourceNotFoundByItsNameIsAskedFor)
+{
+    const SourceCase& c = GetParam();
+    CLumBasicDebugger::m_fProfile = c.m_fProfile;
+    std::vector<SLumSourceDialog> aAsked;
+    LumSetSourceChooser([&](const SLumSourceDialog& dialog, std::string& strChosen) {
+        aAsked.push_back(dialog);
+        strChosen = m_dir.Path("main.lbd");
+        return c.m_fChoose;
+    });
+    std::vector<uint8_t> aImage;
+    if (c.m_fRecord)
+        aImage = Compile("main.lbd", std::filesystem::relative(m_dir.Path("main.lbd")).string());
+    else
+    {
+        CLumImageWriter w;
+        w.DebugInfo(2);
+        Head(w, "Main");
+        w.DebugInfo(3);
+        AssignName(w, "n%", CLumTree::LongConst(1));
+        w.DebugInfo(4);
+        EndProc(w);
+        w.Terminator();
+        aImage = w.Finish();
+    }
+    m_log.m_aScript = {"step", "step", "hits 3", "off"};
+    m_vars.SetValuesFromString("S:lib$=lib.lbc\n");
+    EXPECT_EQ(Run(aImage), std::vector<std::string>());
+    EXPECT_EQ(m_log.m_aLog.front(), c.m_pszOpen);
+    EXPECT_EQ(m_log.Lines("hits"), std::vector<std::string>{c.m_pszHits});
+    ASSERT_EQ(static_cast<int>(aAsked.size()), c.m_nAsked);
+    if (!aAsked.empty())
+    {
+        EXPECT_EQ(aAsked[0].m_strTitle, "Quelldatei auswählen");
+        EXPECT_EQ(aAsked[0].m_strFilter, "LUMOR Basic Quellcode (*.lbd)|*.lbd||");
+        EXPECT_EQ(aAsked[0].m_strDefaultExt, "lbd");
+        EXPECT_TRUE(aAsked[0].m_fFileMustExist);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Debugger, Sources, testing::ValuesIn(s_aSourceCases),
+                         [](const testing::TestParamInfo<SourceCase>& info) { return info.param.m_pszName; });
+
+// What the window changes goes through the main program's interpreter: a variable
+// keeps its type, an unknown one takes its name's, and the shared null values stay.
+TEST_F(Debugger, ChangesAndWatchesGoThroughTheMainInterpreter)
+{
+    const struct
+    {
+        const char* m_pszChange;
+        const char* m_pszRow;
+    } aCases[] = {
+        {"s$=12", "s$ = \"12\""},   {"l%=abc", "l% = 0"},          {"m%=42x", "m% = 42"},
+        {"d=2.25", "d = 2.250000"}, {"e=x", "e = 0.000000"},       {"new%=7", "new% = 7"},
+        {"new$=x", "new$ = \"x\""}, {"new=1.5", "new = 1.500000"}, {"s$=12", "s$ = \"12\""},
+    };
+    m_vars.SetValuesFromString("S:s$=abc\nL:l%=5\nL:m%=5\nD:d=1.5\nD:e=1.5\n");
+    for (const auto& c : aCases)
+    {
+        std::string strChange = c.m_pszChange;
+        m_log.m_aScript.insert(m_log.m_aScript.end(),
+                               {"change " + strChange, "watch " + strChange.substr(0, strChange.find('='))});
+    }
+    m_log.m_aScript.insert(m_log.m_aScript.end(), {"watches", "off"});
+    EXPECT_EQ(RunMain("lib.lbc"), std::vector<std::string>());
+    std::vector<std::string> aRows;
+    for (const auto& c : aCases)
+        aRows.push_back(std::string("watch ") + c.m_pszRow);
+    EXPECT_EQ(m_log.Lines("watch"), aRows);
+    EXPECT_EQ(CLumVariables::GetNullValue("new%")->GetType(), CLumsVarValue::VT_LONG);
+    EXPECT_EQ(CLumVariables::GetNullValue("new%")->GetLong(), 0);
+    EXPECT_EQ(CLumVariables::GetNullValue("new$")->GetText(), std::string());
+}
