@@ -1,0 +1,15 @@
+// The small form of the debug window that asks for the name of a variable to watch.
+#pragma once
+
+#include <lumbasic/LumDebugToolkit.h>
+
+#include <string>
+
+class CLumsNewWatchDlg
+{
+public:
+    // Shows the form; LUM_IDC_OK with the user's name in m_strName, or LUM_IDC_CANCEL.
+    int DoModal(CLumDebugToolkit& toolkit);
+
+    std::string m_strName;
+};
