@@ -74,7 +74,7 @@ struct RunOptions
 };
 
 // False, with the usage printed, for arguments that do not fit the command.
-bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
+bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage, RunOptions& options)
 {
     bool fOk = true;
     for (size_t i = 0; i < aArgs.size() && fOk; ++i)
@@ -107,7 +107,7 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, RunOptions& options)
     }
     if (!fOk || options.m_strImage.empty())
     {
-        fprintf(stderr, "%s\n", USAGE);
+        fprintf(stderr, "%s\n", pszUsage);
         return false;
     }
     return true;
@@ -166,8 +166,14 @@ int Dump(const CLumVariables& vars)
 
 int LumRunCommand(const std::vector<std::string>& aArgs)
 {
+    return LumRunProgram(aArgs, USAGE, nullptr);
+}
+
+int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
+                  const LumRunSessionFactory& fnSession)
+{
     RunOptions options;
-    if (!ParseRunOptions(aArgs, options))
+    if (!ParseRunOptions(aArgs, pszUsage, options))
         return 2;
     if (options.m_fAnswer)
         InstallAnswer(options.m_nAnswer);
@@ -194,7 +200,13 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
     }
 
     CLumVariables cVariables;
-    int nStatus = RunImage(options, aSource, modules, cVariables);
+    int nStatus = 1;
+    {
+        std::unique_ptr<CLumRunSession> pSession;
+        if (fnSession)
+            pSession = fnSession(options.m_fAnswer, options.m_nAnswer);
+        nStatus = RunImage(options, aSource, modules, cVariables);
+    }
     if (options.m_fDump && Dump(cVariables) != 0)
         nStatus = 1;
     return nStatus;

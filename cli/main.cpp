@@ -17,10 +17,8 @@ struct Command
 };
 
 const Command s_aCommands[] = {
-    {"run", LumRunCommand},
-    {"compile", LumCompileCommand},
-    {"dis", LumDisCommand},
-    {"profile", LumProfileCommand},
+    {"run", LumRunCommand},         {"compile", LumCompileCommand}, {"dis", LumDisCommand},
+    {"profile", LumProfileCommand}, {"debug", LumDebugCommand},
 };
 
 int Usage()
@@ -30,7 +28,8 @@ int Usage()
             "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd\n"
             "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
             "       lumbasic dis [--extensions FILE] IMAGE\n"
-            "       lumbasic profile [--lcov FILE] SOURCE...\n");
+            "       lumbasic profile [--lcov FILE] SOURCE...\n"
+            "       lumbasic debug [--vars FILE] [--dump] [--answer N] [--module ...]... IMAGE|SOURCE.lbd\n");
     return 2;
 }
 } // namespace

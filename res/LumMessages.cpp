@@ -89,6 +89,7 @@ const LumMessage s_aMessages[] = {
     {57207, "Quelldatei auswählen"},
     {57208, "LUMOR Basic Quellcode (*.lbd)|*.lbd||"},
     {57209, "LUMOR Basic Debugger"},
+    {57210, "Das Debugfenster kann nicht geöffnet werden: %s"},
 };
 } // namespace
 

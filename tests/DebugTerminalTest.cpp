@@ -1,0 +1,114 @@
+// lumbasic debug end to end: the terminal debugger in a tmux session of fixed size,
+// driven by keys and read back from the screen.
+#include "tests/LumImageDir.h"
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+#include <unistd.h>
+
+using namespace lumtest;
+
+namespace
+{
+const char* const PROGRAM = "Sub Main\n"                     // 1
+                            "    total% = 0\n"               // 2
+                            "    For i% = 1 To 3\n"          // 3
+                            "        total% = total% + i%\n" // 4
+                            "    Next i%\n"                  // 5
+                            "    result% = total% * 2\n"     // 6
+                            "End Sub\n";                     // 7
+
+// A tmux server of the test's own, so that nothing else on the machine interferes.
+class CTmux
+{
+public:
+    explicit CTmux(const CImageDir& dir) : m_dir(dir), m_strSocket("lumtest" + std::to_string(getpid())) {}
+    ~CTmux() { Tmux("kill-server"); }
+
+    int Tmux(const std::string& strArgs, const std::string& strOut = "/dev/null") const
+    {
+        return std::system(
+            ("tmux -u -L " + m_strSocket + " " + strArgs + " >'" + strOut + "' 2>/dev/null").c_str());
+    }
+    void Keys(const std::string& strKeys) const { Tmux("send-keys -t t " + strKeys); }
+    std::string Screen() const
+    {
+        Tmux("capture-pane -p -t t", m_dir.Path("screen.txt"));
+        return m_dir.Read("screen.txt");
+    }
+    // Waits for the text to show; gives the screen as it was at the end.
+    std::string WaitFor(const std::string& strText) const
+    {
+        std::string strScreen;
+        for (int i = 0; i < 100; ++i)
+        {
+            strScreen = Screen();
+            if (strScreen.find(strText) != std::string::npos)
+                break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return strScreen;
+    }
+    // The screen's row that holds the text.
+    std::string RowWith(const std::string& strText) const
+    {
+        std::istringstream in(Screen());
+        for (std::string strRow; std::getline(in, strRow);)
+            if (strRow.find(strText) != std::string::npos)
+                return strRow;
+        return std::string();
+    }
+
+private:
+    const CImageDir& m_dir;
+    std::string m_strSocket;
+};
+} // namespace
+
+TEST(DebugTerminal, StepBreakWatchChangeCountAndSwitchOff)
+{
+    if (std::system("command -v tmux >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "tmux is not installed";
+    CImageDir dir;
+    std::ofstream(dir.Path("prog.lbd")) << PROGRAM;
+    CTmux tmux(dir);
+    ASSERT_EQ(tmux.Tmux("new-session -d -s t -x 100 -y 30 \"cd '" + dir.Dir() +
+                        "' && LANG=C.UTF-8 '" LUM_CLI_PATH
+                        "' debug --dump prog.lbd > out.txt; echo status $? >> out.txt; sleep 60\""),
+              0);
+    ASSERT_NE(tmux.WaitFor("Debugging \"").find("Schritt >"), std::string::npos);
+    EXPECT_NE(tmux.RowWith("→").find("Sub Main"), std::string::npos) << tmux.Screen();
+
+    tmux.Keys("F10 F10");
+    tmux.WaitFor("→         For");
+    EXPECT_NE(tmux.RowWith("→").find("For i% = 1 To 3"), std::string::npos) << tmux.Screen();
+
+    tmux.Keys("Down Down Down Space"); // a breakpoint on line 6
+    EXPECT_NE(tmux.WaitFor(">    result%").find(">    result%"), std::string::npos) << tmux.Screen();
+    tmux.Keys("F5");
+    tmux.WaitFor("→ ");
+    for (int i = 0; i < 50 && tmux.RowWith("→").find("result%") == std::string::npos; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_NE(tmux.RowWith("→").find("result% = total% * 2"), std::string::npos) << tmux.Screen();
+
+    tmux.Keys("F2");
+    tmux.WaitFor("Variable anzeigen");
+    tmux.Keys("total% Enter");
+    EXPECT_NE(tmux.WaitFor("total% = 6   ").find("total% = 6"), std::string::npos) << tmux.Screen();
+    tmux.Keys("F3");
+    tmux.WaitFor("Variablenwert");
+    tmux.Keys("total% Tab 10 Enter");
+    EXPECT_NE(tmux.WaitFor("total% = 10").find("total% = 10"), std::string::npos) << tmux.Screen();
+
+    tmux.Keys("Tab Tab Tab Space"); // the coverage column
+    tmux.WaitFor("00003");
+    EXPECT_NE(tmux.RowWith("total% = total% + i%").find("00003"), std::string::npos) << tmux.Screen();
+
+    tmux.Keys("F12");
+    for (int i = 0; i < 100 && dir.Read("out.txt").find("status") == std::string::npos; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::string strOut = dir.Read("out.txt");
+    EXPECT_NE(strOut.find("L:result%=20\n"), std::string::npos) << strOut;
+    EXPECT_NE(strOut.find("status 0"), std::string::npos) << strOut;
+}
