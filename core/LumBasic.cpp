@@ -103,6 +103,7 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
                                                  ? new CLumBasicFile(pszPath)
                                                  : new CLumBasicFile(pData, nLength));
         m_pQuelle = pFile.get();
+        m_cBudget.m_nCount = 0;
         PreRunLoopEM();
         RunLoop();
         PostRunLoopEM();
@@ -133,6 +134,8 @@ void CLumBasic::RunLoop()
         int nResult = 0;
         while (wToken != 0 && nResult == 0)
         {
+            if (m_pBudget->m_nLimit != 0 && ++m_pBudget->m_nCount > m_pBudget->m_nLimit)
+                LumRaise(LUM_MSG_STATEMENT_LIMIT, m_pBudget->m_nLimit);
             nResult = DispatchToken(wToken);
             // The handler may have moved the run to another stream position; read
             // through m_pQuelle, which a handler may even have replaced.

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <sys/stat.h>
 
 LUM_IMPLEMENT_RUNTIME(CLumBasicFile, CLumObject, nullptr)
 
@@ -15,6 +16,9 @@ namespace
 {
 const char* const FILE_LABEL = "LUMBASICFILE";
 const size_t INITIAL_POSITIONS = 100;
+// Images beyond this are refused before they are read whole: no program needs one, and
+// a file of any size must not exhaust the host.
+const size_t MAX_IMAGE_LENGTH = size_t(256) << 20;
 
 // The checked images alive on this thread, so that a position moved into another
 // image (a call into an imported program, the return from it) finds its bounds.
@@ -45,12 +49,16 @@ CLumBasicFile::CLumBasicFile(const char* pszPath)
         std::unique_ptr<FILE, FileCloser> pFile(fopen(pszPath ? pszPath : "", "rb"));
         if (!pFile)
             LumRaise(LUM_MSG_FILE_UNREADABLE, pszPath ? pszPath : "", strerror(errno));
+        // A device or a pipe named as an image could be read without end.
+        struct stat info;
+        if (fstat(fileno(pFile.get()), &info) != 0 || !S_ISREG(info.st_mode))
+            LumRaise(LUM_MSG_FILE_UNREADABLE, pszPath, "keine gewöhnliche Datei");
         std::vector<unsigned char> aContent;
         unsigned char chunk[65536];
         size_t n;
         while ((n = fread(chunk, 1, sizeof chunk, pFile.get())) > 0)
         {
-            if (aContent.size() + n > std::numeric_limits<uint32_t>::max() - 2u)
+            if (aContent.size() + n > MAX_IMAGE_LENGTH)
                 LumRaise(LUM_MSG_FILE_UNREADABLE, pszPath, "zu groß");
             aContent.insert(aContent.end(), chunk, chunk + n);
         }

@@ -70,6 +70,7 @@ const LumMessage s_aMessages[] = {
     {57110,
      "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
+    {57112, "Der Lauf hat die Grenze von %lu Anweisungen erreicht und wurde abgebrochen."},
 
     {57120, "Der Methode %s darf im Argument %s nicht der Wert %s uebergeben werden!"},
     {57121, "Das Erweiterungsmodul %s wurde nicht gefunden!"},

@@ -54,6 +54,7 @@ enum LumMessageId
     LUM_MSG_CALLS_TOO_DEEP = 57109,
     LUM_MSG_BAD_SKIP = 57110,
     LUM_MSG_TOO_MANY_OPEN = 57111,
+    LUM_MSG_STATEMENT_LIMIT = 57112,
 
     // Extension modules and their chain.
     LUM_MSG_NULL_ARGUMENT = 57120,

@@ -155,3 +155,21 @@ TEST(DamagedImage, DeepTreesFailInsteadOfOverflowingTheStack)
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], "Der Ausdruck ist tiefer als 1000 Ebenen verschachtelt.");
 }
+
+TEST(DamagedImage, OnlyRegularFilesAreReadAsImages)
+{
+    for (const char* pszPath : {"/dev/zero", "/tmp"})
+    {
+        CLumBasic basic;
+        try
+        {
+            basic.Do(pszPath);
+            ADD_FAILURE() << pszPath;
+        }
+        catch (const CLumsException& e)
+        {
+            EXPECT_EQ(e.GetTrail().at(0), "Die Datei \"" + std::string(pszPath) +
+                                              "\" kann nicht gelesen werden: keine gewöhnliche Datei");
+        }
+    }
+}

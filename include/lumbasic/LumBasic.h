@@ -73,6 +73,12 @@ public:
     // The image stays the caller's.
     virtual void DoMemory(const unsigned char* pData, size_t nLength);
 
+    // The statements one run may take, counted over the whole run with its user
+    // functions and imports; 0, the default, sets no limit. A run that would take one
+    // more fails at that statement, and the interpreter is ready for the next run.
+    void SetStatementLimit(unsigned long nLimit) { m_cBudget.m_nLimit = nLimit; }
+    unsigned long GetStatementLimit() const { return m_cBudget.m_nLimit; }
+
     // The extension module chain. LoadExtModul attaches a module at the chain's end
     // and takes ownership; it stays attached across runs until UnLoadAllExtModuls,
     // which the destructor calls. Each gives 1.
@@ -150,6 +156,15 @@ protected:
     // The attached modules in load order, owned. Walked by index, so that a module
     // may attach another one while the chain is being walked.
     std::unique_ptr<std::vector<CLumBasicExtModul*>> m_pExtModuls;
+    // The statements a run has taken against its limit. An import's interpreter counts
+    // on its importer's.
+    struct SLumRunBudget
+    {
+        unsigned long m_nLimit = 0;
+        unsigned long m_nCount = 0;
+    };
+    SLumRunBudget m_cBudget;
+    SLumRunBudget* m_pBudget = &m_cBudget;
     // Whether this object's variable access is the one of this class: only then may
     // the run remember where a name was found. -1 until asked.
     int m_nPlainAccess = -1;
