@@ -102,6 +102,14 @@ void CLumBasic::PushParams()
 
 namespace
 {
+// Keeps the table's records alive while a call evaluates its arguments.
+struct PinnedTable
+{
+    CLumFunctions& m_table;
+    explicit PinnedTable(CLumFunctions& table) : m_table(table) { m_table.Pin(); }
+    ~PinnedTable() { m_table.Unpin(); }
+};
+
 // The part that Call and CallEx share once the name is known.
 struct CallTarget
 {
@@ -121,6 +129,7 @@ int CLumBasic::Call()
 {
     return LumFrame(FILE_LABEL, "CLumBasic::Call()", [&] {
         const char* pszName = m_pQuelle->GetCountedText();
+        PinnedTable pin(*m_pFunctions);
         CallInfo* pInfo = CallTarget::Find(m_pFunctions, pszName);
         PushParams();
         EnterProcedure(pInfo);
@@ -132,6 +141,7 @@ int CLumBasic::CallEx()
 {
     return LumFrame(FILE_LABEL, "CLumBasic::CallEx()", [&] {
         ValuePtr pName(GetArg(AT_STRING, 1));
+        PinnedTable pin(*m_pFunctions);
         CallInfo* pInfo = CallTarget::Find(m_pFunctions, pName->GetText());
         PushParams();
         EnterProcedure(pInfo);

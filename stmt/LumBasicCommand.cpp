@@ -106,7 +106,9 @@ int CLumBasic::Assign()
 // it, as SetVar would put it there; change notices of debug mode need SetVar itself.
 void CLumBasic::StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue)
 {
-    if (NeedsChangeNotice())
+    // A key given in full ("@P@x") is stored as it stands, where a read in a procedure
+    // would look for a local first: what a read finds is no target for it.
+    if (NeedsChangeNotice() || pszName[0] == '@')
     {
         SetVar(pszName, pValue.release());
         return;

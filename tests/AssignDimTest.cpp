@@ -120,3 +120,24 @@ TEST(Dim, MissingTypeAfterAsFails)
     ASSERT_FALSE(trail.empty());
     EXPECT_EQ(trail[0], "Bei Dim v fehlt nach dem Schlüsselwort As die Typangabe.");
 }
+
+TEST(Assign, AFullKeyInAProcedureIsStoredAsItStandsOnEveryPass)
+{
+    CLumVariables vars;
+    vars.SetValuesFromString("L:@Q@v%=0\nL:@P@@Q@v%=0\n");
+    CLumBasic basic(&vars, nullptr);
+    CTestProgram p;
+    p.Declare("P");
+    p.Sub("Main");
+    p.Call("P");
+    p.End();
+    p.Terminator();
+    p.Sub("P");
+    p.For("i%", L(1), L(3));
+    p.Assign("@Q@v%", V("i%"));
+    p.Next();
+    p.End();
+    EXPECT_TRUE(RunImage(basic, p.Finish()).empty());
+    EXPECT_EQ(vars.GetValue("@Q@v%", nullptr)->GetLong(), 3);
+    EXPECT_EQ(vars.GetValue("@P@@Q@v%", nullptr)->GetLong(), 0);
+}

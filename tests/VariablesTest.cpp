@@ -97,6 +97,20 @@ TEST(Variables, IndexListEndsAtZeroOrAfterSix)
     EXPECT_EQ(vars.IsDefined("a", aNegative), 1);
 }
 
+TEST(Variables, ReadsCutKeysAt255CharactersAndDropIndicesThatDoNotFit)
+{
+    CLumVariables vars;
+    const std::string str249(249, 'n'), str250(250, 'n'), str255(255, 'n'), str256(256, 'n');
+    vars.SetValue(str255.c_str(), new CLumsVarValue(1L));
+    vars.SetValue(str256.c_str(), new CLumsVarValue(2L)); // stored as it stands, never read
+    vars.SetValue((str249 + ":12345").c_str(), new CLumsVarValue(3L));
+    vars.SetValue(str250.c_str(), new CLumsVarValue(4L));
+    long aIndex[6] = {12345};
+    EXPECT_EQ(vars.GetValue(str256.c_str(), nullptr)->GetLong(), 1);
+    EXPECT_EQ(vars.GetValue(str249.c_str(), aIndex)->GetLong(), 3);
+    EXPECT_EQ(vars.GetValue(str250.c_str(), aIndex)->GetLong(), 4);
+}
+
 TEST(Variables, SetValueOwnsAndReplaces)
 {
     CLumVariables vars;

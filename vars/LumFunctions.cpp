@@ -16,13 +16,21 @@ void CLumFunctions::SetAt(const std::string& strName, CallInfo* pInfo)
         return;
     }
     if (*pp != pInfo)
-        delete *pp;
+        Retire(*pp);
     *pp = pInfo;
 }
 
 void CLumFunctions::RemoveAll()
 {
     for (auto& entry : m_map)
-        delete entry.m_value;
+        Retire(entry.m_value);
     m_map.RemoveAll();
+}
+
+void CLumFunctions::Retire(CallInfo* pInfo)
+{
+    if (m_nPins > 0)
+        m_aRetired.emplace_back(pInfo);
+    else
+        delete pInfo;
 }

@@ -119,7 +119,7 @@ CLumsVarValue* CLumVariables::Find(const char* pszName, const long* pIndices) co
 {
     CLumsVarValue* const* pp;
     if (pIndices == nullptr || pIndices[0] == 0)
-        pp = m_map.Find(pszName);
+        pp = m_map.Find(std::string_view(pszName, strnlen(pszName, MAX_KEY))); // cut as MakeName cuts
     else
     {
         char key[MAX_KEY + 1];

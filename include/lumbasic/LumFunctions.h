@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct CLumImageRange;
 
@@ -32,8 +33,17 @@ public:
     CLumFunctions& operator=(const CLumFunctions&) { return *this; }
     ~CLumFunctions() override;
 
-    // Enters the record under the name and takes it over; the last one wins.
+    // Enters the record under the name and takes it over; the last one wins. A record
+    // replaced while the table is pinned lives on until the last pin goes.
     void SetAt(const std::string& strName, CallInfo* pInfo);
+    // A call holds a pin from finding its record to entering the procedure: its
+    // arguments may run a Declare of the same name, which must not free that record.
+    void Pin() { ++m_nPins; }
+    void Unpin()
+    {
+        if (--m_nPins == 0)
+            m_aRetired.clear();
+    }
     CallInfo* Lookup(std::string_view name) const
     {
         CallInfo* const* pp = m_map.Find(name);
@@ -44,5 +54,9 @@ public:
     void RemoveAll();
 
 private:
+    void Retire(CallInfo* pInfo);
+
     CLumStringMap<CallInfo*> m_map;
+    int m_nPins = 0;
+    std::vector<std::unique_ptr<CallInfo>> m_aRetired;
 };
