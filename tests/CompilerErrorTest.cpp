@@ -96,6 +96,8 @@ TEST(CompilerErrors, ConstructsThatWouldRunWronglyAreRefused)
          "t.lbd:2:3: error: the counter of For must be numeric; 's$' holds a string\n"},
         {"Sub Len(x)\nEnd Sub\n",
          "t.lbd:1:5: error: 'Len' is a built-in function and cannot name a procedure\n"},
+        {"Sub Main\n  For i% = 1 To 2 Step 0.5\n  Next\nEnd Sub\n",
+         "t.lbd:2:24: error: the step of the Long counter 'i%' must be whole\n"},
     };
     for (const ErrorCase& c : aCases)
         EXPECT_EQ(Errors(c.m_pszSource), c.m_pszErrors) << c.m_pszSource;
@@ -196,4 +198,12 @@ TEST(CompilerErrors, DamagedSourcesGiveErrorsOrImagesNeverACrash)
             }
         }
     }
+}
+
+TEST(CompilerErrors, ANameMayHave255CharactersAndNoMore)
+{
+    std::string str255(255, 'n'), str256(256, 'n');
+    EXPECT_EQ(Errors(("Sub Main\n  " + str255 + " = 1\nEnd Sub\n").c_str()), "");
+    EXPECT_EQ(Errors(("Sub Main\n  " + str256 + " = 1\nEnd Sub\n").c_str()),
+              "t.lbd:2:3: error: a name is at most 255 characters long\n");
 }

@@ -30,20 +30,23 @@ TEST(Trail, UnknownTokenNamesItInHexWithEveryFrame)
 
 TEST(Trail, LineMarkerAddsTheLineOfTheFailingStatement)
 {
-    CLumBasic basic;
-    CLumImageWriter w;
-    w.SourceName("/tmp/prog.lbd");
-    w.DebugInfo(3);
-    w.Separator();
-    w.DebugInfo(7);
-    w.Token(LBT_TYPE_LONG); // a token with no handler
-    w.DebugInfo(9);
-    w.Terminator();
-    EXPECT_EQ(RunImage(basic, w.Finish()),
-              Joined(Joined({"Kein Befehl mit dem Token 185 bekannt."}, RUN_FRAMES),
-                     {"Der Fehler trat in Zeile 7 der Quelldatei auf."}));
-    EXPECT_EQ(basic.GetLineNr(), 7);
-    EXPECT_EQ(basic.GetSource(), "/tmp/prog.lbd");
+    for (long nLine : {1L, 7L})
+    {
+        CLumBasic basic;
+        CLumImageWriter w;
+        w.SourceName("/tmp/prog.lbd");
+        w.DebugInfo(3);
+        w.Separator();
+        w.DebugInfo(nLine);
+        w.Token(LBT_TYPE_LONG); // a token with no handler
+        w.DebugInfo(9);
+        w.Terminator();
+        EXPECT_EQ(RunImage(basic, w.Finish()),
+                  Joined(Joined({"Kein Befehl mit dem Token 185 bekannt."}, RUN_FRAMES),
+                         {"Der Fehler trat in Zeile " + std::to_string(nLine) + " der Quelldatei auf."}));
+        EXPECT_EQ(basic.GetLineNr(), nLine);
+        EXPECT_EQ(basic.GetSource(), "/tmp/prog.lbd");
+    }
 }
 
 TEST(Trail, DeepFailurePassesEveryEvaluationFrameOnce)
