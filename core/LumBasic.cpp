@@ -3,6 +3,7 @@
 #include <lumbasic/LumBasicExtModul.h>
 
 #include "core/LumDepthGuard.h"
+#include "core/LumFastForm.h"
 #include "core/LumFrame.h"
 
 LUM_IMPLEMENT_RUNTIME(CLumBasic, CLumObject, nullptr)
@@ -132,6 +133,9 @@ void CLumBasic::RunLoop()
             fStartedDebugger = true;
         }
         int nResult = 0;
+        // A derived class may replace any handler: it runs from the stream alone.
+        if (wToken != 0 && IsPlainAccess())
+            pFile->GetFastForm().Run(*this, wToken, nResult);
         while (wToken != 0 && nResult == 0)
         {
             if (m_pBudget->m_nLimit != 0 && ++m_pBudget->m_nCount > m_pBudget->m_nLimit)

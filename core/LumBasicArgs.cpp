@@ -120,7 +120,9 @@ CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
     if (CLumsVarValue* pValue = CachedVarOrNull(cache))
         return pValue;
     CLumsVarValue* pValue = GetVar(pszName, nullptr);
-    cache = CLumNameCache{m_pVariables, m_pVariables->GetGeneration(), m_cFunctionStack.GetScope(), pValue};
+    // A name that resolved to nothing is not remembered: a key of its own may come.
+    if (!CLumVariables::IsNullValue(pValue))
+        cache = CLumNameCache{m_pVariables, m_pVariables->GetGeneration(), m_cFunctionStack.GetScope(), pValue};
     return pValue;
 }
 

@@ -1,6 +1,7 @@
 #include <lumbasic/LumBasicFile.h>
 
 #include "core/LumFrame.h"
+#include "core/LumFastForm.h"
 #include "expr/LumReadCache.h"
 
 #include <algorithm>
@@ -109,6 +110,7 @@ void CLumBasicFile::Register()
 
 CLumBasicFile::~CLumBasicFile()
 {
+    delete m_pFastForm;
     delete m_pReadCache;
     if (m_pImage)
     {
@@ -120,6 +122,13 @@ CLumBasicFile::~CLumBasicFile()
     }
     if (m_fOwnBuffer)
         delete[] m_pBase;
+}
+
+CLumFastForm& CLumBasicFile::GetFastForm()
+{
+    if (m_pFastForm == nullptr)
+        m_pFastForm = new CLumFastForm();
+    return *m_pFastForm;
 }
 
 CLumReadCache& CLumBasicFile::GetReadCache()

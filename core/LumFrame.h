@@ -118,3 +118,18 @@ template <class Body> void LumNoThrow(Body&& body) noexcept
     {
     }
 }
+
+// Runs a probe that may fail in any way: true when it finished. For code that tries a
+// faster way first and leaves the failure to the ordinary path, which reports it.
+template <class Body> bool LumSucceeds(Body&& body) noexcept
+{
+    try
+    {
+        body();
+        return true;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}

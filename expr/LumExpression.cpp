@@ -337,49 +337,52 @@ CLumsVarValue* CLumExpression::Operation(unsigned short wToken, CLumsVarValue* p
 void CLumExpression::Apply(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r,
                            CLumsVarValue& out)
 {
-    LumFrame(FILE_LABEL, "CLumExpression::Operation()", [&] {
-        switch (wToken)
-        {
-        case LBT_AND:
-            out = l.LogicalAnd(r);
-            break;
-        case LBT_OR:
-            out = l.LogicalOr(r);
-            break;
-        case LBT_EQ:
-            out = l == r;
-            break;
-        case LBT_NE:
-            out = l != r;
-            break;
-        case LBT_GT:
-            out = l > r;
-            break;
-        case LBT_LT:
-            out = l < r;
-            break;
-        case LBT_GE:
-            out = l >= r;
-            break;
-        case LBT_LE:
-            out = l <= r;
-            break;
-        case LBT_PLUS:
-            CLumsVarValue::Add(l, r, out);
-            break;
-        case LBT_MINUS:
-            CLumsVarValue::Subtract(l, r, out);
-            break;
-        case LBT_MUL:
-            CLumsVarValue::Multiply(l, r, out);
-            break;
-        case LBT_DIV:
-            CLumsVarValue::Divide(l, r, out);
-            break;
-        default:
-            // An operator outside the table gives an empty value.
-            out = CLumsVarValue();
-            break;
-        }
-    });
+    LumFrame(FILE_LABEL, "CLumExpression::Operation()", [&] { LumApplyOperator(wToken, l, r, out); });
+}
+
+void LumApplyOperator(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
+{
+    switch (wToken)
+    {
+    case LBT_AND:
+        out = l.LogicalAnd(r);
+        break;
+    case LBT_OR:
+        out = l.LogicalOr(r);
+        break;
+    case LBT_EQ:
+        out = l == r;
+        break;
+    case LBT_NE:
+        out = l != r;
+        break;
+    case LBT_GT:
+        out = l > r;
+        break;
+    case LBT_LT:
+        out = l < r;
+        break;
+    case LBT_GE:
+        out = l >= r;
+        break;
+    case LBT_LE:
+        out = l <= r;
+        break;
+    case LBT_PLUS:
+        CLumsVarValue::Add(l, r, out);
+        break;
+    case LBT_MINUS:
+        CLumsVarValue::Subtract(l, r, out);
+        break;
+    case LBT_MUL:
+        CLumsVarValue::Multiply(l, r, out);
+        break;
+    case LBT_DIV:
+        CLumsVarValue::Divide(l, r, out);
+        break;
+    default:
+        // An operator outside the table gives an empty value.
+        out = CLumsVarValue();
+        break;
+    }
 }

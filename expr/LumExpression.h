@@ -80,3 +80,7 @@ protected:
     bool m_fOwnRoot = false;
     CLumBasic* m_pBasic;
 };
+
+// Applies a binary operator of an expression tree to two values, into `out`, which may
+// be the left one.
+void LumApplyOperator(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);

@@ -30,8 +30,7 @@ char TypeChar(const char* pszName)
 // never be changed or handed to the store.
 bool IsSharedNull(const CLumsVarValue* pValue)
 {
-    return pValue == nullptr || pValue == CLumVariables::GetNullValue("$") ||
-           pValue == CLumVariables::GetNullValue("%") || pValue == CLumVariables::GetNullValue("");
+    return pValue == nullptr || CLumVariables::IsNullValue(pValue);
 }
 
 // A value takes the type its target's name asks for; strings and numbers never mix.
@@ -178,11 +177,6 @@ int CLumBasic::Dim()
 
 namespace
 {
-// Open If and For records at most. A program never nests this deep; a damaged image
-// whose Next jumps back onto its For, or a procedure left from inside an If on every
-// pass of a loop, would otherwise grow the stack without end.
-const int MAX_OPEN_COMMANDS = 100000;
-
 // A skip that the compiler always stores forward (If, Else, While); a backward one
 // could only come from a damaged image and would make the statement spin on itself.
 void CheckForward(long nSkip, unsigned short wToken)
@@ -205,8 +199,8 @@ bool Condition(CLumBasicFile* pQuelle, CLumVariables* pVariables, CLumBasic* pBa
 void PushCommand(CLumCmdStack& stack, CmdData* pCmd)
 {
     std::unique_ptr<CmdData> pOwned(pCmd);
-    if (stack.GetCount() >= MAX_OPEN_COMMANDS)
-        LumRaise(LUM_MSG_TOO_MANY_OPEN, MAX_OPEN_COMMANDS);
+    if (stack.GetCount() >= CLumBasic::MAX_OPEN_COMMANDS)
+        LumRaise(LUM_MSG_TOO_MANY_OPEN, CLumBasic::MAX_OPEN_COMMANDS);
     stack.Push(pOwned.get());
     pOwned.release();
 }

@@ -57,7 +57,9 @@ void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
     if (pp == nullptr)
     {
         m_map.Insert(pszName, pValue);
-        m_nGeneration = NextGeneration();
+        // Only a scoped key can hide a variable that a name resolved to before.
+        if (pszName[0] == '@')
+            m_nGeneration = NextGeneration();
         return;
     }
     if (*pp == pValue)

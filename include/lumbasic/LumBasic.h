@@ -28,6 +28,7 @@ class CLumBasic : public CLumObject
     friend class CLumExpression;
     friend class CLumBasicDebugger;
     friend class CLumBasicExtModul;
+    friend class CLumFastForm;
 
 public:
     // What a caller of GetArg asks for.
@@ -45,6 +46,10 @@ public:
     static constexpr int MAX_NESTING = 2000;
     // Procedure calls open at once, at most: a call is a jump, so this bounds memory, not the stack.
     static constexpr int MAX_CALL_DEPTH = 100000;
+    // If and For statements open at once, at most. A program never nests this deep; a
+    // damaged image whose Next jumps back onto its For, or a procedure left from inside
+    // an If on every pass of a loop, would otherwise grow the stack without end.
+    static constexpr int MAX_OPEN_COMMANDS = 100000;
 
     explicit CLumBasic(CLumVariables* pVariables = nullptr, CLumFunctions* pFunctions = nullptr);
     ~CLumBasic() override;

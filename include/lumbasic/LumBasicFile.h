@@ -15,6 +15,7 @@
 #include <vector>
 
 class CLumReadCache;
+class CLumFastForm;
 
 // The bytes of one loaded image, terminator included. When the image is freed the
 // range is emptied, so holders of it can tell that it is gone.
@@ -83,6 +84,15 @@ public:
         if (!InRegion(p))
             FindRegion();
     }
+    // Moves the position within the bounds it stands in, as a relative Seek does: a
+    // position outside them fails at the next read.
+    void MoveTo(unsigned char* p) { m_pPosition = p; }
+    // Whether n bytes can be read at `p` within the bounds the position stands in.
+    bool CanReadAt(const unsigned char* p, size_t n) const
+    {
+        uintptr_t nOffset = reinterpret_cast<uintptr_t>(p) - reinterpret_cast<uintptr_t>(m_pLo);
+        return nOffset <= m_nRegion && m_nRegion - nOffset >= n;
+    }
     unsigned char* GetBasePointer() const { return m_pBase; }
     unsigned int Read(void* p, unsigned int n);
     long Seek(long nOffset, unsigned int nFrom);
@@ -93,12 +103,10 @@ public:
     std::shared_ptr<const CLumImageRange> GetImage() const { return m_pImage; }
     // What this cursor learnt from what it read (trees, names), made on first use.
     CLumReadCache& GetReadCache();
+    // The fast form of the statements this cursor runs, made on first use.
+    CLumFastForm& GetFastForm();
     // Whether n bytes can be read at the position.
-    bool CanRead(size_t n) const
-    {
-        uintptr_t nOffset = reinterpret_cast<uintptr_t>(m_pPosition) - reinterpret_cast<uintptr_t>(m_pLo);
-        return nOffset <= m_nRegion && m_nRegion - nOffset >= n;
-    }
+    bool CanRead(size_t n) const { return CanReadAt(m_pPosition, n); }
 
 private:
     struct SavedPosition
@@ -133,4 +141,5 @@ private:
     size_t m_nRegion = 0;
     std::shared_ptr<CLumImageRange> m_pImage;
     CLumReadCache* m_pReadCache = nullptr;
+    CLumFastForm* m_pFastForm = nullptr;
 };

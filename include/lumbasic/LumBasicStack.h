@@ -101,28 +101,39 @@ class CLumCallStack : public CLumOwningStack<CallData>
 class CLumParamStack : public CLumOwningStack<CLumsVarValue>
 {
 };
+// The scope id of a procedure name: the same for every activation of one name, so
+// that what a name resolved to in one call stands for the next. Ids are never given
+// twice; the table forgets its names when it grows large, and a name then gets a new id.
+uint64_t LumScopeOf(const char* pszName);
+// Counts the times the table forgot its names: an id taken for a name stays that
+// name's current id while the count is the same.
+uint64_t LumScopeEpoch();
+
 class CLumFunctionStack : public CLumBasicStack<std::string>
 {
 public:
-    void Push(const char* psz)
+    void Push(const char* psz) { Push(psz, LumScopeOf(psz)); }
+    // Pushes a name whose scope id the caller knows.
+    void Push(const char* psz, uint64_t nScope)
     {
         CLumBasicStack<std::string>::Push(std::string(psz));
-        m_aSerials.push_back(++t_nSerial);
+        m_aScopes.push_back(nScope);
     }
     std::string Pop()
     {
         std::string str = CLumBasicStack<std::string>::Pop();
-        m_aSerials.pop_back();
+        m_aScopes.pop_back();
         return str;
     }
     const std::string& TopString() const { return CLumBasicStack<std::string>::Top(); }
     const char* Top() const { return TopString().c_str(); }
-    // Names the scope that variable names resolve in: 0 where names are plain (no
-    // procedure or the one entered by straight-line flow), else a number that no
-    // other activation of a procedure on this thread has had.
-    uint64_t GetScope() const { return m_aSerials.size() > 1 ? m_aSerials.back() : 0; }
+    // Names what variable names resolve to: the procedure on top and whether names
+    // are scoped (more than one procedure running); 0 with none running.
+    uint64_t GetScope() const
+    {
+        return m_aScopes.empty() ? 0 : (m_aScopes.back() << 1) | (m_aScopes.size() > 1 ? 1 : 0);
+    }
 
 private:
-    std::vector<uint64_t> m_aSerials;
-    static inline thread_local uint64_t t_nSerial = 0;
+    std::vector<uint64_t> m_aScopes;
 };

@@ -57,8 +57,10 @@ public:
     virtual void SetValuesFromString(const char* pszText);
 
     size_t GetCount() const { return m_map.GetCount(); }
-    // Changes whenever a key is added, so that a pointer found for a name stays the
-    // answer for it while the generation is the same. No two stores share one.
+    // Changes whenever a scoped key ("@...") is added or a variable's object is
+    // replaced or removed: a name that resolved to a variable resolves to the same
+    // one while the generation is the same. A name that resolved to nothing must be
+    // looked up again, as any new key may be its. No two stores share a generation.
     uint64_t GetGeneration() const { return m_nGeneration; }
     // Entries in iteration order, for hosts that walk the store.
     const CLumStringMap<CLumsVarValue*>& GetMap() const { return m_map; }
@@ -72,6 +74,11 @@ public:
     bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
     // The shared null value for a name by its last character.
     static CLumsVarValue* GetNullValue(std::string_view name);
+    // Whether a value is one of the shared null values, which stand for no variable.
+    static bool IsNullValue(const CLumsVarValue* pValue)
+    {
+        return pValue == &m_cDoubleNull || pValue == &m_cLongNull || pValue == &m_cStringNull;
+    }
     // Composes name and index list into `pszBuffer` (MAX_KEY + 1 bytes); gives the length.
     static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices);
 

@@ -85,6 +85,9 @@ public:
     }
 
     int GetType() const noexcept { return m_nType; }
+    // The number a long or a double holds, for code that has looked at the type.
+    int32_t LongValue() const noexcept { return m_nLong; }
+    double DoubleValue() const noexcept { return m_dDouble; }
     bool IsString() const noexcept { return m_nType == VT_STRING; }
     bool IsNumber() const noexcept { return m_nType == VT_LONG || m_nType == VT_DOUBLE; }
 

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Times each pair of equivalent programs in this folder, LumBasic against Lua 5.4 with
+# global variables, and prints the time per pass of each and their ratio. The results
+# of both programs are checked equal first. Needs hyperfine and lua5.4 (Debian
+# packages of those names) and a built tree:
+#     bench/compare/run.sh [path/to/lumbasic]
+# Each program reads its number of passes n (LumBasic: n% from --vars; Lua: arg[1]);
+# the time of a run with n = 0, the start-up, is subtracted.
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+lumbasic="$(realpath "${1:-$here/../../build/cli/lumbasic}")"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+# kind, passes, what it does
+kinds=(
+  "for 3000000 For loop, s = s + i"
+  "while 2000000 While loop of three statements"
+  "call 1010000 recursive user function, per call"
+  "array 1000000 array element write + read"
+  "string 500000 string concatenation and slicing"
+  "tostring 1000000 number to string"
+  "sub 1000000 Sub call with two parameters"
+  "template 300000 Str\$ with a template"
+  "invoice 200000 invoice lines (realistic program)"
+)
+
+result_of_lumbasic() { # kind n
+  echo "L:n%=$2" > "$work/n.vars"
+  "$lumbasic" run --vars "$work/n.vars" --dump "$work/$1.lbc" | sed -n 's/^D:result=//p'
+}
+
+mean_of() { # command...: mean seconds of several runs
+  hyperfine -N --warmup 1 --runs "${RUNS:-5}" --export-json "$work/t.json" "$*" >/dev/null 2>&1
+  sed -n 's/.*"mean": *\([0-9.e-]*\).*/\1/p' "$work/t.json" | head -1
+}
+
+printf '%-44s %14s %14s %8s\n' "kind of work" "LumBasic ns" "Lua 5.4 ns" "ratio"
+for entry in "${kinds[@]}"; do
+  [ -n "${ONLY:-}" ] && [[ " $ONLY " != *" ${entry%% *} "* ]] && continue
+  read -r kind n label <<< "$entry"
+  "$lumbasic" compile "$here/$kind.lbd" -o "$work/$kind.lbc" >/dev/null
+  lum="$(result_of_lumbasic "$kind" 1010)"
+  lua="$(lua5.4 "$here/$kind.lua" 1010)"
+  if [ "$lum" != "$lua" ]; then
+    echo "$kind: the results differ: LumBasic $lum, Lua $lua" >&2
+    exit 1
+  fi
+  echo "L:n%=$n" > "$work/n.vars"; cp "$work/n.vars" "$work/full.vars"
+  echo "L:n%=0" > "$work/zero.vars"
+  t_lum=$(mean_of "$lumbasic" run --vars "$work/full.vars" "$work/$kind.lbc")
+  t_lum0=$(mean_of "$lumbasic" run --vars "$work/zero.vars" "$work/$kind.lbc")
+  t_lua=$(mean_of lua5.4 "$here/$kind.lua" "$n")
+  t_lua0=$(mean_of lua5.4 "$here/$kind.lua" 0)
+  awk -v l="$label" -v a="$t_lum" -v a0="$t_lum0" -v b="$t_lua" -v b0="$t_lua0" -v n="$n" 'BEGIN {
+    x = (a - a0) / n * 1e9; y = (b - b0) / n * 1e9
+    printf "%-44s %14.1f %14.1f %8.2f\n", l, x, y, (y > 0 ? x / y : 0) }'
+done
+
+# Peak memory of 400,000 array elements, half numbers and half short strings.
+"$lumbasic" compile "$here/memory.lbd" -o "$work/memory.lbc" >/dev/null
+echo "L:n%=400000" > "$work/n.vars"
+echo "L:n%=0" > "$work/zero.vars"
+peak() { /usr/bin/time -f %M -o "$work/peak" "$@" >/dev/null; cat "$work/peak"; }
+m_lum=$(peak "$lumbasic" run --vars "$work/n.vars" "$work/memory.lbc")
+m_lum0=$(peak "$lumbasic" run --vars "$work/zero.vars" "$work/memory.lbc")
+m_lua=$(peak lua5.4 "$here/memory.lua" 400000)
+m_lua0=$(peak lua5.4 "$here/memory.lua" 0)
+awk -v a="$m_lum" -v a0="$m_lum0" -v b="$m_lua" -v b0="$m_lua0" 'BEGIN {
+  printf "%-44s %14d %14d %8.2f\n", "peak memory, 400,000 elements (KB above start)", a - a0, b - b0, (a - a0) / (b - b0) }'

@@ -1,0 +1,317 @@
+// The fast form of a program: a second form of the statements a cursor runs, made from
+// the image's bytes the first time each statement runs. A statement of the fast form
+// knows its operands, its expression trees compiled to nodes that remember their
+// variables, and the statements it leads to; the run loop follows these links instead
+// of reading the image again.
+//
+// The image stays the one source of truth. A statement that the form does not cover
+// (an unknown token, a call, Dim, For, Import...), an interpreter of a derived class,
+// an attached extension module, or anything unusual at run time (a string where a
+// number was expected, a missing loop record, any failure of an expression) sends
+// that statement to the stream and its handler, which runs it as it always does, with
+// the same messages and trails. A fast statement changes nothing before it knows that
+// it will finish, so that the handler may run it again from its start.
+#pragma once
+
+#include <lumbasic/LumTokens.h>
+#include <lumbasic/LumVariables.h>
+#include <lumbasic/LumsVarValue.h>
+
+#include "core/LumAddressMap.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CLumBasic;
+class CLumBasicFile;
+class CLumTermNode;
+
+// A number as the fast form computes with it: a long or a double.
+struct SLumNumber
+{
+    bool m_fDouble;
+    int32_t m_nLong;
+    double m_dDouble;
+
+    double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
+};
+
+// A node of a compiled expression tree.
+struct SLumFastExpr
+{
+    enum EOp : uint8_t
+    {
+        CONSTANT,
+        VARIABLE,
+        ELEMENT,
+        // The name of an element, as the target of an assignment.
+        ELEMENT_NAME,
+        OPERATOR,
+        // Anything else (a built-in function, a name asked for): evaluated by the
+        // expression machinery from its tree node.
+        OTHER,
+    };
+    EOp m_eOp = OTHER;
+    // The type character of a variable's or an element's name.
+    char m_cType = 0;
+    unsigned short m_wToken = 0;
+    CLumTermNode* m_pNode = nullptr;
+    SLumFastExpr* m_pLeft = nullptr;
+    SLumFastExpr* m_pRight = nullptr;
+    // CONSTANT: the constant as a number, where it is one.
+    bool m_fNumber = false;
+    SLumNumber m_cNumber{};
+    // VARIABLE and ELEMENT: the name in the image, and where a variable was found.
+    const char* m_pszName = nullptr;
+    unsigned m_nNameLength = 0;
+    CLumNameCache m_cCache;
+    // ELEMENT: the index expressions.
+    std::vector<SLumFastExpr*> m_apIndices;
+};
+
+// A statement of the fast form.
+struct SLumFastStep
+{
+    enum EKind : uint8_t
+    {
+        // Runs from the stream, by its handler.
+        SLOW,
+        MARKER,
+        ASSIGN,
+        ASSIGN_ELEMENT,
+        IF,
+        ELSE,
+        ENDIF,
+        WHILE,
+        WEND,
+        DO,
+        LOOP,
+        NEXT,
+    };
+    EKind m_eKind = SLOW;
+    // The value or condition is a number, computed without values of the store's kind.
+    bool m_fNumeric = false;
+    // MARKER: a marker stands right behind, so this one does not reach the debugger.
+    bool m_fMarkerFollows = false;
+    // ASSIGN and ASSIGN_ELEMENT: the target's type character.
+    char m_cType = 0;
+    unsigned short m_wToken = 0;
+    // LOOP: Loop While or Until.
+    unsigned short m_wLoopKind = 0;
+    long m_nLine = 0;
+    long m_nSkip = 0;
+    unsigned char* m_pAt = nullptr;   // the statement's token
+    unsigned char* m_pEnd = nullptr;  // behind its operands
+    unsigned char* m_pJump = nullptr; // where a taken skip leads
+    SLumFastStep* m_pNext = nullptr;  // linked on first use
+    SLumFastStep* m_pTaken = nullptr;
+    // ASSIGN: the target's name in the image, and where it was stored last.
+    const char* m_pszName = nullptr;
+    CLumNameCache m_cTarget;
+    SLumFastExpr* m_pExpr = nullptr;
+    // ASSIGN_ELEMENT: the element whose name is the target.
+    SLumFastExpr* m_pTarget = nullptr;
+};
+
+// The helpers below sit in the innermost loops of a run: always inlined.
+#define LUM_HOT inline __attribute__((always_inline))
+
+// A value as a number (an empty value is the long 0); false for a string.
+LUM_HOT bool LumFastNumber(const CLumsVarValue& value, SLumNumber& out)
+{
+    switch (value.GetType())
+    {
+    case CLumsVarValue::VT_LONG:
+        out.m_fDouble = false;
+        out.m_nLong = value.LongValue();
+        return true;
+    case CLumsVarValue::VT_DOUBLE:
+        out.m_fDouble = true;
+        out.m_dDouble = value.DoubleValue();
+        return true;
+    case CLumsVarValue::VT_EMPTY:
+        out.m_fDouble = false;
+        out.m_nLong = 0;
+        return true;
+    default:
+        return false;
+    }
+}
+
+LUM_HOT void LumFastSetLong(SLumNumber& out, int64_t n)
+{
+    // A long wraps in 32 bits.
+    out.m_fDouble = false;
+    out.m_nLong = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(n)));
+}
+
+LUM_HOT void LumFastSetDouble(SLumNumber& out, double d)
+{
+    out.m_fDouble = true;
+    out.m_dDouble = d;
+}
+
+// -1, 0, 1, or 2 for unequal (NaN), as CLumsVarValue::Compare orders two numbers.
+LUM_HOT int LumFastCompare(const SLumNumber& l, const SLumNumber& r)
+{
+    if (!l.m_fDouble && !r.m_fDouble)
+        return l.m_nLong < r.m_nLong ? -1 : (l.m_nLong > r.m_nLong ? 1 : 0);
+    double a = l.AsDouble(), b = r.AsDouble();
+    if (a < b)
+        return -1;
+    if (a > b)
+        return 1;
+    return a == b ? 0 : 2;
+}
+
+LUM_HOT bool LumFastTruth(const SLumNumber& n)
+{
+    return n.m_fDouble ? n.m_dDouble != 0.0 : n.m_nLong != 0;
+}
+
+// Stores a number into a variable of the type its name's character gives.
+LUM_HOT void LumFastStore(CLumsVarValue& target, const SLumNumber& n, char cType)
+{
+    if (cType == '%')
+        target = static_cast<long>(n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong);
+    else
+        target = n.AsDouble();
+}
+
+// Applies an operator of an expression tree to two numbers by the rules of the value
+// type; false for one it does not compute (division by zero, an unknown token).
+LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SLumNumber& r, SLumNumber& out)
+{
+    bool fLongs = !l.m_fDouble && !r.m_fDouble;
+    switch (wToken)
+    {
+    case LBT_PLUS:
+        fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) + r.m_nLong)
+               : LumFastSetDouble(out, l.AsDouble() + r.AsDouble());
+        return true;
+    case LBT_MINUS:
+        fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) - r.m_nLong)
+               : LumFastSetDouble(out, l.AsDouble() - r.AsDouble());
+        return true;
+    case LBT_MUL:
+        fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) * r.m_nLong)
+               : LumFastSetDouble(out, l.AsDouble() * r.AsDouble());
+        return true;
+    case LBT_DIV:
+        if (r.AsDouble() == 0.0)
+            return false; // the handler reports the division by zero
+        LumFastSetDouble(out, l.AsDouble() / r.AsDouble());
+        return true;
+    case LBT_AND:
+        LumFastSetLong(out, LumFastTruth(l) && LumFastTruth(r));
+        return true;
+    case LBT_OR:
+        LumFastSetLong(out, LumFastTruth(l) || LumFastTruth(r));
+        return true;
+    case LBT_EQ:
+        LumFastSetLong(out, LumFastCompare(l, r) == 0);
+        return true;
+    case LBT_NE:
+        LumFastSetLong(out, LumFastCompare(l, r) != 0);
+        return true;
+    case LBT_LT:
+        LumFastSetLong(out, LumFastCompare(l, r) == -1);
+        return true;
+    case LBT_LE:
+    {
+        int n = LumFastCompare(l, r);
+        LumFastSetLong(out, n == -1 || n == 0);
+        return true;
+    }
+    case LBT_GT:
+        LumFastSetLong(out, LumFastCompare(l, r) == 1);
+        return true;
+    case LBT_GE:
+    {
+        int n = LumFastCompare(l, r);
+        LumFastSetLong(out, n == 1 || n == 0);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+class CLumFastForm
+{
+public:
+    CLumFastForm() = default;
+    CLumFastForm(const CLumFastForm&) = delete;
+    CLumFastForm& operator=(const CLumFastForm&) = delete;
+
+    // Does the run loop's work from the statement whose token `wToken` it has just
+    // read, until the run ends or an extension module is attached or a handler puts
+    // another cursor in place; `wToken` and `nResult` then stand as the run loop goes on.
+    void Run(CLumBasic& basic, unsigned short& wToken, int& nResult);
+
+private:
+    enum EOutcome
+    {
+        GO_ON,  // on to the statement behind
+        JUMP,   // on to the statement the skip leads to
+        HANDLER // the statement is for its handler after all
+    };
+
+    SLumFastStep* StepAt(CLumBasic& basic, unsigned char* pAt);
+    SLumFastStep* Follow(CLumBasic& basic, unsigned char* pRaw, SLumFastStep*& pLink);
+    // Leaves the form at a raw position as the run loop would, reading the next token.
+    void Leave(CLumBasic& basic, unsigned char* pRaw, unsigned short& wToken);
+
+    // Translation (LumFastTranslate.cpp).
+    void Translate(CLumBasic& basic, SLumFastStep& step);
+    void TranslateOperands(CLumBasic& basic, SLumFastStep& step);
+    bool ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForward);
+    // `fValue`: the expression's value is wanted, not a name it gives.
+    SLumFastExpr* ReadExpression(CLumBasic& basic, bool fValue);
+    SLumFastExpr* Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue);
+    bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
+    static bool IsNumeric(const SLumFastExpr* pExpr);
+    static bool IsPure(const CLumTermNode* pNode);
+
+    // Execution (LumFastRun.cpp).
+    SLumFastStep* RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt);
+    EOutcome Execute(CLumBasic& basic, SLumFastStep& step);
+    EOutcome Assign(CLumBasic& basic, SLumFastStep& step);
+    EOutcome Branch(CLumBasic& basic, SLumFastStep& step);
+    EOutcome Next(CLumBasic& basic);
+    bool Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
+    bool EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    bool Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    // The variable a cache names, while store, generation and scope are the same.
+    CLumsVarValue* Cached(const CLumNameCache& cache) const
+    {
+        return cache.m_pStore == m_pStore && cache.m_nScope == m_nScope &&
+                       cache.m_nGeneration == m_pStore->GetGeneration()
+                   ? cache.m_pValue
+                   : nullptr;
+    }
+    const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
+
+    // Values, elements and stores (LumFastValue.cpp).
+    EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
+    bool ValueFor(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& value);
+    EOutcome AssignElement(CLumBasic& basic, SLumFastStep& step);
+    CLumsVarValue* Target(CLumBasic& basic, const char* pszName, std::string& strKey);
+    void Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache);
+    bool EvalOtherNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    void EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    const CLumsVarValue* Element(CLumBasic& basic, SLumFastExpr& expr);
+    bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
+    bool ElementName(CLumBasic& basic, SLumFastExpr& expr, char* pszKey, size_t& nLength);
+    void EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+
+    // The store and the scope of the statements running now, taken when a run of
+    // statements starts: only a handler changes the scope.
+    CLumVariables* m_pStore = nullptr;
+    uint64_t m_nScope = 0;
+    CLumAddressMap<SLumFastStep*> m_mapSteps;
+    std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
+    std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;
+};

@@ -1,0 +1,279 @@
+// The run of the fast form: the run loop's own work, statement after statement along
+// the links, with the handler taking every statement the form does not run itself.
+// The statements that loops repeat most (line markers, assignments of numbers, Next
+// and the branches) run here without leaving this file.
+#include "core/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumFrame.h"
+
+void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult)
+{
+    CLumBasicFile* pFile = basic.m_pQuelle;
+    SLumFastStep* pStep = StepAt(basic, pFile->GetPosition() - 2);
+    for (;;)
+    {
+        unsigned char* pLeaveAt = nullptr;
+        pStep = RunSteps(basic, pStep, pLeaveAt);
+        if (pStep == nullptr)
+        {
+            // The form leads nowhere further: the run loop reads on from there, and meets
+            // the end of the run or a damaged image as it always does.
+            Leave(basic, pLeaveAt, wToken);
+            return;
+        }
+        CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+        if (budget.m_nLimit != 0 && ++budget.m_nCount > budget.m_nLimit)
+            LumRaise(LUM_MSG_STATEMENT_LIMIT, budget.m_nLimit);
+        pFile->MoveTo(pStep->m_pAt + 2);
+        wToken = pStep->m_wToken;
+        nResult = basic.DispatchToken(wToken);
+        if (basic.m_pQuelle != pFile)
+            return; // a handler put another cursor in place: it is the run loop's
+        if (pFile->PeekToken() == LBT_SEPARATOR)
+            pFile->GetToken();
+        if (nResult != 0)
+            return;
+        wToken = pFile->GetToken();
+        // Attached modules see every statement through the dispatch, as they may watch
+        // or replace any of them.
+        if (wToken == 0 || !basic.m_pExtModuls->empty())
+            return;
+        pStep = StepAt(basic, pFile->GetPosition() - 2);
+    }
+}
+
+// The statement a raw position leads to, as the run loop finds it: a separator
+// there is passed. Null where the next read would fail or the run ends; the run loop
+// then meets that itself.
+SLumFastStep* CLumFastForm::Follow(CLumBasic& basic, unsigned char* pRaw, SLumFastStep*& pLink)
+{
+    const CLumBasicFile& file = *basic.m_pQuelle;
+    unsigned char* p = pRaw;
+    if (!file.CanReadAt(p, 2))
+        return nullptr;
+    if ((p[0] | (p[1] << 8)) == LBT_SEPARATOR)
+    {
+        p += 2;
+        if (!file.CanReadAt(p, 2))
+            return nullptr;
+    }
+    if ((p[0] | (p[1] << 8)) == 0)
+        return nullptr;
+    pLink = StepAt(basic, p);
+    return pLink;
+}
+
+void CLumFastForm::Leave(CLumBasic& basic, unsigned char* pRaw, unsigned short& wToken)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    file.MoveTo(pRaw);
+    if (file.PeekToken() == LBT_SEPARATOR)
+        file.GetToken();
+    wToken = file.GetToken();
+}
+
+LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastStep& step)
+{
+    switch (step.m_eKind)
+    {
+    case SLumFastStep::MARKER:
+        // With the debugger in debug mode the marker goes to its handler, which stops
+        // there or counts the line; otherwise it only notes the line for messages.
+        basic.m_nLine = step.m_nLine;
+        return basic.m_fDebugMode && basic.m_pDebugger != nullptr && !step.m_fMarkerFollows ? HANDLER : GO_ON;
+    case SLumFastStep::ASSIGN:
+        return Assign(basic, step);
+    case SLumFastStep::ASSIGN_ELEMENT:
+        return AssignElement(basic, step);
+    case SLumFastStep::NEXT:
+        return Next(basic);
+    case SLumFastStep::SLOW:
+        return HANDLER;
+    default:
+        return Branch(basic, step);
+    }
+}
+
+const CLumsVarValue* CLumFastForm::Variable(CLumBasic& basic, SLumFastExpr& expr)
+{
+    if (CLumsVarValue* pValue = Cached(expr.m_cCache))
+        return pValue;
+    return basic.CachedVar(expr.m_cCache, expr.m_pszName);
+}
+
+// Constants and variables, the leaves of nearly every tree, without a call.
+LUM_HOT bool CLumFastForm::Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+{
+    if (expr.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = expr.m_cNumber;
+        return expr.m_fNumber;
+    }
+    if (expr.m_eOp == SLumFastExpr::VARIABLE)
+    {
+        const CLumsVarValue* pValue = Cached(expr.m_cCache);
+        return LumFastNumber(pValue != nullptr ? *pValue : *Variable(basic, expr), out);
+    }
+    return EvalNumber(basic, expr, out);
+}
+
+bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+    case SLumFastExpr::VARIABLE:
+        return Leaf(basic, expr, out);
+    case SLumFastExpr::OPERATOR:
+    {
+        SLumNumber r;
+        return Leaf(basic, *expr.m_pLeft, out) && Leaf(basic, *expr.m_pRight, r) &&
+               LumFastOperate(expr.m_wToken, out, r, out);
+    }
+    default:
+        return EvalOtherNumber(basic, expr, out);
+    }
+}
+
+// An assignment of a number to a variable found before goes straight into it; every
+// other assignment takes the way of values.
+LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastStep& step)
+{
+    if (!step.m_fNumeric || step.m_cType == '$')
+        return AssignValue(basic, step);
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty())
+        return AssignValue(basic, step);
+    SLumNumber n;
+    if (!EvalNumber(basic, *step.m_pExpr, n))
+        return HANDLER;
+    LumFastStore(*pTarget, n, step.m_cType);
+    return GO_ON;
+}
+
+// Next as its handler does it, for a counter, a step and an end that are numbers.
+LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic)
+{
+    CLumCmdStack& stack = basic.m_cCmdStack;
+    if (stack.IsEmpty() || stack.Top()->m_nKind != 1)
+        return HANDLER;
+    CmdData* pCmd = stack.Top();
+    CLumsVarValue* pCounter = Cached(pCmd->m_cCounter);
+    if (pCounter == nullptr)
+        pCounter = basic.CachedVar(pCmd->m_cCounter, pCmd->m_pszVarName);
+    SLumNumber counter, step, end, ended;
+    if (pCounter == nullptr || CLumVariables::IsNullValue(pCounter) || !LumFastNumber(*pCounter, counter) ||
+        !LumFastNumber(*pCmd->m_pStepValue, step) || !LumFastNumber(*pCmd->m_pEndValue, end))
+        return HANDLER;
+    LumFastOperate(LBT_PLUS, counter, step, counter);
+    LumFastOperate(step.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, end, ended);
+    LumFastStore(*pCounter, counter, counter.m_fDouble ? 0 : '%');
+    if (ended.m_nLong == 0)
+        return JUMP;
+    // The last increment stays in the store.
+    delete stack.Pop();
+    return GO_ON;
+}
+
+bool CLumFastForm::Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
+{
+    if (step.m_fNumeric)
+    {
+        SLumNumber n;
+        if (!EvalNumber(basic, *step.m_pExpr, n))
+            return false;
+        fTrue = LumFastTruth(n);
+        return true;
+    }
+    CLumsVarValue value;
+    EvalValue(basic, *step.m_pExpr, value);
+    fTrue = value.IsTrue();
+    return true;
+}
+
+// If, Else, End If, While, Wend, Do and Loop, with the records of If as their
+// handlers keep them.
+CLumFastForm::EOutcome CLumFastForm::Branch(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumCmdStack& stack = basic.m_cCmdStack;
+    bool fTrue = false;
+    switch (step.m_eKind)
+    {
+    case SLumFastStep::IF:
+    {
+        if (stack.GetCount() >= CLumBasic::MAX_OPEN_COMMANDS || !Condition(basic, step, fTrue))
+            return HANDLER;
+        CmdData* pCmd = new CmdData();
+        pCmd->m_fCondition = fTrue;
+        stack.Push(pCmd);
+        return fTrue ? GO_ON : JUMP;
+    }
+    case SLumFastStep::ELSE:
+        if (stack.IsEmpty() || stack.Top()->m_nKind != 0)
+            return HANDLER;
+        return stack.Top()->m_fCondition ? JUMP : GO_ON;
+    case SLumFastStep::ENDIF:
+        if (stack.IsEmpty())
+            return HANDLER;
+        delete stack.Pop();
+        return GO_ON;
+    case SLumFastStep::WHILE:
+        if (!Condition(basic, step, fTrue))
+            return HANDLER;
+        return fTrue ? GO_ON : JUMP;
+    case SLumFastStep::WEND:
+        return JUMP;
+    case SLumFastStep::DO:
+        return GO_ON;
+    case SLumFastStep::LOOP:
+        if (!Condition(basic, step, fTrue))
+            return HANDLER;
+        // Loop While goes on while the condition holds; every other kind is Until.
+        return fTrue == (step.m_wLoopKind == LBT_WHILE) ? JUMP : GO_ON;
+    default:
+        return HANDLER;
+    }
+}
+
+// Runs statements along the links for as long as they run here. Gives the statement
+// for the handler, or null where the links end, with the raw position in `pLeaveAt`.
+// Whatever fails in a statement sends it to its handler: nothing was changed before.
+SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    int nDepth = file.GetStackDepth();
+    CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+    m_pStore = basic.m_pVariables;
+    m_nScope = basic.m_cFunctionStack.GetScope();
+    try
+    {
+        for (;;)
+        {
+            if (budget.m_nLimit != 0 && budget.m_nCount >= budget.m_nLimit)
+                return pStep; // the handler's count fails it
+            EOutcome eOutcome = Execute(basic, *pStep);
+            if (eOutcome == HANDLER)
+                return pStep;
+            if (budget.m_nLimit != 0)
+                ++budget.m_nCount;
+            bool fJump = eOutcome == JUMP;
+            SLumFastStep*& pLink = fJump ? pStep->m_pTaken : pStep->m_pNext;
+            SLumFastStep* pNext =
+                pLink != nullptr ? pLink : Follow(basic, fJump ? pStep->m_pJump : pStep->m_pEnd, pLink);
+            if (pNext == nullptr)
+            {
+                pLeaveAt = fJump ? pStep->m_pJump : pStep->m_pEnd;
+                return nullptr;
+            }
+            pStep = pNext;
+        }
+    }
+    catch (...)
+    {
+        while (file.GetStackDepth() > nDepth)
+            file.SetMemoryMode(nullptr);
+        return pStep;
+    }
+}

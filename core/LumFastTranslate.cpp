@@ -1,0 +1,320 @@
+// How a statement of the image becomes a statement of the fast form. Operands are read
+// with the cursor's own checks; whatever the handler would refuse, and whatever the
+// form does not cover, stays a statement for the handler.
+#include "core/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumFrame.h"
+#include "expr/LumExpression.h"
+#include "expr/LumReadCache.h"
+
+#include <cstring>
+
+namespace
+{
+// The byte in front of the first ":", else the last one.
+char TypeChar(const char* psz, size_t n)
+{
+    const char* pColon = static_cast<const char*>(memchr(psz, ':', n));
+    size_t nName = pColon ? static_cast<size_t>(pColon - psz) : n;
+    return nName > 0 ? psz[nName - 1] : '\0';
+}
+
+bool IsPureFunction(unsigned short wToken)
+{
+    switch (wToken)
+    {
+#define LUM_PURE_CASE(token, method) case LBT_##token:
+        LUM_FUNCTION_HANDLERS(LUM_PURE_CASE)
+#undef LUM_PURE_CASE
+        return wToken != LBT_USERFUNCTION;
+    default:
+        return false;
+    }
+}
+
+// Built-ins whose result is a number.
+bool GivesNumber(unsigned short wToken)
+{
+    switch (wToken)
+    {
+    case LBT_ABS:
+    case LBT_SGN:
+    case LBT_ASC:
+    case LBT_LEN:
+    case LBT_VAL:
+    case LBT_FIX:
+    case LBT_FRAC:
+    case LBT_INSTR:
+    case LBT_ROUND:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool IsNumericOperator(unsigned short wToken)
+{
+    return wToken >= LBT_AND && wToken <= LBT_DIV && (wToken & 0xFF) == 0x82;
+}
+} // namespace
+
+SLumFastStep* CLumFastForm::StepAt(CLumBasic& basic, unsigned char* pAt)
+{
+    if (SLumFastStep** pp = m_mapSteps.Find(pAt))
+        return *pp;
+    m_aSteps.push_back(std::make_unique<SLumFastStep>());
+    SLumFastStep& step = *m_aSteps.back();
+    step.m_pAt = pAt;
+    Translate(basic, step);
+    m_mapSteps.Insert(pAt, &step);
+    return &step;
+}
+
+// The cursor reads the statement where it stands and is put back afterwards, with its
+// memory-mode positions as they were, whatever the reading met.
+void CLumFastForm::Translate(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    unsigned char* pBefore = file.GetPosition();
+    int nDepth = file.GetStackDepth();
+    bool fRead = LumSucceeds([&] {
+        file.MoveTo(step.m_pAt);
+        step.m_wToken = file.GetToken();
+        TranslateOperands(basic, step);
+        step.m_pEnd = file.GetPosition();
+        // Address arithmetic as Seek does it: a skip may lead anywhere, and leaving the
+        // image shows at the next read.
+        step.m_pJump = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(step.m_pEnd) +
+                                                        static_cast<uintptr_t>(step.m_nSkip));
+    });
+    // A Wend goes back onto its While; anything else is the handler's to refuse.
+    if (fRead && step.m_eKind == SLumFastStep::WEND &&
+        (!file.CanReadAt(step.m_pJump, 2) || (step.m_pJump[0] | (step.m_pJump[1] << 8)) != LBT_WHILE))
+        fRead = false;
+    if (!fRead)
+        step.m_eKind = SLumFastStep::SLOW;
+    while (file.GetStackDepth() > nDepth)
+        file.SetMemoryMode(nullptr);
+    file.MoveTo(pBefore);
+}
+
+void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    SLumFastStep::EKind eKind = SLumFastStep::SLOW;
+    switch (step.m_wToken)
+    {
+    case LBT_DEBUGINFO:
+        step.m_nLine = file.GetDWord();
+        step.m_fMarkerFollows = file.PeekToken() == LBT_DEBUGINFO;
+        eKind = SLumFastStep::MARKER;
+        break;
+    case LBT_ASSIGN:
+    case LBT_EQ:
+    {
+        unsigned short wTarget = file.GetToken();
+        if (wTarget == LBT_NAME)
+        {
+            step.m_pszName = file.GetCountedText();
+            step.m_cType = TypeChar(step.m_pszName, strlen(step.m_pszName));
+            eKind = SLumFastStep::ASSIGN;
+        }
+        else if (wTarget == LBT_EXPRESSION)
+        {
+            step.m_pTarget = ReadExpression(basic, false);
+            // Only the element of an array whose name is asked for: NameOf(a(i)).
+            if (step.m_pTarget == nullptr || step.m_pTarget->m_eOp != SLumFastExpr::ELEMENT_NAME)
+                return;
+            step.m_cType = step.m_pTarget->m_cType;
+            eKind = SLumFastStep::ASSIGN_ELEMENT;
+        }
+        else
+            return;
+        step.m_pExpr = ReadExpression(basic, true);
+        break;
+    }
+    case LBT_IF:
+    case LBT_WHILE:
+        if (!ReadSkip(file, step, true))
+            return;
+        step.m_pExpr = ReadExpression(basic, true);
+        eKind = step.m_wToken == LBT_IF ? SLumFastStep::IF : SLumFastStep::WHILE;
+        break;
+    case LBT_ELSE:
+        if (!ReadSkip(file, step, true))
+            return;
+        eKind = SLumFastStep::ELSE;
+        break;
+    case LBT_ENDIF:
+        eKind = SLumFastStep::ENDIF;
+        break;
+    case LBT_WEND:
+        ReadSkip(file, step, false);
+        eKind = SLumFastStep::WEND;
+        break;
+    case LBT_DO:
+        eKind = SLumFastStep::DO;
+        break;
+    case LBT_LOOP:
+        step.m_wLoopKind = file.GetToken();
+        ReadSkip(file, step, false);
+        step.m_pExpr = ReadExpression(basic, true);
+        eKind = SLumFastStep::LOOP;
+        break;
+    case LBT_NEXT:
+        ReadSkip(file, step, false);
+        eKind = SLumFastStep::NEXT;
+        break;
+    default:
+        return;
+    }
+    bool fNeedsExpr = eKind == SLumFastStep::ASSIGN || eKind == SLumFastStep::ASSIGN_ELEMENT ||
+                      eKind == SLumFastStep::IF || eKind == SLumFastStep::WHILE ||
+                      eKind == SLumFastStep::LOOP;
+    if (fNeedsExpr && step.m_pExpr == nullptr)
+        return;
+    step.m_fNumeric = step.m_pExpr != nullptr && IsNumeric(step.m_pExpr);
+    step.m_eKind = eKind;
+}
+
+// A skip is relative to the end of the statement's operands, which for If and While
+// lie behind their condition: the jump is worked out once the statement is read.
+bool CLumFastForm::ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForward)
+{
+    step.m_nSkip = file.GetDWord();
+    return !fForward || step.m_nSkip >= 0;
+}
+
+// An expression behind its LBT_EXPRESSION token, its tree taken from the cursor's cache
+// or read into it. Null when the expression might do more than compute a value.
+SLumFastExpr* CLumFastForm::ReadExpression(CLumBasic& basic, bool fValue)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    if (file.GetToken() != LBT_EXPRESSION)
+        return nullptr;
+    unsigned char* pStart = file.GetPosition();
+    CLumReadCache& cache = file.GetReadCache();
+    CLumTermNode* pRoot;
+    if (const CLumReadCache::Tree* pTree = cache.FindTree(pStart))
+    {
+        pRoot = pTree->m_pRoot;
+        file.MoveTo(pTree->m_pEnd);
+    }
+    else
+    {
+        CLumExpression cExpression(&file, basic.m_pVariables, &basic);
+        pRoot = cExpression.ReadTree();
+        cache.AddTree(pStart, pRoot, file.GetPosition());
+    }
+    if (!IsPure(pRoot))
+        return nullptr;
+    return Compile(basic, pRoot, fValue);
+}
+
+// Whether evaluating a tree only computes: no function of the program, no module's
+// function, no message box. A function node's arguments stand inside its data, so the
+// data is searched for the head of a function node, which may also turn up by chance
+// inside a constant and then only costs the fast form.
+bool CLumFastForm::IsPure(const CLumTermNode* pNode)
+{
+    if (pNode == nullptr)
+        return true;
+    if (pNode->GetKind() == LBN_FUNCTION && !IsPureFunction(pNode->GetDataWord(0)))
+        return false;
+    const unsigned char* p = pNode->GetData();
+    size_t n = pNode->GetDataLength();
+    for (size_t i = 0; i + 6 <= n; ++i)
+        if ((p[i] & 0x7F) == (LBN_FUNCTION & 0x7F) && p[i + 1] == (LBN_FUNCTION >> 8) &&
+            !IsPureFunction(static_cast<unsigned short>(p[i + 4] | (p[i + 5] << 8))))
+            return false;
+    return IsPure(pNode->m_pLeft) && IsPure(pNode->m_pRight);
+}
+
+SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue)
+{
+    m_aExprs.push_back(std::make_unique<SLumFastExpr>());
+    SLumFastExpr& expr = *m_aExprs.back();
+    expr.m_pNode = pNode;
+    const char* pszData = reinterpret_cast<const char*>(pNode->GetData());
+    switch (pNode->GetKind())
+    {
+    case LBN_CONSTANT:
+        expr.m_eOp = SLumFastExpr::CONSTANT;
+        expr.m_fNumber = LumFastNumber(pNode->GetConstant(), expr.m_cNumber);
+        break;
+    case LBN_VARIABLE:
+        if (pNode->IsNameWanted())
+            break;
+        expr.m_eOp = SLumFastExpr::VARIABLE;
+        expr.m_pszName = pszData;
+        expr.m_nNameLength = pNode->GetNameLength();
+        expr.m_cType = TypeChar(pszData, expr.m_nNameLength);
+        break;
+    case LBN_ARRAY:
+        if (!CompileElement(basic, expr) || (pNode->IsNameWanted() && fValue))
+            expr.m_eOp = SLumFastExpr::OTHER;
+        break;
+    case LBN_OPERATOR:
+        if (!IsNumericOperator(pNode->GetDataWord(0)))
+            break;
+        expr.m_eOp = SLumFastExpr::OPERATOR;
+        expr.m_wToken = pNode->GetDataWord(0);
+        expr.m_pLeft = Compile(basic, pNode->m_pLeft, true);
+        expr.m_pRight = Compile(basic, pNode->m_pRight, true);
+        break;
+    case LBN_FUNCTION:
+        expr.m_wToken = pNode->GetDataWord(0);
+        break;
+    default:
+        break;
+    }
+    return &expr;
+}
+
+// An array node: its name up to the first index mark, then up to six indices, each an
+// LBT_INDEX and an expression, read as GetIndices reads them.
+bool CLumFastForm::CompileElement(CLumBasic& basic, SLumFastExpr& expr)
+{
+    CLumTermNode* pNode = expr.m_pNode;
+    const char* pszData = reinterpret_cast<const char*>(pNode->GetData());
+    size_t nName = strnlen(pszData, pNode->GetNameLength());
+    if (nName == 0 || pszData[0] == '@')
+        return false;
+    expr.m_eOp = pNode->IsNameWanted() ? SLumFastExpr::ELEMENT_NAME : SLumFastExpr::ELEMENT;
+    expr.m_pszName = pszData;
+    expr.m_nNameLength = static_cast<unsigned>(nName);
+    expr.m_cType = pszData[nName - 1];
+    CLumBasicFile& file = *basic.m_pQuelle;
+    file.SetMemoryMode(pNode->GetData() + pNode->GetNameLength());
+    bool fPure = true;
+    while (fPure && expr.m_apIndices.size() < CLumVariables::MAX_INDICES && file.GetToken() == LBT_INDEX)
+    {
+        SLumFastExpr* pIndex = ReadExpression(basic, true);
+        fPure = pIndex != nullptr;
+        expr.m_apIndices.push_back(pIndex);
+    }
+    file.SetMemoryMode(nullptr);
+    return fPure;
+}
+
+// Whether an expression can be computed as a number throughout. A variable or element
+// without "$" may still hold a string at run time; the evaluation then gives up.
+bool CLumFastForm::IsNumeric(const SLumFastExpr* pExpr)
+{
+    switch (pExpr->m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+        return !pExpr->m_pNode->GetConstant().IsString();
+    case SLumFastExpr::VARIABLE:
+    case SLumFastExpr::ELEMENT:
+        return pExpr->m_cType != '$';
+    case SLumFastExpr::OPERATOR:
+        return IsNumeric(pExpr->m_pLeft) && IsNumeric(pExpr->m_pRight);
+    case SLumFastExpr::OTHER:
+        return pExpr->m_pNode->GetKind() == LBN_FUNCTION && GivesNumber(pExpr->m_wToken);
+    default:
+        return false;
+    }
+}

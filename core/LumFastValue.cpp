@@ -1,0 +1,217 @@
+// Values of the fast form beyond numbers in variables: strings and other values with
+// the value type's own operators, elements of arrays, built-in functions handed to the
+// expression machinery, and the stores that make a variable where it is missing.
+#include "core/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumScopedKey.h"
+#include "expr/LumExpression.h"
+
+#include <cstring>
+
+namespace
+{
+// Thrown where a value cannot be computed here; the statement's handler computes it.
+struct SGiveUp
+{
+};
+
+// A value takes the type its target's name asks for; false where the handler refuses.
+bool Convert(CLumsVarValue& value, char cType)
+{
+    if (value.IsString())
+        return cType == '$';
+    if (cType == '$')
+    {
+        if (value.IsNumber())
+            return false;
+        value = ""; // an empty value is no number: a string variable takes it as ""
+    }
+    else if (cType == '%')
+        value = static_cast<long>(value.GetLong());
+    else
+        value = value.GetDouble();
+    return true;
+}
+} // namespace
+
+// Computes the value of an assignment and stores it where the handler would.
+bool CLumFastForm::ValueFor(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& value)
+{
+    if (step.m_fNumeric)
+    {
+        SLumNumber n;
+        if (step.m_cType == '$' || !EvalNumber(basic, *step.m_pExpr, n))
+            return false;
+        LumFastStore(value, n, step.m_cType);
+        return true;
+    }
+    EvalValue(basic, *step.m_pExpr, value);
+    return Convert(value, step.m_cType);
+}
+
+CLumFastForm::EOutcome CLumFastForm::AssignValue(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumsVarValue value;
+    if (basic.m_cFunctionStack.IsEmpty() || !ValueFor(basic, step, value))
+        return HANDLER;
+    if (CLumsVarValue* pTarget = Cached(step.m_cTarget))
+        pTarget->Swap(value);
+    else
+        Store(basic, step.m_pszName, value, &step.m_cTarget);
+    return GO_ON;
+}
+
+CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastStep& step)
+{
+    if (basic.m_cFunctionStack.IsEmpty())
+        return HANDLER;
+    char szName[CLumVariables::MAX_KEY + 1];
+    size_t nName = 0;
+    CLumsVarValue value;
+    // The result of a function goes by its own rule: for its handler.
+    if (!ElementName(basic, *step.m_pTarget, szName, nName) || basic.m_cFunctionStack.TopString() == szName ||
+        !ValueFor(basic, step, value))
+        return HANDLER;
+    Store(basic, szName, value, nullptr);
+    return GO_ON;
+}
+
+// Where SetVar puts a name: a key given in full as it stands; in a procedure its local
+// where there is one, else the global. The result of a function is its local under the
+// function's own name. Gives the variable, or null with `strKey` to create.
+CLumsVarValue* CLumFastForm::Target(CLumBasic& basic, const char* pszName, std::string& strKey)
+{
+    const std::string& strTop = basic.m_cFunctionStack.TopString();
+    CLumVariables& store = *basic.m_pVariables;
+    if (strTop == pszName)
+        strKey = CLumScopedKey(strTop, pszName).c_str();
+    else if (pszName[0] != '@' && basic.GetDepth() > 1)
+    {
+        CLumScopedKey cScoped(strTop, pszName);
+        strKey = store.Contains(cScoped.view()) ? cScoped.c_str() : pszName;
+    }
+    else
+        strKey = pszName;
+    return store.Lookup(strKey);
+}
+
+// Stores into the variable SetVar would store into, making it where it is missing,
+// and remembers where it stands.
+void CLumFastForm::Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache)
+{
+    std::string strKey;
+    CLumsVarValue* pTarget = Target(basic, pszName, strKey);
+    CLumVariables& store = *basic.m_pVariables;
+    if (pTarget != nullptr)
+        pTarget->Swap(value);
+    else
+    {
+        pTarget = new CLumsVarValue();
+        pTarget->Swap(value);
+        store.SetValue(strKey.c_str(), pTarget);
+    }
+    if (pCache != nullptr)
+        *pCache = CLumNameCache{&store, store.GetGeneration(), basic.m_cFunctionStack.GetScope(), pTarget};
+}
+
+bool CLumFastForm::EvalOtherNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+{
+    if (expr.m_eOp == SLumFastExpr::ELEMENT)
+        return LumFastNumber(*Element(basic, expr), out);
+    CLumsVarValue value;
+    EvalOther(basic, expr, value);
+    return LumFastNumber(value, out);
+}
+
+void CLumFastForm::EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+        out = expr.m_pNode->GetConstant();
+        break;
+    case SLumFastExpr::VARIABLE:
+        out = *Variable(basic, expr);
+        break;
+    case SLumFastExpr::ELEMENT:
+        out = *Element(basic, expr);
+        break;
+    case SLumFastExpr::OPERATOR:
+    {
+        // Both sons run, left first, as in the expression machinery.
+        EvalValue(basic, *expr.m_pLeft, out);
+        CLumsVarValue right;
+        EvalValue(basic, *expr.m_pRight, right);
+        LumApplyOperator(expr.m_wToken, out, right, out);
+        break;
+    }
+    default:
+        EvalOther(basic, expr, out);
+        break;
+    }
+}
+
+// The indices of an element as numbers, read as GetIndices reads them; false where one
+// cannot be computed here.
+bool CLumFastForm::Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
+{
+    for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
+    {
+        SLumNumber n;
+        if (!EvalNumber(basic, *expr.m_apIndices[i], n))
+            return false;
+        pIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
+    }
+    return true;
+}
+
+// An element read as GetVar finds it: in a procedure its local first.
+const CLumsVarValue* CLumFastForm::Element(CLumBasic& basic, SLumFastExpr& expr)
+{
+    long aIndices[CLumVariables::MAX_INDICES] = {};
+    if (!Indices(basic, expr, aIndices) || expr.m_nNameLength > CLumVariables::MAX_KEY)
+        throw SGiveUp();
+    char szName[CLumVariables::MAX_KEY + 1];
+    memcpy(szName, expr.m_pszName, expr.m_nNameLength);
+    szName[expr.m_nNameLength] = '\0';
+    CLumVariables& store = *basic.m_pVariables;
+    if (basic.GetDepth() > 1)
+    {
+        CLumScopedKey cScoped(basic.m_cFunctionStack.TopString(), szName);
+        if (const CLumsVarValue* pValue = store.Find(cScoped.c_str(), aIndices))
+            return pValue;
+    }
+    return store.GetValue(szName, aIndices);
+}
+
+// The name NameOf gives an element: its name and each index up to the first 0.
+bool CLumFastForm::ElementName(CLumBasic& basic, SLumFastExpr& expr, char* pszKey, size_t& nLength)
+{
+    long aIndices[CLumVariables::MAX_INDICES] = {};
+    size_t n = expr.m_nNameLength;
+    if (!Indices(basic, expr, aIndices) || n > CLumVariables::MAX_KEY)
+        return false;
+    memcpy(pszKey, expr.m_pszName, n);
+    for (size_t i = 0; i < CLumVariables::MAX_INDICES && aIndices[i] != 0; ++i)
+    {
+        char szDigits[24];
+        size_t nDigits = LumFormatLong(szDigits, aIndices[i]);
+        if (n + 1 + nDigits > CLumVariables::MAX_KEY)
+            return false;
+        pszKey[n++] = ':';
+        memcpy(pszKey + n, szDigits, nDigits);
+        n += nDigits;
+    }
+    pszKey[n] = '\0';
+    nLength = n;
+    return true;
+}
+
+void CLumFastForm::EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
+{
+    CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
+    std::unique_ptr<CLumsVarValue> pValue(cExpression.Berechne(expr.m_pNode));
+    out.Swap(*pValue);
+}
