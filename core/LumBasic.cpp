@@ -133,8 +133,9 @@ void CLumBasic::RunLoop()
             fStartedDebugger = true;
         }
         int nResult = 0;
-        // A derived class may replace any handler: it runs from the stream alone.
-        if (wToken != 0 && IsPlainAccess())
+        // A derived class may replace any handler, and attached modules see every
+        // statement through the dispatch: both run from the stream alone.
+        if (wToken != 0 && IsPlainAccess() && m_pExtModuls->empty())
             pFile->GetFastForm().Run(*this, wToken, nResult);
         while (wToken != 0 && nResult == 0)
         {

@@ -26,6 +26,8 @@
 
 class CLumBasic;
 class CLumBasicFile;
+class CLumFunctions;
+struct CallInfo;
 class CLumTermNode;
 
 // A number as the fast form computes with it: a long or a double.
@@ -60,6 +62,8 @@ struct SLumFastExpr
     CLumTermNode* m_pNode = nullptr;
     SLumFastExpr* m_pLeft = nullptr;
     SLumFastExpr* m_pRight = nullptr;
+    // An argument of a call that is computed as a number.
+    bool m_fNumericValue = false;
     // CONSTANT: the constant as a number, where it is one.
     bool m_fNumber = false;
     SLumNumber m_cNumber{};
@@ -89,6 +93,9 @@ struct SLumFastStep
         DO,
         LOOP,
         NEXT,
+        CALL,
+        SUB,
+        END,
     };
     EKind m_eKind = SLOW;
     // The value or condition is a number, computed without values of the store's kind.
@@ -98,7 +105,7 @@ struct SLumFastStep
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
-    // LOOP: Loop While or Until.
+    // LOOP: Loop While or Until. END: the end of a Sub or of a Function.
     unsigned short m_wLoopKind = 0;
     long m_nLine = 0;
     long m_nSkip = 0;
@@ -113,6 +120,23 @@ struct SLumFastStep
     SLumFastExpr* m_pExpr = nullptr;
     // ASSIGN_ELEMENT: the element whose name is the target.
     SLumFastExpr* m_pTarget = nullptr;
+    // CALL: the arguments, and the procedure the name gave while the table stays as it
+    // was, with the statement at its head.
+    std::vector<SLumFastExpr*> m_apArgs;
+    const CLumFunctions* m_pTable = nullptr;
+    uint64_t m_nTableGeneration = 0;
+    CallInfo* m_pInfo = nullptr;
+    SLumFastStep* m_pCallee = nullptr;
+    // SUB: the procedure's scope, and its parameters with the keys of their locals.
+    struct SParam
+    {
+        std::string m_strKey;
+        char m_cType;
+        CLumNameCache m_cCache;
+    };
+    std::vector<SParam> m_aParams;
+    uint64_t m_nScope = 0;
+    uint64_t m_nScopeEpoch = ~uint64_t(0);
 };
 
 // The helpers below sit in the innermost loops of a run: always inlined.
@@ -256,6 +280,9 @@ private:
     {
         GO_ON,  // on to the statement behind
         JUMP,   // on to the statement the skip leads to
+        CALLED, // on to the head of the procedure the statement called
+        RETURN, // back behind the call the procedure came from
+        STOP,   // the statement ends the run loop
         HANDLER // the statement is for its handler after all
     };
 
@@ -270,13 +297,16 @@ private:
     bool ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForward);
     // `fValue`: the expression's value is wanted, not a name it gives.
     SLumFastExpr* ReadExpression(CLumBasic& basic, bool fValue);
+    // The tree at the cursor, behind its LBT_EXPRESSION token.
+    SLumFastExpr* ReadTree(CLumBasic& basic, bool fValue);
     SLumFastExpr* Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
     static bool IsPure(const CLumTermNode* pNode);
 
     // Execution (LumFastRun.cpp).
-    SLumFastStep* RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt);
+    SLumFastStep* RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
+    SLumFastStep* NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome, unsigned char*& pRaw);
     EOutcome Execute(CLumBasic& basic, SLumFastStep& step);
     EOutcome Assign(CLumBasic& basic, SLumFastStep& step);
     EOutcome Branch(CLumBasic& basic, SLumFastStep& step);
@@ -293,6 +323,14 @@ private:
                    : nullptr;
     }
     const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
+
+    // Calls (LumFastCall.cpp).
+    void TranslateCall(CLumBasic& basic, SLumFastStep& step);
+    void TranslateHead(CLumBasicFile& file, SLumFastStep& step);
+    EOutcome Call(CLumBasic& basic, SLumFastStep& step);
+    CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
+    EOutcome Head(CLumBasic& basic, SLumFastStep& step);
+    EOutcome End(CLumBasic& basic, SLumFastStep& step);
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
@@ -311,6 +349,8 @@ private:
     // statements starts: only a handler changes the scope.
     CLumVariables* m_pStore = nullptr;
     uint64_t m_nScope = 0;
+    // The call statement an End Sub returns to, null for a call made by a handler.
+    SLumFastStep* m_pReturnTo = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;

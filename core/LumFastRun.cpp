@@ -15,7 +15,14 @@ void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult)
     for (;;)
     {
         unsigned char* pLeaveAt = nullptr;
-        pStep = RunSteps(basic, pStep, pLeaveAt);
+        pStep = RunSteps(basic, pStep, pLeaveAt, nResult);
+        if (pStep == nullptr && nResult != 0)
+        {
+            // As after a handler that ended the run loop: a separator behind is passed.
+            if (pFile->PeekToken() == LBT_SEPARATOR)
+                pFile->GetToken();
+            return;
+        }
         if (pStep == nullptr)
         {
             // The form leads nowhere further: the run loop reads on from there, and meets
@@ -89,6 +96,12 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
         return AssignElement(basic, step);
     case SLumFastStep::NEXT:
         return Next(basic);
+    case SLumFastStep::CALL:
+        return Call(basic, step);
+    case SLumFastStep::SUB:
+        return Head(basic, step);
+    case SLumFastStep::END:
+        return End(basic, step);
     case SLumFastStep::SLOW:
         return HANDLER;
     default:
@@ -238,9 +251,10 @@ CLumFastForm::EOutcome CLumFastForm::Branch(CLumBasic& basic, SLumFastStep& step
 }
 
 // Runs statements along the links for as long as they run here. Gives the statement
-// for the handler, or null where the links end, with the raw position in `pLeaveAt`.
-// Whatever fails in a statement sends it to its handler: nothing was changed before.
-SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt)
+// for the handler, or null where the links end, with the raw position in `pLeaveAt`,
+// or where a statement ended the run loop, with `nResult` set. Whatever fails in a
+// statement sends it to its handler: nothing was changed before.
+SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult)
 {
     CLumBasicFile& file = *basic.m_pQuelle;
     int nDepth = file.GetStackDepth();
@@ -258,15 +272,14 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
                 return pStep;
             if (budget.m_nLimit != 0)
                 ++budget.m_nCount;
-            bool fJump = eOutcome == JUMP;
-            SLumFastStep*& pLink = fJump ? pStep->m_pTaken : pStep->m_pNext;
-            SLumFastStep* pNext =
-                pLink != nullptr ? pLink : Follow(basic, fJump ? pStep->m_pJump : pStep->m_pEnd, pLink);
-            if (pNext == nullptr)
+            if (eOutcome == STOP)
             {
-                pLeaveAt = fJump ? pStep->m_pJump : pStep->m_pEnd;
+                nResult = 1;
                 return nullptr;
             }
+            SLumFastStep* pNext = NextStep(basic, *pStep, eOutcome, pLeaveAt);
+            if (pNext == nullptr)
+                return nullptr;
             pStep = pNext;
         }
     }
@@ -276,4 +289,37 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             file.SetMemoryMode(nullptr);
         return pStep;
     }
+}
+
+// The statement an outcome leads to, linked once found; null where the links end,
+// with the raw position in `pRaw`.
+SLumFastStep* CLumFastForm::NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome, unsigned char*& pRaw)
+{
+    SLumFastStep** ppLink;
+    switch (eOutcome)
+    {
+    case JUMP:
+        pRaw = step.m_pJump;
+        ppLink = &step.m_pTaken;
+        break;
+    case CALLED:
+        pRaw = step.m_pInfo->m_pCode;
+        ppLink = &step.m_pCallee;
+        break;
+    case RETURN:
+        if (m_pReturnTo == nullptr)
+        {
+            SLumFastStep* pLink = nullptr;
+            pRaw = basic.m_pQuelle->GetPosition();
+            return Follow(basic, pRaw, pLink);
+        }
+        pRaw = m_pReturnTo->m_pEnd;
+        ppLink = &m_pReturnTo->m_pNext;
+        break;
+    default:
+        pRaw = step.m_pEnd;
+        ppLink = &step.m_pNext;
+        break;
+    }
+    return *ppLink != nullptr ? *ppLink : Follow(basic, pRaw, *ppLink);
 }

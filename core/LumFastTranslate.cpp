@@ -95,6 +95,7 @@ void CLumFastForm::Translate(CLumBasic& basic, SLumFastStep& step)
         fRead = false;
     if (!fRead)
         step.m_eKind = SLumFastStep::SLOW;
+
     while (file.GetStackDepth() > nDepth)
         file.SetMemoryMode(nullptr);
     file.MoveTo(pBefore);
@@ -123,7 +124,7 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         }
         else if (wTarget == LBT_EXPRESSION)
         {
-            step.m_pTarget = ReadExpression(basic, false);
+            step.m_pTarget = ReadTree(basic, false);
             // Only the element of an array whose name is asked for: NameOf(a(i)).
             if (step.m_pTarget == nullptr || step.m_pTarget->m_eOp != SLumFastExpr::ELEMENT_NAME)
                 return;
@@ -167,6 +168,19 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         ReadSkip(file, step, false);
         eKind = SLumFastStep::NEXT;
         break;
+    case LBT_CALL:
+        TranslateCall(basic, step);
+        eKind = SLumFastStep::CALL;
+        break;
+    case LBT_SUB:
+    case LBT_FUNCTION:
+        TranslateHead(file, step);
+        eKind = SLumFastStep::SUB;
+        break;
+    case LBT_END:
+        step.m_wLoopKind = file.GetToken();
+        eKind = SLumFastStep::END;
+        break;
     default:
         return;
     }
@@ -191,9 +205,12 @@ bool CLumFastForm::ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForwa
 // or read into it. Null when the expression might do more than compute a value.
 SLumFastExpr* CLumFastForm::ReadExpression(CLumBasic& basic, bool fValue)
 {
+    return basic.m_pQuelle->GetToken() == LBT_EXPRESSION ? ReadTree(basic, fValue) : nullptr;
+}
+
+SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue)
+{
     CLumBasicFile& file = *basic.m_pQuelle;
-    if (file.GetToken() != LBT_EXPRESSION)
-        return nullptr;
     unsigned char* pStart = file.GetPosition();
     CLumReadCache& cache = file.GetReadCache();
     CLumTermNode* pRoot;

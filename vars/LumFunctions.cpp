@@ -9,6 +9,7 @@ CLumFunctions::~CLumFunctions()
 
 void CLumFunctions::SetAt(const std::string& strName, CallInfo* pInfo)
 {
+    m_nGeneration = CLumVariables::NextGeneration();
     CallInfo** pp = m_map.Find(strName);
     if (pp == nullptr)
     {
@@ -22,6 +23,7 @@ void CLumFunctions::SetAt(const std::string& strName, CallInfo* pInfo)
 
 void CLumFunctions::RemoveAll()
 {
+    m_nGeneration = CLumVariables::NextGeneration();
     for (auto& entry : m_map)
         Retire(entry.m_value);
     m_map.RemoveAll();

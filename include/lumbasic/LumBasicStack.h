@@ -27,6 +27,10 @@ struct CmdData
         delete m_pEndValue;
         delete m_pStepValue;
     }
+    // Every If and For makes a record: a per-thread free list keeps them off the
+    // general allocator.
+    static void* operator new(size_t n);
+    static void operator delete(void* p, size_t n) noexcept;
 };
 
 // A running call.
@@ -35,7 +39,11 @@ struct CallData
     unsigned char* m_pReturn = nullptr;
     CLumsVarValue* m_pResult = nullptr;
     int m_fSourceChanged = 0;
+    // The statement of the fast form that made the call, where it made one.
+    void* m_pFastCaller = nullptr;
     ~CallData() { delete m_pResult; }
+    static void* operator new(size_t n);
+    static void operator delete(void* p, size_t n) noexcept;
 };
 
 // An empty stack is a fault of the interpreter's own bookkeeping, not a message of

@@ -3,6 +3,7 @@
 
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumStringMap.h>
+#include <lumbasic/LumVariables.h>
 
 #include <memory>
 #include <string>
@@ -50,6 +51,9 @@ public:
         return pp ? *pp : nullptr;
     }
     size_t GetCount() const { return m_map.GetCount(); }
+    // Changes whenever a record is entered or removed, so that a record found for a
+    // name stays the answer while the generation is the same. No two tables share one.
+    uint64_t GetGeneration() const { return m_nGeneration; }
     const CLumStringMap<CallInfo*>& GetMap() const { return m_map; }
     void RemoveAll();
 
@@ -57,6 +61,7 @@ private:
     void Retire(CallInfo* pInfo);
 
     CLumStringMap<CallInfo*> m_map;
+    uint64_t m_nGeneration = CLumVariables::NextGeneration();
     int m_nPins = 0;
     std::vector<std::unique_ptr<CallInfo>> m_aRetired;
 };

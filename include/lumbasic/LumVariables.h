@@ -82,8 +82,10 @@ public:
     // Composes name and index list into `pszBuffer` (MAX_KEY + 1 bytes); gives the length.
     static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices);
 
-private:
+    // A number no store or table had before.
     static uint64_t NextGeneration();
+
+private:
 
     CLumStringMap<CLumsVarValue*> m_map;
     uint64_t m_nGeneration = NextGeneration();

@@ -1,0 +1,178 @@
+// Calls in the fast form: a call statement whose arguments only compute, the head of
+// a procedure that binds its parameters, and the end that returns. They keep the
+// interpreter's stacks exactly as the handlers do, so that handlers and the fast form
+// can take turns within one call.
+#include "core/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumScopedKey.h"
+
+#include <array>
+#include <exception>
+
+namespace
+{
+// More arguments than this go to the handler.
+const size_t MAX_FAST_ARGS = 16;
+} // namespace
+
+// The name and the arguments, read as Call and PushParams read them: the token behind
+// the last argument stays unread.
+void CLumFastForm::TranslateCall(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    step.m_pszName = file.GetCountedText();
+    while (file.GetToken() == LBT_EXPRESSION)
+    {
+        SLumFastExpr* pArg = ReadTree(basic, true);
+        if (pArg == nullptr || step.m_apArgs.size() >= MAX_FAST_ARGS)
+            throw std::exception(); // the call stays the handler's
+        pArg->m_fNumericValue = IsNumeric(pArg);
+        step.m_apArgs.push_back(pArg);
+    }
+    file.MoveTo(file.GetPosition() - 2);
+}
+
+// The name and the parameter list, split as Sub splits it: empty names are skipped.
+void CLumFastForm::TranslateHead(CLumBasicFile& file, SLumFastStep& step)
+{
+    step.m_pszName = file.GetCountedText();
+    unsigned nLength = 0;
+    std::string strParams = file.GetCountedText(&nLength);
+    if (nLength == 0)
+        return;
+    for (size_t nStart = 0; nStart <= strParams.size();)
+    {
+        size_t nEnd = strParams.find(':', nStart);
+        if (nEnd == std::string::npos)
+            nEnd = strParams.size();
+        if (nEnd > nStart)
+        {
+            std::string_view param = std::string_view(strParams).substr(nStart, nEnd - nStart);
+            step.m_aParams.push_back(
+                SLumFastStep::SParam{CLumScopedKey(step.m_pszName, param).c_str(), param.back(), {}});
+        }
+        nStart = nEnd + 1;
+    }
+}
+
+// The procedure the name gives, remembered while the table is unchanged.
+CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
+{
+    const CLumFunctions* pTable = basic.m_pFunctions;
+    if (step.m_pTable == pTable && step.m_nTableGeneration == pTable->GetGeneration())
+        return step.m_pInfo;
+    CallInfo* pInfo = pTable->Lookup(step.m_pszName);
+    step.m_pTable = pTable;
+    step.m_nTableGeneration = pTable->GetGeneration();
+    if (pInfo != step.m_pInfo)
+    {
+        step.m_pInfo = pInfo;
+        step.m_pCallee = nullptr;
+    }
+    return pInfo;
+}
+
+// Everything a handler would refuse, and a call that switches the debugger's source,
+// goes to the handler before anything is changed.
+CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
+{
+    CallInfo* pInfo = Callee(basic, step);
+    if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
+        basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
+        (basic.m_pDebugger != nullptr && pInfo->m_strSource != basic.m_strSource))
+        return HANDLER;
+    // All arguments are computed, left to right, before any is pushed.
+    std::array<std::unique_ptr<CLumsVarValue>, MAX_FAST_ARGS> apValues;
+    size_t nArgs = step.m_apArgs.size();
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        SLumFastExpr& arg = *step.m_apArgs[i];
+        apValues[i].reset(new CLumsVarValue());
+        SLumNumber n;
+        if (!arg.m_fNumericValue)
+            EvalValue(basic, arg, *apValues[i]);
+        else if (!EvalNumber(basic, arg, n))
+            return HANDLER;
+        else if (n.m_fDouble)
+            *apValues[i] = n.m_dDouble;
+        else
+            *apValues[i] = static_cast<long>(n.m_nLong);
+    }
+    basic.m_pQuelle->MoveTo(step.m_pEnd);
+    basic.EnterProcedure(pInfo);
+    basic.m_cCallStack.Top()->m_pFastCaller = &step;
+    for (size_t i = nArgs; i-- > 0;)
+        basic.m_cParamStack.Push(apValues[i].release());
+    return CALLED;
+}
+
+// The head of a procedure: its name on the function stack, then each parameter from
+// the parameter stack into its local, converted by the parameter's name.
+CLumFastForm::EOutcome CLumFastForm::Head(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumParamStack& params = basic.m_cParamStack;
+    if (static_cast<size_t>(params.GetCount()) < step.m_aParams.size())
+        return HANDLER; // too few: the handler reports it
+    if (step.m_nScopeEpoch != LumScopeEpoch())
+    {
+        step.m_nScope = LumScopeOf(step.m_pszName);
+        step.m_nScopeEpoch = LumScopeEpoch();
+    }
+    basic.m_cFunctionStack.Push(step.m_pszName, step.m_nScope);
+    m_nScope = basic.m_cFunctionStack.GetScope();
+    CLumVariables& store = *basic.m_pVariables;
+    for (SLumFastStep::SParam& param : step.m_aParams)
+    {
+        std::unique_ptr<CLumsVarValue> pArgument(params.Pop());
+        CLumsVarValue value;
+        if (param.m_cType == '$')
+            pArgument->IsString() ? value.Swap(*pArgument) : void(value = pArgument->GetText());
+        else if (param.m_cType == '%')
+            value = static_cast<long>(pArgument->GetLong());
+        else
+            value = pArgument->GetDouble();
+        CLumNameCache& cache = param.m_cCache;
+        CLumsVarValue* pTarget = cache.m_pStore == &store && cache.m_nGeneration == store.GetGeneration()
+                                     ? cache.m_pValue
+                                     : store.Lookup(param.m_strKey);
+        if (pTarget == nullptr)
+        {
+            pTarget = new CLumsVarValue();
+            store.SetValue(param.m_strKey.c_str(), pTarget);
+        }
+        pTarget->Swap(value);
+        cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
+    }
+    return GO_ON;
+}
+
+// End Sub returns behind its call; End Function leaves its result with the call record
+// and ends the run of the function; the End of the outermost procedure ends the run.
+CLumFastForm::EOutcome CLumFastForm::End(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumCallStack& calls = basic.m_cCallStack;
+    CLumFunctionStack& names = basic.m_cFunctionStack;
+    if (names.IsEmpty() || (!calls.IsEmpty() && calls.Top()->m_fSourceChanged))
+        return HANDLER;
+    if (calls.IsEmpty())
+    {
+        names.Pop();
+        basic.m_pQuelle->MoveTo(step.m_pEnd);
+        return STOP;
+    }
+    std::unique_ptr<CallData> pCall(calls.Pop());
+    std::string strName = names.Pop();
+    m_nScope = names.GetScope();
+    basic.m_pQuelle->SetPosition(pCall->m_pReturn);
+    if (step.m_wLoopKind == LBT_FUNCTION)
+    {
+        CLumScopedKey cKey(strName, strName);
+        pCall->m_pResult = new CLumsVarValue(*basic.GetVar(cKey.c_str(), nullptr));
+        calls.Push(pCall.release());
+        return STOP;
+    }
+    m_pReturnTo = static_cast<SLumFastStep*>(pCall->m_pFastCaller);
+    return RETURN;
+}
