@@ -122,6 +122,7 @@ void CLumBasic::RunLoop()
             unsigned nLength = 0;
             const char* pszName = pFile->GetCountedText(&nLength);
             m_strSource.assign(pszName);
+            ++m_nSourceSerial;
             if (m_pDebugger != nullptr && !m_fMainModule)
                 m_pDebugger->SetSource(m_strSource.c_str(), nullptr);
             wToken = pFile->GetToken();

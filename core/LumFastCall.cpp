@@ -57,21 +57,30 @@ void CLumFastForm::TranslateHead(CLumBasicFile& file, SLumFastStep& step)
     }
 }
 
-// The procedure the name gives, remembered while the table is unchanged.
+// The procedure the name gives, remembered while the table is unchanged, and whether
+// its source is the one running, remembered while that stays the same.
 CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
 {
     const CLumFunctions* pTable = basic.m_pFunctions;
-    if (step.m_pTable == pTable && step.m_nTableGeneration == pTable->GetGeneration())
-        return step.m_pInfo;
-    CallInfo* pInfo = pTable->Lookup(step.m_pszName);
-    step.m_pTable = pTable;
-    step.m_nTableGeneration = pTable->GetGeneration();
-    if (pInfo != step.m_pInfo)
+    if (step.m_pTable != pTable || step.m_nTableGeneration != pTable->GetGeneration())
     {
-        step.m_pInfo = pInfo;
-        step.m_pCallee = nullptr;
+        CallInfo* pInfo = pTable->Lookup(step.m_pszName);
+        step.m_pTable = pTable;
+        step.m_nTableGeneration = pTable->GetGeneration();
+        if (pInfo != step.m_pInfo)
+        {
+            step.m_pInfo = pInfo;
+            step.m_pCallee = nullptr;
+            step.m_pSourceOf = nullptr;
+        }
     }
-    return pInfo;
+    if (step.m_pInfo != nullptr && (step.m_pSourceOf != &basic || step.m_nSourceSerial != basic.m_nSourceSerial))
+    {
+        step.m_fSameSource = step.m_pInfo->m_strSource == basic.m_strSource;
+        step.m_pSourceOf = &basic;
+        step.m_nSourceSerial = basic.m_nSourceSerial;
+    }
+    return step.m_pInfo;
 }
 
 // Everything a handler would refuse, and a call that switches the debugger's source,
@@ -81,30 +90,44 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
     CallInfo* pInfo = Callee(basic, step);
     if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
         basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
-        (basic.m_pDebugger != nullptr && pInfo->m_strSource != basic.m_strSource))
+        (basic.m_pDebugger != nullptr && !step.m_fSameSource))
         return HANDLER;
     // All arguments are computed, left to right, before any is pushed.
-    std::array<std::unique_ptr<CLumsVarValue>, MAX_FAST_ARGS> apValues;
     size_t nArgs = step.m_apArgs.size();
+    SLumNumber aNumbers[MAX_FAST_ARGS];
+    for (size_t i = 0; i < nArgs; ++i)
+        if (step.m_apArgs[i]->m_fNumericValue && !EvalNumber(basic, *step.m_apArgs[i], aNumbers[i]))
+            return HANDLER;
+    CLumsVarValue* apValues[MAX_FAST_ARGS] = {};
+    struct Owned
+    {
+        CLumsVarValue** m_ap;
+        size_t m_n;
+        ~Owned()
+        {
+            for (size_t i = 0; i < m_n; ++i)
+                delete m_ap[i];
+        }
+    } owned{apValues, nArgs};
     for (size_t i = 0; i < nArgs; ++i)
     {
         SLumFastExpr& arg = *step.m_apArgs[i];
-        apValues[i].reset(new CLumsVarValue());
-        SLumNumber n;
+        apValues[i] = new CLumsVarValue();
         if (!arg.m_fNumericValue)
             EvalValue(basic, arg, *apValues[i]);
-        else if (!EvalNumber(basic, arg, n))
-            return HANDLER;
-        else if (n.m_fDouble)
-            *apValues[i] = n.m_dDouble;
+        else if (aNumbers[i].m_fDouble)
+            *apValues[i] = aNumbers[i].m_dDouble;
         else
-            *apValues[i] = static_cast<long>(n.m_nLong);
+            *apValues[i] = static_cast<long>(aNumbers[i].m_nLong);
     }
     basic.m_pQuelle->MoveTo(step.m_pEnd);
-    basic.EnterProcedure(pInfo);
+    basic.EnterProcedure(pInfo, 0);
     basic.m_cCallStack.Top()->m_pFastCaller = &step;
     for (size_t i = nArgs; i-- > 0;)
-        basic.m_cParamStack.Push(apValues[i].release());
+    {
+        basic.m_cParamStack.Push(apValues[i]);
+        apValues[i] = nullptr;
+    }
     return CALLED;
 }
 
@@ -126,13 +149,6 @@ CLumFastForm::EOutcome CLumFastForm::Head(CLumBasic& basic, SLumFastStep& step)
     for (SLumFastStep::SParam& param : step.m_aParams)
     {
         std::unique_ptr<CLumsVarValue> pArgument(params.Pop());
-        CLumsVarValue value;
-        if (param.m_cType == '$')
-            pArgument->IsString() ? value.Swap(*pArgument) : void(value = pArgument->GetText());
-        else if (param.m_cType == '%')
-            value = static_cast<long>(pArgument->GetLong());
-        else
-            value = pArgument->GetDouble();
         CLumNameCache& cache = param.m_cCache;
         CLumsVarValue* pTarget = cache.m_pStore == &store && cache.m_nGeneration == store.GetGeneration()
                                      ? cache.m_pValue
@@ -142,7 +158,14 @@ CLumFastForm::EOutcome CLumFastForm::Head(CLumBasic& basic, SLumFastStep& step)
             pTarget = new CLumsVarValue();
             store.SetValue(param.m_strKey.c_str(), pTarget);
         }
-        pTarget->Swap(value);
+        if (param.m_cType == '%')
+            *pTarget = static_cast<long>(pArgument->GetLong());
+        else if (param.m_cType != '$')
+            *pTarget = pArgument->GetDouble();
+        else if (pArgument->IsString())
+            pTarget->Swap(*pArgument);
+        else
+            *pTarget = pArgument->GetText();
         cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
     }
     return GO_ON;
@@ -162,17 +185,20 @@ CLumFastForm::EOutcome CLumFastForm::End(CLumBasic& basic, SLumFastStep& step)
         basic.m_pQuelle->MoveTo(step.m_pEnd);
         return STOP;
     }
-    std::unique_ptr<CallData> pCall(calls.Pop());
-    std::string strName = names.Pop();
-    m_nScope = names.GetScope();
+    CallData* pCall = calls.Top();
     basic.m_pQuelle->SetPosition(pCall->m_pReturn);
     if (step.m_wLoopKind == LBT_FUNCTION)
     {
+        // The result is read once the function has left the function stack.
+        std::string strName = names.Pop();
+        m_nScope = names.GetScope();
         CLumScopedKey cKey(strName, strName);
         pCall->m_pResult = new CLumsVarValue(*basic.GetVar(cKey.c_str(), nullptr));
-        calls.Push(pCall.release());
         return STOP;
     }
+    names.Drop();
+    m_nScope = names.GetScope();
     m_pReturnTo = static_cast<SLumFastStep*>(pCall->m_pFastCaller);
+    delete calls.Pop();
     return RETURN;
 }

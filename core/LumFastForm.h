@@ -51,6 +51,8 @@ struct SLumFastExpr
         // The name of an element, as the target of an assignment.
         ELEMENT_NAME,
         OPERATOR,
+        // A call of a function of the program.
+        USERCALL,
         // Anything else (a built-in function, a name asked for): evaluated by the
         // expression machinery from its tree node.
         OTHER,
@@ -64,6 +66,8 @@ struct SLumFastExpr
     SLumFastExpr* m_pRight = nullptr;
     // An argument of a call that is computed as a number.
     bool m_fNumericValue = false;
+    // Nothing in the tree below runs code of the program, shows a box or calls a module.
+    bool m_fPure = true;
     // CONSTANT: the constant as a number, where it is one.
     bool m_fNumber = false;
     SLumNumber m_cNumber{};
@@ -71,8 +75,12 @@ struct SLumFastExpr
     const char* m_pszName = nullptr;
     unsigned m_nNameLength = 0;
     CLumNameCache m_cCache;
-    // ELEMENT: the index expressions.
+    // ELEMENT: the index expressions. USERCALL: the arguments.
     std::vector<SLumFastExpr*> m_apIndices;
+    // USERCALL: the procedure the name gave while the table stays as it was.
+    const CLumFunctions* m_pTable = nullptr;
+    uint64_t m_nTableGeneration = 0;
+    CallInfo* m_pInfo = nullptr;
 };
 
 // A statement of the fast form.
@@ -100,6 +108,9 @@ struct SLumFastStep
     EKind m_eKind = SLOW;
     // The value or condition is a number, computed without values of the store's kind.
     bool m_fNumeric = false;
+    // The value or condition calls functions of the program: it runs to its end or its
+    // failure here, with the frames its handler would give it.
+    bool m_fCommitted = false;
     // MARKER: a marker stands right behind, so this one does not reach the debugger.
     bool m_fMarkerFollows = false;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
@@ -127,6 +138,10 @@ struct SLumFastStep
     uint64_t m_nTableGeneration = 0;
     CallInfo* m_pInfo = nullptr;
     SLumFastStep* m_pCallee = nullptr;
+    // Whether the procedure's source is the one the interpreter runs, as last seen.
+    const CLumBasic* m_pSourceOf = nullptr;
+    uint64_t m_nSourceSerial = 0;
+    bool m_fSameSource = false;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
     struct SParam
     {
@@ -296,10 +311,12 @@ private:
     void TranslateOperands(CLumBasic& basic, SLumFastStep& step);
     bool ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForward);
     // `fValue`: the expression's value is wanted, not a name it gives.
-    SLumFastExpr* ReadExpression(CLumBasic& basic, bool fValue);
+    // `fCalls`: calls of the program's functions may stand in it.
+    SLumFastExpr* ReadExpression(CLumBasic& basic, bool fValue, bool fCalls = false);
     // The tree at the cursor, behind its LBT_EXPRESSION token.
-    SLumFastExpr* ReadTree(CLumBasic& basic, bool fValue);
+    SLumFastExpr* ReadTree(CLumBasic& basic, bool fValue, bool fCalls = false);
     SLumFastExpr* Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue);
+    bool CompileCall(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
     static bool IsPure(const CLumTermNode* pNode);
@@ -323,6 +340,15 @@ private:
                    : nullptr;
     }
     const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
+
+    // Statements whose expressions call functions of the program (LumFastFramed.cpp).
+    EOutcome AssignCommitted(CLumBasic& basic, SLumFastStep& step);
+    void ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
+    void EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);
+    void EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    void EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
+    void PushArguments(CLumBasic& basic, SLumFastExpr& expr);
 
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
@@ -351,6 +377,8 @@ private:
     uint64_t m_nScope = 0;
     // The call statement an End Sub returns to, null for a call made by a handler.
     SLumFastStep* m_pReturnTo = nullptr;
+    // Where a call from an expression returns to: the end of the statement it stands in.
+    unsigned char* m_pCallAnchor = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;

@@ -154,6 +154,8 @@ bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& 
 // other assignment takes the way of values.
 LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastStep& step)
 {
+    if (step.m_fCommitted)
+        return AssignCommitted(basic, step);
     if (!step.m_fNumeric || step.m_cType == '$')
         return AssignValue(basic, step);
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
@@ -192,6 +194,11 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic)
 
 bool CLumFastForm::Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
 {
+    if (step.m_fCommitted)
+    {
+        ConditionCommitted(basic, step, fTrue);
+        return true;
+    }
     if (step.m_fNumeric)
     {
         SLumNumber n;
@@ -285,6 +292,8 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
     }
     catch (...)
     {
+        if (pStep->m_fCommitted)
+            throw; // it failed with its frames, after functions of the program ran
         while (file.GetStackDepth() > nDepth)
             file.SetMemoryMode(nullptr);
         return pStep;

@@ -10,6 +10,7 @@
 #include "expr/LumReadCache.h"
 
 #include <cstring>
+#include <exception>
 
 namespace
 {
@@ -133,14 +134,14 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         }
         else
             return;
-        step.m_pExpr = ReadExpression(basic, true);
+        step.m_pExpr = ReadExpression(basic, true, eKind == SLumFastStep::ASSIGN);
         break;
     }
     case LBT_IF:
     case LBT_WHILE:
         if (!ReadSkip(file, step, true))
             return;
-        step.m_pExpr = ReadExpression(basic, true);
+        step.m_pExpr = ReadExpression(basic, true, true);
         eKind = step.m_wToken == LBT_IF ? SLumFastStep::IF : SLumFastStep::WHILE;
         break;
     case LBT_ELSE:
@@ -161,7 +162,7 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     case LBT_LOOP:
         step.m_wLoopKind = file.GetToken();
         ReadSkip(file, step, false);
-        step.m_pExpr = ReadExpression(basic, true);
+        step.m_pExpr = ReadExpression(basic, true, true);
         eKind = SLumFastStep::LOOP;
         break;
     case LBT_NEXT:
@@ -190,6 +191,7 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     if (fNeedsExpr && step.m_pExpr == nullptr)
         return;
     step.m_fNumeric = step.m_pExpr != nullptr && IsNumeric(step.m_pExpr);
+    step.m_fCommitted = step.m_pExpr != nullptr && !step.m_pExpr->m_fPure;
     step.m_eKind = eKind;
 }
 
@@ -203,12 +205,12 @@ bool CLumFastForm::ReadSkip(CLumBasicFile& file, SLumFastStep& step, bool fForwa
 
 // An expression behind its LBT_EXPRESSION token, its tree taken from the cursor's cache
 // or read into it. Null when the expression might do more than compute a value.
-SLumFastExpr* CLumFastForm::ReadExpression(CLumBasic& basic, bool fValue)
+SLumFastExpr* CLumFastForm::ReadExpression(CLumBasic& basic, bool fValue, bool fCalls)
 {
-    return basic.m_pQuelle->GetToken() == LBT_EXPRESSION ? ReadTree(basic, fValue) : nullptr;
+    return basic.m_pQuelle->GetToken() == LBT_EXPRESSION ? ReadTree(basic, fValue, fCalls) : nullptr;
 }
 
-SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue)
+SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue, bool fCalls)
 {
     CLumBasicFile& file = *basic.m_pQuelle;
     unsigned char* pStart = file.GetPosition();
@@ -225,7 +227,7 @@ SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue)
         pRoot = cExpression.ReadTree();
         cache.AddTree(pStart, pRoot, file.GetPosition());
     }
-    if (!IsPure(pRoot))
+    if (!fCalls && !IsPure(pRoot))
         return nullptr;
     return Compile(basic, pRoot, fValue);
 }
@@ -254,6 +256,7 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
     m_aExprs.push_back(std::make_unique<SLumFastExpr>());
     SLumFastExpr& expr = *m_aExprs.back();
     expr.m_pNode = pNode;
+    expr.m_fPure = IsPure(pNode);
     const char* pszData = reinterpret_cast<const char*>(pNode->GetData());
     switch (pNode->GetKind())
     {
@@ -283,6 +286,8 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         break;
     case LBN_FUNCTION:
         expr.m_wToken = pNode->GetDataWord(0);
+        if (expr.m_wToken == LBT_USERFUNCTION && !CompileCall(basic, expr))
+            expr.m_eOp = SLumFastExpr::OTHER;
         break;
     default:
         break;
@@ -314,6 +319,28 @@ bool CLumFastForm::CompileElement(CLumBasic& basic, SLumFastExpr& expr)
     }
     file.SetMemoryMode(nullptr);
     return fPure;
+}
+
+// A call of the program's function: its name, then its arguments, read as Call and
+// PushParams read them from the node's data.
+bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    file.SetMemoryMode(expr.m_pNode->GetData() + 2);
+    bool fRead = LumSucceeds([&] {
+        expr.m_pszName = file.GetCountedText();
+        while (file.GetToken() == LBT_EXPRESSION)
+        {
+            SLumFastExpr* pArg = ReadTree(basic, true, true);
+            if (pArg == nullptr)
+                throw std::exception();
+            expr.m_apIndices.push_back(pArg);
+        }
+    });
+    file.SetMemoryMode(nullptr);
+    if (fRead)
+        expr.m_eOp = SLumFastExpr::USERCALL;
+    return fRead;
 }
 
 // Whether an expression can be computed as a number throughout. A variable or element

@@ -149,13 +149,14 @@ int CLumBasic::CallEx()
     });
 }
 
-void CLumBasic::EnterProcedure(const CallInfo* pInfo)
+void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
 {
     if (m_cCallStack.GetCount() >= MAX_CALL_DEPTH)
         LumRaise(LUM_MSG_CALLS_TOO_DEEP, MAX_CALL_DEPTH);
     std::unique_ptr<CallData> pCall(new CallData());
     pCall->m_pReturn = m_pQuelle->GetPosition();
-    pCall->m_fSourceChanged = m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
+    pCall->m_fSourceChanged =
+        nSourceChanged >= 0 ? nSourceChanged : m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
     int fSourceChanged = pCall->m_fSourceChanged;
     m_cCallStack.Push(pCall.release());
     if (fSourceChanged)

@@ -151,6 +151,8 @@ protected:
     CLumFunctions* m_pFunctions = nullptr;
     int m_fOwnFunctions = 0;
     std::string m_strSource;
+    // Counts the changes of m_strSource, so that a comparison with it can be remembered.
+    uint64_t m_nSourceSerial = 0;
     int m_fDebugMode = 0;
     CLumBasicDebugger* m_pDebugger = nullptr;
     int m_fOwnDebugger = 0;
@@ -196,7 +198,9 @@ protected:
 private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
     // Pushes the return record of a call and moves the run to the procedure's head.
-    void EnterProcedure(const CallInfo* pInfo);
+    // `nSourceChanged` is whether the procedure's source differs from the running one,
+    // -1 to find out.
+    void EnterProcedure(const CallInfo* pInfo, int nSourceChanged = -1);
     // Runs the image at `pszPath` as an import and gives its file, which the caller owns.
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
 };

@@ -133,6 +133,14 @@ public:
         m_aScopes.pop_back();
         return str;
     }
+    // Pops without handing the name out.
+    void Drop()
+    {
+        if (m_a.empty())
+            throw CLumStackEmpty();
+        m_a.pop_back();
+        m_aScopes.pop_back();
+    }
     const std::string& TopString() const { return CLumBasicStack<std::string>::Top(); }
     const char* Top() const { return TopString().c_str(); }
     // Names what variable names resolve to: the procedure on top and whether names
