@@ -28,7 +28,6 @@ void CLumFastForm::TranslateCall(CLumBasic& basic, SLumFastStep& step)
         SLumFastExpr* pArg = ReadTree(basic, true);
         if (pArg == nullptr || step.m_apArgs.size() >= MAX_FAST_ARGS)
             throw std::exception(); // the call stays the handler's
-        pArg->m_fNumericValue = IsNumeric(pArg);
         step.m_apArgs.push_back(pArg);
     }
     file.MoveTo(file.GetPosition() - 2);
@@ -171,6 +170,30 @@ CLumFastForm::EOutcome CLumFastForm::Head(CLumBasic& basic, SLumFastStep& step)
     return GO_ON;
 }
 
+// The result of the function on top, read as End reads it: once the function has left
+// the function stack, as GetVar finds its key "@F@F". Remembered for the scope of the
+// function, which gives the key, and the scope it returns to, while the store is as
+// it was.
+const CLumsVarValue* CLumFastForm::Result(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumFunctionStack& names = basic.m_cFunctionStack;
+    uint64_t nScopeOf = names.GetScope();
+    if (step.m_nResultOf != nScopeOf)
+    {
+        step.m_strResultKey = CLumScopedKey(names.TopString(), names.TopString()).c_str();
+        step.m_nResultOf = nScopeOf;
+        step.m_cResult = CLumNameCache();
+    }
+    names.Drop();
+    m_nScope = names.GetScope();
+    if (const CLumsVarValue* pCached = Cached(step.m_cResult))
+        return pCached;
+    CLumsVarValue* pValue = basic.GetVar(step.m_strResultKey.c_str(), nullptr);
+    if (!CLumVariables::IsNullValue(pValue))
+        step.m_cResult = CLumNameCache{m_pStore, m_pStore->GetGeneration(), m_nScope, pValue};
+    return pValue;
+}
+
 // End Sub returns behind its call; End Function leaves its result with the call record
 // and ends the run of the function; the End of the outermost procedure ends the run.
 CLumFastForm::EOutcome CLumFastForm::End(CLumBasic& basic, SLumFastStep& step)
@@ -189,11 +212,7 @@ CLumFastForm::EOutcome CLumFastForm::End(CLumBasic& basic, SLumFastStep& step)
     basic.m_pQuelle->SetPosition(pCall->m_pReturn);
     if (step.m_wLoopKind == LBT_FUNCTION)
     {
-        // The result is read once the function has left the function stack.
-        std::string strName = names.Pop();
-        m_nScope = names.GetScope();
-        CLumScopedKey cKey(strName, strName);
-        pCall->m_pResult = new CLumsVarValue(*basic.GetVar(cKey.c_str(), nullptr));
+        pCall->m_pResult = new CLumsVarValue(*Result(basic, step));
         return STOP;
     }
     names.Drop();

@@ -64,7 +64,7 @@ struct SLumFastExpr
     CLumTermNode* m_pNode = nullptr;
     SLumFastExpr* m_pLeft = nullptr;
     SLumFastExpr* m_pRight = nullptr;
-    // An argument of a call that is computed as a number.
+    // The node's value is an operator's number, computed as a number throughout.
     bool m_fNumericValue = false;
     // Nothing in the tree below runs code of the program, shows a box or calls a module.
     bool m_fPure = true;
@@ -77,7 +77,9 @@ struct SLumFastExpr
     CLumNameCache m_cCache;
     // ELEMENT: the index expressions. USERCALL: the arguments.
     std::vector<SLumFastExpr*> m_apIndices;
-    // USERCALL: the procedure the name gave while the table stays as it was.
+    // USERCALL: where the arguments end in the node's data, the place a call returns
+    // to, and the procedure the name gave while the table stays as it was.
+    const unsigned char* m_pArgsEnd = nullptr;
     const CLumFunctions* m_pTable = nullptr;
     uint64_t m_nTableGeneration = 0;
     CallInfo* m_pInfo = nullptr;
@@ -152,6 +154,14 @@ struct SLumFastStep
     std::vector<SParam> m_aParams;
     uint64_t m_nScope = 0;
     uint64_t m_nScopeEpoch = ~uint64_t(0);
+    // ASSIGN: whether the target names the function running, for the scope it was
+    // looked at in. END of a Function: where its result was found, for the scope of
+    // the function as well as the one it returns to.
+    uint64_t m_nCheckedScope = 0;
+    bool m_fResultTarget = false;
+    CLumNameCache m_cResult;
+    uint64_t m_nResultOf = 0;
+    std::string m_strResultKey;
 };
 
 // The helpers below sit in the innermost loops of a run: always inlined.
@@ -343,6 +353,7 @@ private:
 
     // Statements whose expressions call functions of the program (LumFastFramed.cpp).
     EOutcome AssignCommitted(CLumBasic& basic, SLumFastStep& step);
+    bool IsResultTarget(CLumBasic& basic, SLumFastStep& step);
     void ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     void EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);
     void EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
@@ -357,6 +368,7 @@ private:
     CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
     EOutcome Head(CLumBasic& basic, SLumFastStep& step);
     EOutcome End(CLumBasic& basic, SLumFastStep& step);
+    const CLumsVarValue* Result(CLumBasic& basic, SLumFastStep& step);
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
@@ -377,8 +389,6 @@ private:
     uint64_t m_nScope = 0;
     // The call statement an End Sub returns to, null for a call made by a handler.
     SLumFastStep* m_pReturnTo = nullptr;
-    // Where a call from an expression returns to: the end of the statement it stands in.
-    unsigned char* m_pCallAnchor = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;

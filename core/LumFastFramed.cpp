@@ -36,10 +36,7 @@ template <class Body> void Auswerten(Body&& body)
 
 void CLumFastForm::EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out)
 {
-    m_pCallAnchor = step.m_pEnd;
     Auswerten([&] { EvalFramed(basic, *step.m_pExpr, out); });
-    // The calls left the cursor in the bounds of the images they ran in.
-    basic.m_pQuelle->SetPosition(step.m_pEnd);
 }
 
 // An assignment as Assign does it, in the frames of the dispatch and of its handler.
@@ -53,7 +50,7 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
             EvalCommitted(basic, step, value);
             const char* pszName = step.m_pszName;
             std::string strResult;
-            if (basic.m_cFunctionStack.TopString() == pszName)
+            if (IsResultTarget(basic, step))
             {
                 strResult = CLumScopedKey(pszName, pszName).c_str();
                 pszName = strResult.c_str();
@@ -77,6 +74,19 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
         });
     });
     return GO_ON;
+}
+
+// Whether an assignment's target is the result of the function running, which depends
+// on the scope alone.
+bool CLumFastForm::IsResultTarget(CLumBasic& basic, SLumFastStep& step)
+{
+    uint64_t nScope = basic.m_cFunctionStack.GetScope();
+    if (step.m_nCheckedScope != nScope || nScope == 0)
+    {
+        step.m_fResultTarget = basic.m_cFunctionStack.TopString() == step.m_pszName;
+        step.m_nCheckedScope = nScope;
+    }
+    return step.m_fResultTarget;
 }
 
 // The condition of If, While or Loop, in the frames of the dispatch and of its handler.
@@ -127,7 +137,7 @@ void CLumFastForm::EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVar
 {
     bool fDone = LumSucceeds([&] {
         SLumNumber n;
-        if (!IsNumeric(&expr))
+        if (!expr.m_fNumericValue)
             EvalValue(basic, expr, out);
         else if (!EvalNumber(basic, expr, n))
             throw std::exception();
@@ -144,14 +154,16 @@ void CLumFastForm::EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVar
 void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
 {
     LumFrame("LUMBASICCALL", "CLumBasic::PushParams()", [&] {
-        std::vector<std::unique_ptr<CLumsVarValue>> apValues;
-        apValues.reserve(expr.m_apIndices.size());
-        for (SLumFastExpr* pArg : expr.m_apIndices)
+        size_t nArgs = expr.m_apIndices.size();
+        std::unique_ptr<CLumsVarValue> aSmall[8];
+        std::vector<std::unique_ptr<CLumsVarValue>> aMore(nArgs > 8 ? nArgs : 0);
+        std::unique_ptr<CLumsVarValue>* apValues = nArgs > 8 ? aMore.data() : aSmall;
+        for (size_t i = 0; i < nArgs; ++i)
         {
-            apValues.emplace_back(new CLumsVarValue());
-            Auswerten([&] { EvalFramed(basic, *pArg, *apValues.back()); });
+            apValues[i].reset(new CLumsVarValue());
+            Auswerten([&] { EvalFramed(basic, *expr.m_apIndices[i], *apValues[i]); });
         }
-        for (size_t i = apValues.size(); i-- > 0;)
+        for (size_t i = nArgs; i-- > 0;)
             basic.m_cParamStack.Push(apValues[i].release());
     });
 }
@@ -181,24 +193,23 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
                 LumRaise(LUM_MSG_NOT_DECLARED, expr.m_pszName);
             if (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr)
                 LumRaise(LUM_MSG_IMAGE_GONE, expr.m_pszName);
-            unsigned char* pAnchor = m_pCallAnchor;
             PushArguments(basic, expr);
-            // The call returns to the end of the statement, a place in its image.
-            basic.m_pQuelle->MoveTo(pAnchor);
+            // As Function reads a node's data: the cursor stands in it, behind the
+            // arguments, where the call returns to.
+            basic.m_pQuelle->SetMemoryMode(expr.m_pArgsEnd);
             basic.EnterProcedure(pInfo);
         });
-        unsigned char* pAnchor = m_pCallAnchor;
         int fInFunction = basic.m_fInFunction;
         basic.m_fInFunction = 1;
         basic.RunLoop();
         basic.m_fInFunction = fInFunction;
-        m_pCallAnchor = pAnchor;
         CLumCallStack& stack = basic.m_cCallStack;
         if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
             LumRaise(LUM_MSG_END_SUB_IN_FUNCTION);
         std::unique_ptr<CallData> pCall(stack.Pop());
         CLumsVarValue* pResult = pCall->m_pResult;
         pCall->m_pResult = nullptr;
+        basic.m_pQuelle->SetMemoryMode(nullptr);
         return pResult;
     });
 }

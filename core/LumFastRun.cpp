@@ -272,13 +272,20 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
     {
         for (;;)
         {
-            if (budget.m_nLimit != 0 && budget.m_nCount >= budget.m_nLimit)
+            // Counted before it runs, as the run loop counts before the dispatch: the
+            // statements of functions it calls come after it.
+            if (budget.m_nLimit != 0 && ++budget.m_nCount > budget.m_nLimit)
+            {
+                --budget.m_nCount;
                 return pStep; // the handler's count fails it
+            }
             EOutcome eOutcome = Execute(basic, *pStep);
             if (eOutcome == HANDLER)
+            {
+                if (budget.m_nLimit != 0)
+                    --budget.m_nCount; // the handler's dispatch counts it
                 return pStep;
-            if (budget.m_nLimit != 0)
-                ++budget.m_nCount;
+            }
             if (eOutcome == STOP)
             {
                 nResult = 1;
@@ -294,6 +301,8 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
     {
         if (pStep->m_fCommitted)
             throw; // it failed with its frames, after functions of the program ran
+        if (budget.m_nLimit != 0)
+            --budget.m_nCount;
         while (file.GetStackDepth() > nDepth)
             file.SetMemoryMode(nullptr);
         return pStep;

@@ -292,6 +292,9 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
     default:
         break;
     }
+    // As a value, only an operator's number can stand for the value: a leaf or a
+    // function may give the empty value, which a number would lose.
+    expr.m_fNumericValue = expr.m_eOp == SLumFastExpr::OPERATOR && IsNumeric(&expr);
     return &expr;
 }
 
@@ -336,6 +339,7 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
                 throw std::exception();
             expr.m_apIndices.push_back(pArg);
         }
+        expr.m_pArgsEnd = file.GetPosition() - 2;
     });
     file.SetMemoryMode(nullptr);
     if (fRead)

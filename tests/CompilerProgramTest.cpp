@@ -86,6 +86,14 @@ std::vector<std::string> WithoutDir(std::vector<std::string> aStore, const std::
 class CompilerProgram : public testing::TestWithParam<std::string>
 {
 };
+
+// An interpreter of a derived class: it may resolve names its own way, so every
+// statement runs from the stream through its handler.
+class CStreamBasic : public CLumBasic
+{
+public:
+    explicit CStreamBasic(CLumVariables* pVariables) : CLumBasic(pVariables, nullptr) {}
+};
 } // namespace
 
 TEST_P(CompilerProgram, LeavesTheExpectedStore)
@@ -99,26 +107,38 @@ TEST_P(CompilerProgram, LeavesTheExpectedStore)
     ASSERT_TRUE(compiler.CompileFile(strPath, aImage))
         << compiler.GetDiagnostics().Format(GetParam() + ".lbd");
 
-    CLumVariables vars;
-    if (!expect.m_aImports.empty())
-        vars.SetValuesFromString(("S:dir$=" + strDir + "\n").c_str());
-    CLumBasic basic(&vars, nullptr);
-    std::vector<std::string> aBoxes;
-    LumMessageBoxFunction fnOld =
-        LumSetMessageBox([&](const char* pszText, const char* pszCaption, long nStyle) {
-            aBoxes.push_back(std::string(pszCaption) + "|" + pszText);
-            return expect.m_aAnswer.empty() ? LumMessageBoxDefault(nStyle) : std::stoi(expect.m_aAnswer[0]);
-        });
-    std::vector<std::string> aTrail = RunImage(basic, aImage);
-    LumSetMessageBox(std::move(fnOld));
-    EXPECT_EQ(aBoxes, expect.m_aBoxes);
-    for (const std::string& strWanted : expect.m_aTrail)
-        EXPECT_NE(std::find(aTrail.begin(), aTrail.end(), strWanted), aTrail.end()) << strWanted;
-    if (expect.m_aTrail.empty())
+    // Each program runs twice: on the interpreter as it is, and on one of a derived
+    // class, which runs every statement from the stream by its handler. Both must
+    // leave the same store, trail and boxes.
+    std::vector<std::string> aFirstTrail;
+    for (bool fStream : {false, true})
     {
-        EXPECT_TRUE(aTrail.empty()) << testing::PrintToString(aTrail);
+        CLumVariables vars;
+        if (!expect.m_aImports.empty())
+            vars.SetValuesFromString(("S:dir$=" + strDir + "\n").c_str());
+        std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars) : new CLumBasic(&vars, nullptr));
+        std::vector<std::string> aBoxes;
+        LumMessageBoxFunction fnOld =
+            LumSetMessageBox([&](const char* pszText, const char* pszCaption, long nStyle) {
+                aBoxes.push_back(std::string(pszCaption) + "|" + pszText);
+                return expect.m_aAnswer.empty() ? LumMessageBoxDefault(nStyle) : std::stoi(expect.m_aAnswer[0]);
+            });
+        std::vector<std::string> aTrail = RunImage(*pBasic, aImage);
+        LumSetMessageBox(std::move(fnOld));
+        EXPECT_EQ(aBoxes, expect.m_aBoxes) << (fStream ? "from the stream" : "");
+        for (const std::string& strWanted : expect.m_aTrail)
+            EXPECT_NE(std::find(aTrail.begin(), aTrail.end(), strWanted), aTrail.end()) << strWanted;
+        if (expect.m_aTrail.empty())
+        {
+            EXPECT_TRUE(aTrail.empty()) << testing::PrintToString(aTrail);
+        }
+        if (fStream)
+        {
+            EXPECT_EQ(aTrail, aFirstTrail);
+        }
+        aFirstTrail = aTrail;
+        EXPECT_EQ(WithoutDir(StoreLines(vars), strDir), expect.m_aStore) << (fStream ? "from the stream" : "");
     }
-    EXPECT_EQ(WithoutDir(StoreLines(vars), strDir), expect.m_aStore);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CompilerProgram, testing::ValuesIn(ProgramNames()),

@@ -84,13 +84,20 @@ const std::vector<Image>& Images()
     return s_aImages;
 }
 
-// What went wrong, or "" when the run ended normally or with a CLumsException through
-// the frame of Do.
-std::string RunsSafely(const std::vector<uint8_t>& aImage)
+// An interpreter of a derived class runs every statement from the stream by its
+// handler: the damaged image must fare the same there as with the fast form.
+class CStreamBasic : public CLumBasic
 {
-    CLumVariables vars;
-    CLumBasic basic(&vars, nullptr);
+public:
+    explicit CStreamBasic(CLumVariables* pVariables) : CLumBasic(pVariables, nullptr) {}
+};
+
+// How a run ended: its trail, empty for success, and the store it left; or what went
+// wrong beyond a CLumsException through the frame of Do.
+std::string Outcome(CLumBasic& basic, CLumVariables& vars, const std::vector<uint8_t>& aImage)
+{
     basic.SetStatementLimit(300);
+    std::string strOutcome;
     try
     {
         basic.DoMemory(aImage.data(), aImage.size());
@@ -100,12 +107,29 @@ std::string RunsSafely(const std::vector<uint8_t>& aImage)
         const std::vector<std::string>& aTrail = e.GetTrail();
         if (std::find(aTrail.begin(), aTrail.end(), "CLumBasic::Do()") == aTrail.end())
             return "a trail without the frame of Do: " + std::string(e.what());
+        strOutcome = e.what();
     }
     catch (...)
     {
         return "an exception other than CLumsException";
     }
-    return "";
+    std::string strStore;
+    vars.MakeString(&strStore);
+    return strOutcome + "\n--- store\n" + strStore;
+}
+
+// What went wrong, or "" when the run ended normally or with a CLumsException through
+// the frame of Do, alike with the fast form and from the stream.
+std::string RunsSafely(const std::vector<uint8_t>& aImage)
+{
+    CLumVariables vars, varsStream;
+    CLumBasic basic(&vars, nullptr);
+    CStreamBasic stream(&varsStream);
+    std::string strFast = Outcome(basic, vars, aImage);
+    std::string strStream = Outcome(stream, varsStream, aImage);
+    if (strFast != strStream)
+        return "the fast form ended\n" + strFast + "\nthe stream ended\n" + strStream;
+    return strFast.rfind("a trail without", 0) == 0 || strFast.rfind("an exception other", 0) == 0 ? strFast : "";
 }
 
 // Every position of a small image; on a large one, `nMost` positions spread over it.
