@@ -122,7 +122,8 @@ CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
     CLumsVarValue* pValue = GetVar(pszName, nullptr);
     // A name that resolved to nothing is not remembered: a key of its own may come.
     if (!CLumVariables::IsNullValue(pValue))
-        cache = CLumNameCache{m_pVariables, m_pVariables->GetGeneration(), m_cFunctionStack.GetScope(), pValue};
+        cache =
+            CLumNameCache{m_pVariables, m_pVariables->GetGeneration(), m_cFunctionStack.GetScope(), pValue};
     return pValue;
 }
 

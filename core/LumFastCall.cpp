@@ -73,7 +73,8 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
             step.m_pSourceOf = nullptr;
         }
     }
-    if (step.m_pInfo != nullptr && (step.m_pSourceOf != &basic || step.m_nSourceSerial != basic.m_nSourceSerial))
+    if (step.m_pInfo != nullptr &&
+        (step.m_pSourceOf != &basic || step.m_nSourceSerial != basic.m_nSourceSerial))
     {
         step.m_fSameSource = step.m_pInfo->m_strSource == basic.m_strSource;
         step.m_pSourceOf = &basic;

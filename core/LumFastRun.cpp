@@ -261,7 +261,8 @@ CLumFastForm::EOutcome CLumFastForm::Branch(CLumBasic& basic, SLumFastStep& step
 // for the handler, or null where the links end, with the raw position in `pLeaveAt`,
 // or where a statement ended the run loop, with `nResult` set. Whatever fails in a
 // statement sends it to its handler: nothing was changed before.
-SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult)
+SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
+                                     int& nResult)
 {
     CLumBasicFile& file = *basic.m_pQuelle;
     int nDepth = file.GetStackDepth();
@@ -311,7 +312,8 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
 
 // The statement an outcome leads to, linked once found; null where the links end,
 // with the raw position in `pRaw`.
-SLumFastStep* CLumFastForm::NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome, unsigned char*& pRaw)
+SLumFastStep* CLumFastForm::NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome,
+                                     unsigned char*& pRaw)
 {
     SLumFastStep** ppLink;
     switch (eOutcome)

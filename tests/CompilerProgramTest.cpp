@@ -121,7 +121,8 @@ TEST_P(CompilerProgram, LeavesTheExpectedStore)
         LumMessageBoxFunction fnOld =
             LumSetMessageBox([&](const char* pszText, const char* pszCaption, long nStyle) {
                 aBoxes.push_back(std::string(pszCaption) + "|" + pszText);
-                return expect.m_aAnswer.empty() ? LumMessageBoxDefault(nStyle) : std::stoi(expect.m_aAnswer[0]);
+                return expect.m_aAnswer.empty() ? LumMessageBoxDefault(nStyle)
+                                                : std::stoi(expect.m_aAnswer[0]);
             });
         std::vector<std::string> aTrail = RunImage(*pBasic, aImage);
         LumSetMessageBox(std::move(fnOld));
@@ -137,7 +138,8 @@ TEST_P(CompilerProgram, LeavesTheExpectedStore)
             EXPECT_EQ(aTrail, aFirstTrail);
         }
         aFirstTrail = aTrail;
-        EXPECT_EQ(WithoutDir(StoreLines(vars), strDir), expect.m_aStore) << (fStream ? "from the stream" : "");
+        EXPECT_EQ(WithoutDir(StoreLines(vars), strDir), expect.m_aStore)
+            << (fStream ? "from the stream" : "");
     }
 }
 

@@ -48,7 +48,25 @@ void CLumsVarValue::operator delete(void* p, size_t n) noexcept
     CLumFreeList<sizeof(CLumsVarValue)>::Free(p, n);
 }
 
-CLumsVarValue::~CLumsVarValue() = default;
+namespace
+{
+// The string objects of values come and go with the values: a free list of their own.
+using CTextList = CLumFreeList<sizeof(std::string)>;
+} // namespace
+
+std::string* CLumsVarValue::NewText()
+{
+    return new (CTextList::Alloc(sizeof(std::string))) std::string();
+}
+
+CLumsVarValue::~CLumsVarValue()
+{
+    if (m_pStr != nullptr)
+    {
+        m_pStr->~basic_string();
+        CTextList::Free(m_pStr, sizeof(std::string));
+    }
+}
 
 size_t LumFormatLong(char* pszBuffer, long n)
 {
@@ -106,7 +124,7 @@ int32_t CLumsVarValue::GetLong() const noexcept
     case VT_DOUBLE:
         return LumDoubleToLong(m_dDouble);
     case VT_STRING:
-        return LumAtol(m_str.c_str());
+        return LumAtol(Text().c_str());
     default:
         return 0;
     }
@@ -121,7 +139,7 @@ double CLumsVarValue::GetDouble() const noexcept
     case VT_DOUBLE:
         return m_dDouble;
     case VT_STRING:
-        return LumAtof(m_str.c_str());
+        return LumAtof(Text().c_str());
     default:
         return 0.0;
     }
@@ -133,15 +151,16 @@ const char* CLumsVarValue::GetText() const
     switch (m_nType)
     {
     case VT_STRING:
-        return m_str.c_str();
+        return Text().c_str();
     case VT_LONG:
-        m_str.assign(buffer, LumFormatLong(buffer, m_nLong));
-        return m_str.c_str();
+        Text().assign(buffer, LumFormatLong(buffer, m_nLong));
+        return m_pStr->c_str();
     case VT_DOUBLE:
-        m_str.assign(buffer, LumFormatDouble(buffer, m_dDouble));
-        return m_str.c_str();
+        Text().assign(buffer, LumFormatDouble(buffer, m_dDouble));
+        return m_pStr->c_str();
     default:
-        m_str.clear();
+        if (m_pStr != nullptr)
+            m_pStr->clear();
         return "";
     }
 }
@@ -149,7 +168,7 @@ const char* CLumsVarValue::GetText() const
 size_t CLumsVarValue::GetTextLength() const
 {
     GetText();
-    return m_nType == VT_EMPTY ? 0 : m_str.size();
+    return m_nType == VT_EMPTY ? 0 : m_pStr->size();
 }
 
 std::string& CLumsVarValue::GetStringRef()
@@ -159,7 +178,7 @@ std::string& CLumsVarValue::GetStringRef()
         GetText();
         m_nType = VT_STRING;
     }
-    return m_str;
+    return Text();
 }
 
 bool CLumsVarValue::IsTrue() const noexcept
@@ -171,7 +190,7 @@ bool CLumsVarValue::IsTrue() const noexcept
     case VT_DOUBLE:
         return m_dDouble != 0.0;
     case VT_STRING:
-        return !m_str.empty();
+        return !Text().empty();
     default:
         return false;
     }
@@ -183,7 +202,7 @@ int CLumsVarValue::Compare(const CLumsVarValue& l, const CLumsVarValue& r, const
     bool fRightString = r.m_nType == VT_STRING;
     if (fLeftString && fRightString)
     {
-        int n = l.m_str.compare(r.m_str);
+        int n = l.Text().compare(r.Text());
         return n < 0 ? -1 : (n > 0 ? 1 : 0);
     }
     if (fLeftString || fRightString)
@@ -242,7 +261,7 @@ void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVar
         str.reserve(nLeft + nRight);
         str.append(pszLeft, nLeft).append(pszRight, nRight);
         out.m_nType = VT_STRING;
-        out.m_str.swap(str);
+        out.Text().swap(str);
     }
     else if (IsLongLike(l) && IsLongLike(r))
         out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) + r.GetLong()));

@@ -86,7 +86,6 @@ public:
     static uint64_t NextGeneration();
 
 private:
-
     CLumStringMap<CLumsVarValue*> m_map;
     uint64_t m_nGeneration = NextGeneration();
 

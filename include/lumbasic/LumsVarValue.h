@@ -27,19 +27,22 @@ public:
     explicit CLumsVarValue(long n) noexcept : m_nType(VT_LONG), m_nLong(static_cast<int32_t>(n)) {}
     explicit CLumsVarValue(int n) noexcept : m_nType(VT_LONG), m_nLong(n) {}
     explicit CLumsVarValue(double d) noexcept : m_nType(VT_DOUBLE), m_dDouble(d) {}
-    explicit CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0), m_str(psz ? psz : "") {}
+    explicit CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0)
+    {
+        Text().assign(psz ? psz : "");
+    }
     // Copies skip the text cache of a number: copies happen at every variable read.
     CLumsVarValue(const CLumsVarValue& src) : CLumObject(), m_nType(src.m_nType), m_dDouble(src.m_dDouble)
     {
         if (src.m_nType == VT_STRING)
-            m_str = src.m_str;
+            Text() = *src.m_pStr;
     }
     ~CLumsVarValue() override;
 
     CLumsVarValue& operator=(const CLumsVarValue& src)
     {
-        if (src.m_nType == VT_STRING)
-            m_str = src.m_str;
+        if (src.m_nType == VT_STRING && &src != this)
+            Text() = *src.m_pStr;
         m_nType = src.m_nType;
         m_dDouble = src.m_dDouble;
         return *this;
@@ -60,14 +63,14 @@ public:
     }
     CLumsVarValue& operator=(const char* psz)
     {
+        Text().assign(psz ? psz : "");
         m_nType = VT_STRING;
-        m_str.assign(psz ? psz : "");
         return *this;
     }
     CLumsVarValue& operator=(const std::string& str)
     {
+        Text() = str;
         m_nType = VT_STRING;
-        m_str = str;
         return *this;
     }
     // Exchanges contents; the store uses it to keep a variable's object when it
@@ -76,12 +79,12 @@ public:
     {
         std::swap(m_nType, other.m_nType);
         std::swap(m_dDouble, other.m_dDouble);
-        m_str.swap(other.m_str);
+        std::swap(m_pStr, other.m_pStr);
     }
     void SetString(const char* p, size_t n)
     {
+        Text().assign(p, n);
         m_nType = VT_STRING;
-        m_str.assign(p, n);
     }
 
     int GetType() const noexcept { return m_nType; }
@@ -142,8 +145,17 @@ private:
         int32_t m_nLong;
         double m_dDouble;
     };
-    // The string content; for a number, the cache of its text form.
-    mutable std::string m_str;
+    // The string content; for a number, the cache of its text form. Made when first
+    // needed, so that a number, most values of a store, carries no string.
+    std::string& Text() const
+    {
+        if (m_pStr == nullptr)
+            m_pStr = NewText();
+        return *m_pStr;
+    }
+    static std::string* NewText();
+
+    mutable std::string* m_pStr = nullptr;
 };
 
 CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
