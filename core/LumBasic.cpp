@@ -113,31 +113,46 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
 
 void CLumBasic::RunLoop()
 {
+    RunLoopFrom(nullptr);
+}
+
+void CLumBasic::RunLoopFrom(SLumFastStep* pStart)
+{
     LumFrame(FILE_LABEL, "CLumBasic::RunLoop()", [&] {
         CLumDepthGuard guard(CLumDepthGuard::RUN, MAX_NESTING);
         CLumBasicFile* pFile = m_pQuelle;
-        unsigned short wToken = pFile->GetToken();
-        if (wToken == LBT_SOURCENAME)
-        {
-            unsigned nLength = 0;
-            const char* pszName = pFile->GetCountedText(&nLength);
-            m_strSource.assign(pszName);
-            ++m_nSourceSerial;
-            if (m_pDebugger != nullptr && !m_fMainModule)
-                m_pDebugger->SetSource(m_strSource.c_str(), nullptr);
-            wToken = pFile->GetToken();
-        }
+        unsigned short wToken;
         bool fStartedDebugger = false;
-        if (wToken == LBT_DEBUGINFO && m_fMainModule && !m_fInFunction)
+        if (pStart != nullptr)
         {
-            StartDebug(m_strSource.c_str(), nullptr);
-            fStartedDebugger = true;
+            // A procedure's head: no source name and no debugging information.
+            pFile->MoveTo(pStart->m_pAt + 2);
+            wToken = pStart->m_wToken;
+        }
+        else
+        {
+            wToken = pFile->GetToken();
+            if (wToken == LBT_SOURCENAME)
+            {
+                unsigned nLength = 0;
+                const char* pszName = pFile->GetCountedText(&nLength);
+                m_strSource.assign(pszName);
+                ++m_nSourceSerial;
+                if (m_pDebugger != nullptr && !m_fMainModule)
+                    m_pDebugger->SetSource(m_strSource.c_str(), nullptr);
+                wToken = pFile->GetToken();
+            }
+            if (wToken == LBT_DEBUGINFO && m_fMainModule && !m_fInFunction)
+            {
+                StartDebug(m_strSource.c_str(), nullptr);
+                fStartedDebugger = true;
+            }
         }
         int nResult = 0;
         // A derived class may replace any handler, and attached modules see every
         // statement through the dispatch: both run from the stream alone.
         if (wToken != 0 && IsPlainAccess() && m_pExtModuls->empty())
-            pFile->GetFastForm().Run(*this, wToken, nResult);
+            pFile->GetFastForm().Run(*this, wToken, nResult, pStart);
         while (wToken != 0 && nResult == 0)
         {
             if (m_pBudget->m_nLimit != 0 && ++m_pBudget->m_nCount > m_pBudget->m_nLimit)

@@ -106,10 +106,9 @@ CLumsVarValue* CLumBasic::GetVar(const char* pszName, long* const pIndices) cons
 
 void CLumBasic::VariableChanged(const char*, const char*) {}
 
-bool CLumBasic::IsPlainAccess()
+bool CLumBasic::FindPlainAccess()
 {
-    if (m_nPlainAccess < 0)
-        m_nPlainAccess = typeid(*this) == typeid(CLumBasic);
+    m_nPlainAccess = typeid(*this) == typeid(CLumBasic);
     return m_nPlainAccess != 0;
 }
 

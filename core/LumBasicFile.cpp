@@ -124,10 +124,9 @@ CLumBasicFile::~CLumBasicFile()
         delete[] m_pBase;
 }
 
-CLumFastForm& CLumBasicFile::GetFastForm()
+CLumFastForm& CLumBasicFile::MakeFastForm()
 {
-    if (m_pFastForm == nullptr)
-        m_pFastForm = new CLumFastForm();
+    m_pFastForm = new CLumFastForm();
     return *m_pFastForm;
 }
 

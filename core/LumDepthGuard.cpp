@@ -7,9 +7,6 @@
 
 namespace
 {
-thread_local int t_anDepth[CLumDepthGuard::KIND_COUNT];
-// Lowest usable stack address of this thread, found once; 0 when unknown.
-thread_local uintptr_t t_nStackLimit = 1;
 
 #if defined(__SANITIZE_ADDRESS__)
 #define LUM_ASAN 1
@@ -46,29 +43,19 @@ uintptr_t FindStackLimit()
 }
 } // namespace
 
+thread_local int CLumDepthGuard::s_anDepth[CLumDepthGuard::KIND_COUNT];
+thread_local uintptr_t CLumDepthGuard::s_nStackLimit = UINTPTR_MAX;
+
 void CLumDepthGuard::CheckStack()
 {
-    if (t_nStackLimit == 1)
-        t_nStackLimit = FindStackLimit();
+    if (s_nStackLimit == UINTPTR_MAX)
+        s_nStackLimit = FindStackLimit();
     uintptr_t nHere = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-    if (t_nStackLimit != 0 && nHere < t_nStackLimit)
-        LumRaise(LUM_MSG_NESTING_TOO_DEEP, t_anDepth[RUN]);
+    if (s_nStackLimit != 0 && nHere < s_nStackLimit)
+        LumRaise(LUM_MSG_NESTING_TOO_DEEP, s_anDepth[RUN]);
 }
 
-CLumDepthGuard::CLumDepthGuard(Kind eKind, int nLimit) : m_eKind(eKind)
+void CLumDepthGuard::Fail(Kind eKind, int nLimit)
 {
-    if (t_anDepth[eKind] >= nLimit)
-        LumRaise(eKind == RUN ? LUM_MSG_NESTING_TOO_DEEP : LUM_MSG_TREE_TOO_DEEP, nLimit);
-    CheckStack();
-    ++t_anDepth[eKind];
-}
-
-CLumDepthGuard::~CLumDepthGuard()
-{
-    --t_anDepth[m_eKind];
-}
-
-int CLumDepthGuard::GetDepth(Kind eKind)
-{
-    return t_anDepth[eKind];
+    LumRaise(eKind == RUN ? LUM_MSG_NESTING_TOO_DEEP : LUM_MSG_TREE_TOO_DEEP, nLimit);
 }

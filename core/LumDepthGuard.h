@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 class CLumDepthGuard
 {
@@ -16,15 +17,30 @@ public:
         KIND_COUNT
     };
 
-    CLumDepthGuard(Kind eKind, int nLimit);
-    ~CLumDepthGuard();
+    // Inline: every expression and every call of a function takes a guard.
+    CLumDepthGuard(Kind eKind, int nLimit) : m_eKind(eKind)
+    {
+        int& nDepth = s_anDepth[eKind];
+        if (nDepth >= nLimit)
+            Fail(eKind, nLimit);
+        if (reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < s_nStackLimit)
+            CheckStack();
+        ++nDepth;
+    }
+    ~CLumDepthGuard() { --s_anDepth[m_eKind]; }
     CLumDepthGuard(const CLumDepthGuard&) = delete;
     CLumDepthGuard& operator=(const CLumDepthGuard&) = delete;
 
     // Fails when less than a safe margin of the thread's stack is left.
     static void CheckStack();
-    static int GetDepth(Kind eKind);
+    static int GetDepth(Kind eKind) { return s_anDepth[eKind]; }
 
 private:
+    [[noreturn]] static void Fail(Kind eKind, int nLimit);
+
     Kind m_eKind;
+    static thread_local int s_anDepth[KIND_COUNT];
+    // Lowest usable stack address of this thread; the largest address until it was
+    // looked up, 0 when it is unknown.
+    static thread_local uintptr_t s_nStackLimit;
 };

@@ -9,6 +9,7 @@
 #include "core/LumScopedKey.h"
 
 #include <array>
+#include <cstring>
 #include <exception>
 
 namespace
@@ -37,6 +38,7 @@ void CLumFastForm::TranslateCall(CLumBasic& basic, SLumFastStep& step)
 void CLumFastForm::TranslateHead(CLumBasicFile& file, SLumFastStep& step)
 {
     step.m_pszName = file.GetCountedText();
+    step.m_nNameLength = static_cast<unsigned>(strlen(step.m_pszName));
     unsigned nLength = 0;
     std::string strParams = file.GetCountedText(&nLength);
     if (nLength == 0)
@@ -138,37 +140,42 @@ CLumFastForm::EOutcome CLumFastForm::Head(CLumBasic& basic, SLumFastStep& step)
     CLumParamStack& params = basic.m_cParamStack;
     if (static_cast<size_t>(params.GetCount()) < step.m_aParams.size())
         return HANDLER; // too few: the handler reports it
-    if (step.m_nScopeEpoch != LumScopeEpoch())
-    {
-        step.m_nScope = LumScopeOf(step.m_pszName);
-        step.m_nScopeEpoch = LumScopeEpoch();
-    }
-    basic.m_cFunctionStack.Push(step.m_pszName, step.m_nScope);
-    m_nScope = basic.m_cFunctionStack.GetScope();
-    CLumVariables& store = *basic.m_pVariables;
+    EnterHead(basic, step);
     for (SLumFastStep::SParam& param : step.m_aParams)
     {
         std::unique_ptr<CLumsVarValue> pArgument(params.Pop());
-        CLumNameCache& cache = param.m_cCache;
-        CLumsVarValue* pTarget = cache.m_pStore == &store && cache.m_nGeneration == store.GetGeneration()
-                                     ? cache.m_pValue
-                                     : store.Lookup(param.m_strKey);
-        if (pTarget == nullptr)
-        {
-            pTarget = new CLumsVarValue();
-            store.SetValue(param.m_strKey.c_str(), pTarget);
-        }
-        if (param.m_cType == '%')
-            *pTarget = static_cast<long>(pArgument->GetLong());
-        else if (param.m_cType != '$')
-            *pTarget = pArgument->GetDouble();
-        else if (pArgument->IsString())
-            pTarget->Swap(*pArgument);
-        else
-            *pTarget = pArgument->GetText();
-        cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
+        Bind(basic, param, *pArgument);
     }
     return GO_ON;
+}
+
+void CLumFastForm::EnterHead(CLumBasic& basic, SLumFastStep& step)
+{
+    // The id once taken stays this name's alone, even where the table forgot it.
+    if (step.m_nScope == 0)
+        step.m_nScope = LumScopeOf(step.m_pszName);
+    basic.m_cFunctionStack.Push(std::string_view(step.m_pszName, step.m_nNameLength), step.m_nScope);
+    m_nScope = basic.m_cFunctionStack.GetScope();
+}
+
+// A parameter's local takes the argument, converted by the parameter's name; a string
+// is taken over.
+void CLumFastForm::Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument)
+{
+    CLumVariables& store = *basic.m_pVariables;
+    CLumNameCache& cache = param.m_cCache;
+    CLumsVarValue* pTarget = cache.m_pStore == &store && cache.m_nGeneration == store.GetGeneration()
+                                 ? cache.m_pValue
+                                 : store.Obtain(param.m_strKey);
+    if (param.m_cType == '%')
+        *pTarget = static_cast<long>(argument.GetLong());
+    else if (param.m_cType != '$')
+        *pTarget = argument.GetDouble();
+    else if (argument.IsString())
+        pTarget->Swap(argument);
+    else
+        *pTarget = argument.GetText();
+    cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
 }
 
 // The result of the function on top, read as End reads it: once the function has left

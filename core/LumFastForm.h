@@ -83,6 +83,12 @@ struct SLumFastExpr
     const CLumFunctions* m_pTable = nullptr;
     uint64_t m_nTableGeneration = 0;
     CallInfo* m_pInfo = nullptr;
+    // USERCALL: the head of the function it called last, and whether the function's
+    // source is the one the interpreter runs, as last seen.
+    struct SLumFastStep* m_pCallee = nullptr;
+    const CLumBasic* m_pSourceOf = nullptr;
+    uint64_t m_nSourceSerial = 0;
+    bool m_fSameSource = false;
 };
 
 // A statement of the fast form.
@@ -127,8 +133,10 @@ struct SLumFastStep
     unsigned char* m_pJump = nullptr; // where a taken skip leads
     SLumFastStep* m_pNext = nullptr;  // linked on first use
     SLumFastStep* m_pTaken = nullptr;
-    // ASSIGN: the target's name in the image, and where it was stored last.
+    // ASSIGN: the target's name in the image, and where it was stored last. SUB: the
+    // procedure's name.
     const char* m_pszName = nullptr;
+    unsigned m_nNameLength = 0;
     CLumNameCache m_cTarget;
     SLumFastExpr* m_pExpr = nullptr;
     // ASSIGN_ELEMENT: the element whose name is the target.
@@ -153,7 +161,6 @@ struct SLumFastStep
     };
     std::vector<SParam> m_aParams;
     uint64_t m_nScope = 0;
-    uint64_t m_nScopeEpoch = ~uint64_t(0);
     // ASSIGN: whether the target names the function running, for the scope it was
     // looked at in. END of a Function: where its result was found, for the scope of
     // the function as well as the one it returns to.
@@ -229,6 +236,15 @@ LUM_HOT void LumFastStore(CLumsVarValue& target, const SLumNumber& n, char cType
         target = n.AsDouble();
 }
 
+// Stores a number as the value of an operator: a long or a double as computed.
+LUM_HOT void LumFastStore(CLumsVarValue& target, const SLumNumber& n)
+{
+    if (n.m_fDouble)
+        target = n.m_dDouble;
+    else
+        target = static_cast<long>(n.m_nLong);
+}
+
 // Applies an operator of an expression tree to two numbers by the rules of the value
 // type; false for one it does not compute (division by zero, an unknown token).
 LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SLumNumber& r, SLumNumber& out)
@@ -298,7 +314,8 @@ public:
     // Does the run loop's work from the statement whose token `wToken` it has just
     // read, until the run ends or an extension module is attached or a handler puts
     // another cursor in place; `wToken` and `nResult` then stand as the run loop goes on.
-    void Run(CLumBasic& basic, unsigned short& wToken, int& nResult);
+    // `pStart`, where given, is the statement whose token that is.
+    void Run(CLumBasic& basic, unsigned short& wToken, int& nResult, SLumFastStep* pStart = nullptr);
 
 private:
     enum EOutcome
@@ -359,7 +376,11 @@ private:
     void EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     void EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
+    SLumFastStep* CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);
     void PushArguments(CLumBasic& basic, SLumFastExpr& expr);
+    // Makes the arguments in `pArgs` and counts them in `nMade`.
+    bool DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info, CLumsVarValue* pArgs,
+                         size_t& nMade);
 
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
@@ -367,6 +388,8 @@ private:
     EOutcome Call(CLumBasic& basic, SLumFastStep& step);
     CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
     EOutcome Head(CLumBasic& basic, SLumFastStep& step);
+    void EnterHead(CLumBasic& basic, SLumFastStep& step);
+    static void Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument);
     EOutcome End(CLumBasic& basic, SLumFastStep& step);
     const CLumsVarValue* Result(CLumBasic& basic, SLumFastStep& step);
 
@@ -374,13 +397,12 @@ private:
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
     bool ValueFor(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& value);
     EOutcome AssignElement(CLumBasic& basic, SLumFastStep& step);
-    CLumsVarValue* Target(CLumBasic& basic, const char* pszName, std::string& strKey);
     void Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache);
     bool EvalOtherNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     void EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     const CLumsVarValue* Element(CLumBasic& basic, SLumFastExpr& expr);
     bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
-    bool ElementName(CLumBasic& basic, SLumFastExpr& expr, char* pszKey, size_t& nLength);
+    static bool ElementName(std::string_view name, const long* pIndices, char* pszKey, size_t& nLength);
     void EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
 
     // The store and the scope of the statements running now, taken when a run of

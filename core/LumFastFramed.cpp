@@ -15,6 +15,8 @@
 namespace
 {
 const char* const EXPRESSION_LABEL = "LUMEXPRESSION";
+// Most arguments a call binds to its parameters directly.
+const size_t MAX_DIRECT_ARGS = 4;
 
 // The expression machinery's own evaluation of a node, with its frames.
 void Machinery(CLumBasic& basic, CLumTermNode* pNode, CLumsVarValue& out)
@@ -48,17 +50,17 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
         LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&] {
             CLumsVarValue value;
             EvalCommitted(basic, step, value);
-            const char* pszName = step.m_pszName;
-            std::string strResult;
-            if (IsResultTarget(basic, step))
-            {
-                strResult = CLumScopedKey(pszName, pszName).c_str();
-                pszName = strResult.c_str();
-            }
+            // The messages name the result of a function by its full key.
+            auto Refuse = [&](int nMessage) {
+                const char* pszName = step.m_pszName;
+                if (IsResultTarget(basic, step))
+                    LumRaise(nMessage, CLumScopedKey(pszName, pszName).c_str());
+                LumRaise(nMessage, pszName);
+            };
             if (value.IsString() && step.m_cType != '$')
-                LumRaise(LUM_MSG_STRING_TO_NUMVAR, pszName);
+                Refuse(LUM_MSG_STRING_TO_NUMVAR);
             if (!value.IsString() && step.m_cType == '$' && value.IsNumber())
-                LumRaise(LUM_MSG_NUMBER_TO_STRINGVAR, pszName);
+                Refuse(LUM_MSG_NUMBER_TO_STRINGVAR);
             if (step.m_cType == '$' && !value.IsString())
                 value = "";
             else if (step.m_cType == '%')
@@ -125,6 +127,11 @@ void CLumFastForm::EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValu
             EvalFramed(basic, *expr.m_pLeft, out);
             CLumsVarValue right;
             EvalFramed(basic, *expr.m_pRight, right);
+            // Two numbers (no empty value) compute as numbers do.
+            SLumNumber l{}, r{};
+            if (out.IsNumber() && right.IsNumber() && LumFastNumber(out, l) && LumFastNumber(right, r) &&
+                LumFastOperate(expr.m_wToken, l, r, l))
+                return LumFastStore(out, l);
             LumFrame(EXPRESSION_LABEL, "CLumExpression::Operation()",
                      [&] { LumApplyOperator(expr.m_wToken, out, right, out); });
         });
@@ -155,17 +162,96 @@ void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
 {
     LumFrame("LUMBASICCALL", "CLumBasic::PushParams()", [&] {
         size_t nArgs = expr.m_apIndices.size();
-        std::unique_ptr<CLumsVarValue> aSmall[8];
-        std::vector<std::unique_ptr<CLumsVarValue>> aMore(nArgs > 8 ? nArgs : 0);
-        std::unique_ptr<CLumsVarValue>* apValues = nArgs > 8 ? aMore.data() : aSmall;
+        CLumsVarValue* aSmall[8];
+        std::vector<CLumsVarValue*> aMore(nArgs > 8 ? nArgs : 0);
+        CLumsVarValue** apValues = nArgs > 8 ? aMore.data() : aSmall;
+        struct Owned
+        {
+            CLumsVarValue** m_ap;
+            size_t m_n = 0;
+            ~Owned()
+            {
+                for (size_t i = 0; i < m_n; ++i)
+                    delete m_ap[i];
+            }
+        } owned{apValues};
         for (size_t i = 0; i < nArgs; ++i)
         {
-            apValues[i].reset(new CLumsVarValue());
-            Auswerten([&] { EvalFramed(basic, *expr.m_apIndices[i], *apValues[i]); });
+            apValues[i] = new CLumsVarValue();
+            owned.m_n = i + 1;
+            SLumFastExpr& arg = *expr.m_apIndices[i];
+            CLumsVarValue& value = *apValues[i];
+            // An argument that only computes needs no frames where it succeeds: only
+            // the nesting of expressions could fail it, and that is checked here.
+            if (!arg.m_fPure || CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING ||
+                !LumSucceeds([&] {
+                    SLumNumber n{};
+                    if (!arg.m_fNumericValue)
+                        EvalValue(basic, arg, value);
+                    else if (!EvalNumber(basic, arg, n))
+                        throw std::exception();
+                    else
+                        LumFastStore(value, n);
+                }))
+                Auswerten([&] { EvalFramed(basic, arg, value); });
         }
         for (size_t i = nArgs; i-- > 0;)
-            basic.m_cParamStack.Push(apValues[i].release());
+        {
+            basic.m_cParamStack.Push(apValues[i]);
+            owned.m_n = i;
+        }
     });
+}
+
+// Arguments for a call that binds them to the parameters itself, skipping the
+// parameter stack and the dispatch of the head: where the head is a statement of the
+// form that the call reached before, nothing can refuse the call or its head, and every
+// argument only computes. False leaves the arguments to PushArguments.
+bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info,
+                                   CLumsVarValue* pArgs, size_t& nMade)
+{
+    const SLumFastStep* pHead = expr.m_pCallee;
+    size_t nArgs = expr.m_apIndices.size();
+    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+    if (pHead == nullptr || pHead->m_pAt != info.m_pCode || pHead->m_eKind != SLumFastStep::SUB ||
+        pHead->m_pNext == nullptr || pHead->m_aParams.size() != nArgs || nArgs > MAX_DIRECT_ARGS ||
+        !basic.m_pExtModuls->empty() ||
+        basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
+        CLumDepthGuard::GetDepth(CLumDepthGuard::RUN) >= CLumBasic::MAX_NESTING ||
+        (budget.m_nLimit != 0 && budget.m_nCount >= budget.m_nLimit) ||
+        CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING)
+        return false;
+    // A debugger follows a call into another source: that is for the regular way.
+    if (basic.m_pDebugger != nullptr)
+    {
+        if (expr.m_pSourceOf != &basic || expr.m_nSourceSerial != basic.m_nSourceSerial)
+        {
+            expr.m_fSameSource = info.m_strSource == basic.m_strSource;
+            expr.m_pSourceOf = &basic;
+            expr.m_nSourceSerial = basic.m_nSourceSerial;
+        }
+        if (!expr.m_fSameSource)
+            return false;
+    }
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        SLumFastExpr& arg = *expr.m_apIndices[i];
+        if (!arg.m_fPure)
+            return false;
+        CLumsVarValue& value = *::new (&pArgs[i]) CLumsVarValue();
+        nMade = i + 1;
+        if (!LumSucceeds([&] {
+                SLumNumber n{};
+                if (!arg.m_fNumericValue)
+                    EvalValue(basic, arg, value);
+                else if (!EvalNumber(basic, arg, n))
+                    throw std::exception();
+                else
+                    LumFastStore(value, n);
+            }))
+            return false;
+    }
+    return true;
 }
 
 // A call as UserFunction makes it: Call finds the procedure and enters it, a nested
@@ -173,6 +259,7 @@ void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
 CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
 {
     return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()", [&] {
+        SLumFastStep* pStart = nullptr;
         LumFrame("LUMBASICCALL", "CLumBasic::Call()", [&] {
             CLumFunctions& table = *basic.m_pFunctions;
             // Arguments may run a Declare of the same name: the record found stays.
@@ -184,7 +271,10 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
             } unpin{table};
             if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
             {
-                expr.m_pInfo = table.Lookup(expr.m_pszName);
+                CallInfo* pFound = table.Lookup(expr.m_pszName);
+                if (pFound != expr.m_pInfo)
+                    expr.m_pSourceOf = nullptr;
+                expr.m_pInfo = pFound;
                 expr.m_pTable = &table;
                 expr.m_nTableGeneration = table.GetGeneration();
             }
@@ -193,15 +283,43 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
                 LumRaise(LUM_MSG_NOT_DECLARED, expr.m_pszName);
             if (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr)
                 LumRaise(LUM_MSG_IMAGE_GONE, expr.m_pszName);
-            PushArguments(basic, expr);
+            // Room for the arguments of a direct call, made only as many as there are.
+            alignas(CLumsVarValue) unsigned char aRoom[MAX_DIRECT_ARGS * sizeof(CLumsVarValue)];
+            CLumsVarValue* aArgs = reinterpret_cast<CLumsVarValue*>(aRoom);
+            struct Made
+            {
+                CLumsVarValue* m_p;
+                size_t m_n = 0;
+                ~Made()
+                {
+                    for (size_t i = 0; i < m_n; ++i)
+                        m_p[i].~CLumsVarValue();
+                }
+            } made{aArgs};
+            bool fDirect = DirectArguments(basic, expr, *pInfo, aArgs, made.m_n);
+            if (!fDirect)
+                PushArguments(basic, expr);
             // As Function reads a node's data: the cursor stands in it, behind the
             // arguments, where the call returns to.
             basic.m_pQuelle->SetMemoryMode(expr.m_pArgsEnd);
             basic.EnterProcedure(pInfo);
+            if (!fDirect)
+            {
+                pStart = CalleeHead(basic, expr, *pInfo);
+                return;
+            }
+            // The head's statement, counted and run here: the nested run starts behind it.
+            SLumFastStep& head = *expr.m_pCallee;
+            if (basic.m_pBudget->m_nLimit != 0)
+                ++basic.m_pBudget->m_nCount;
+            EnterHead(basic, head);
+            for (size_t i = 0; i < head.m_aParams.size(); ++i)
+                Bind(basic, head.m_aParams[i], aArgs[i]);
+            pStart = head.m_pNext;
         });
         int fInFunction = basic.m_fInFunction;
         basic.m_fInFunction = 1;
-        basic.RunLoop();
+        basic.RunLoopFrom(pStart);
         basic.m_fInFunction = fInFunction;
         CLumCallStack& stack = basic.m_cCallStack;
         if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
@@ -212,4 +330,22 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
         basic.m_pQuelle->SetMemoryMode(nullptr);
         return pResult;
     });
+}
+
+// The head of the called function as a statement of this form, for the nested run
+// loop to start at instead of reading the token there; null where the run loop must
+// read it (a module attached meanwhile, a head that is no procedure's).
+SLumFastStep* CLumFastForm::CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    if (!basic.m_pExtModuls->empty() || &file.GetFastForm() != this)
+        return nullptr;
+    unsigned char* pCode = info.m_pCode;
+    if (expr.m_pCallee == nullptr || expr.m_pCallee->m_pAt != pCode)
+    {
+        if (!file.CanReadAt(pCode, 2))
+            return nullptr;
+        expr.m_pCallee = StepAt(basic, pCode);
+    }
+    return expr.m_pCallee->m_eKind == SLumFastStep::SUB ? expr.m_pCallee : nullptr;
 }

@@ -8,10 +8,10 @@
 
 #include "core/LumFrame.h"
 
-void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult)
+void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult, SLumFastStep* pStart)
 {
     CLumBasicFile* pFile = basic.m_pQuelle;
-    SLumFastStep* pStep = StepAt(basic, pFile->GetPosition() - 2);
+    SLumFastStep* pStep = pStart != nullptr ? pStart : StepAt(basic, pFile->GetPosition() - 2);
     for (;;)
     {
         unsigned char* pLeaveAt = nullptr;
@@ -279,6 +279,14 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             {
                 --budget.m_nCount;
                 return pStep; // the handler's count fails it
+            }
+            // A line marker, every other statement, only notes its line unless the
+            // debugger wants it: straight on to the statement it was linked to.
+            if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr && !basic.m_fDebugMode)
+            {
+                basic.m_nLine = pStep->m_nLine;
+                pStep = pStep->m_pNext;
+                continue;
             }
             EOutcome eOutcome = Execute(basic, *pStep);
             if (eOutcome == HANDLER)

@@ -63,55 +63,60 @@ CLumFastForm::EOutcome CLumFastForm::AssignValue(CLumBasic& basic, SLumFastStep&
     return GO_ON;
 }
 
+// An element's assignment. The common one, a global element by a single index in a
+// procedure that is no function with such a name, finds its element without
+// composing the key; every other composes the key as NameOf does.
 CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastStep& step)
 {
     if (basic.m_cFunctionStack.IsEmpty())
         return HANDLER;
+    SLumFastExpr& target = *step.m_pTarget;
+    long aIndices[CLumVariables::MAX_INDICES] = {};
+    if (!Indices(basic, target, aIndices) || target.m_nNameLength > CLumVariables::MAX_KEY)
+        return HANDLER;
+    std::string_view name(target.m_pszName, target.m_nNameLength);
+    CLumVariables& store = *basic.m_pVariables;
+    const std::string& strTop = basic.m_cFunctionStack.TopString();
+    bool fLocals = basic.GetDepth() > 1 && store.HasScopedElements();
+    bool fSimple = !fLocals && aIndices[0] > 0 && aIndices[1] == 0 &&
+                   aIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+                   name.size() + 11 <= CLumVariables::MAX_KEY && strTop.find(':') == std::string::npos;
     char szName[CLumVariables::MAX_KEY + 1];
     size_t nName = 0;
-    CLumsVarValue value;
     // The result of a function goes by its own rule: for its handler.
-    if (!ElementName(basic, *step.m_pTarget, szName, nName) || basic.m_cFunctionStack.TopString() == szName ||
-        !ValueFor(basic, step, value))
+    if (!fSimple && (!ElementName(name, aIndices, szName, nName) || strTop == std::string_view(szName, nName)))
         return HANDLER;
-    Store(basic, szName, value, nullptr);
+    CLumsVarValue value;
+    if (!ValueFor(basic, step, value))
+        return HANDLER;
+    if (fSimple)
+        store.ObtainElement(name, aIndices)->Swap(value);
+    else if (fLocals)
+        Store(basic, szName, value, nullptr);
+    else
+        store.Obtain(std::string_view(szName, nName))->Swap(value);
     return GO_ON;
 }
 
-// Where SetVar puts a name: a key given in full as it stands; in a procedure its local
-// where there is one, else the global. The result of a function is its local under the
-// function's own name. Gives the variable, or null with `strKey` to create.
-CLumsVarValue* CLumFastForm::Target(CLumBasic& basic, const char* pszName, std::string& strKey)
+// Stores into the variable SetVar would store into, making it where it is missing,
+// and remembers where it stands: a key given in full as it stands; in a procedure its
+// local where there is one, else the global. The result of a function is its local
+// under the function's own name.
+void CLumFastForm::Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache)
 {
     const std::string& strTop = basic.m_cFunctionStack.TopString();
     CLumVariables& store = *basic.m_pVariables;
+    CLumsVarValue* pTarget;
     if (strTop == pszName)
-        strKey = CLumScopedKey(strTop, pszName).c_str();
+        pTarget = store.Obtain(CLumScopedKey(strTop, pszName).view());
     else if (pszName[0] != '@' && basic.GetDepth() > 1)
     {
         CLumScopedKey cScoped(strTop, pszName);
-        strKey = store.Contains(cScoped.view()) ? cScoped.c_str() : pszName;
+        pTarget = store.Obtain(store.Contains(cScoped.view()) ? cScoped.view() : std::string_view(pszName));
     }
     else
-        strKey = pszName;
-    return store.Lookup(strKey);
-}
-
-// Stores into the variable SetVar would store into, making it where it is missing,
-// and remembers where it stands.
-void CLumFastForm::Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache)
-{
-    std::string strKey;
-    CLumsVarValue* pTarget = Target(basic, pszName, strKey);
-    CLumVariables& store = *basic.m_pVariables;
-    if (pTarget != nullptr)
-        pTarget->Swap(value);
-    else
-    {
-        pTarget = new CLumsVarValue();
-        pTarget->Swap(value);
-        store.SetValue(strKey.c_str(), pTarget);
-    }
+        pTarget = store.Obtain(pszName);
+    pTarget->Swap(value);
     if (pCache != nullptr)
         *pCache = CLumNameCache{&store, store.GetGeneration(), basic.m_cFunctionStack.GetScope(), pTarget};
 }
@@ -167,37 +172,40 @@ bool CLumFastForm::Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
     return true;
 }
 
-// An element read as GetVar finds it: in a procedure its local first.
+// An element read as GetVar finds it: in a procedure its local first, which only a
+// store that ever held a scoped element key can have.
 const CLumsVarValue* CLumFastForm::Element(CLumBasic& basic, SLumFastExpr& expr)
 {
     long aIndices[CLumVariables::MAX_INDICES] = {};
     if (!Indices(basic, expr, aIndices) || expr.m_nNameLength > CLumVariables::MAX_KEY)
         throw SGiveUp();
-    char szName[CLumVariables::MAX_KEY + 1];
-    memcpy(szName, expr.m_pszName, expr.m_nNameLength);
-    szName[expr.m_nNameLength] = '\0';
+    std::string_view name(expr.m_pszName, expr.m_nNameLength);
     CLumVariables& store = *basic.m_pVariables;
-    if (basic.GetDepth() > 1)
+    char szKey[CLumVariables::MAX_KEY + 1];
+    if (basic.GetDepth() > 1 && store.HasScopedElements())
     {
-        CLumScopedKey cScoped(basic.m_cFunctionStack.TopString(), szName);
-        if (const CLumsVarValue* pValue = store.Find(cScoped.c_str(), aIndices))
+        CLumScopedKey cScoped(basic.m_cFunctionStack.TopString(), name);
+        if (const CLumsVarValue* pValue = store.Lookup(
+                std::string_view(szKey, CLumVariables::MakeName(szKey, cScoped.view(), aIndices))))
             return pValue;
     }
-    return store.GetValue(szName, aIndices);
+    if (const CLumsVarValue* pValue = store.FindElement(name, aIndices))
+        return pValue;
+    return CLumVariables::GetNullValue(name);
 }
 
-// The name NameOf gives an element: its name and each index up to the first 0.
-bool CLumFastForm::ElementName(CLumBasic& basic, SLumFastExpr& expr, char* pszKey, size_t& nLength)
+// The name NameOf gives an element: its name and each index up to the first 0; false
+// where that would not fit a key.
+bool CLumFastForm::ElementName(std::string_view name, const long* pIndices, char* pszKey, size_t& nLength)
 {
-    long aIndices[CLumVariables::MAX_INDICES] = {};
-    size_t n = expr.m_nNameLength;
-    if (!Indices(basic, expr, aIndices) || n > CLumVariables::MAX_KEY)
+    size_t n = name.size();
+    if (n > CLumVariables::MAX_KEY)
         return false;
-    memcpy(pszKey, expr.m_pszName, n);
-    for (size_t i = 0; i < CLumVariables::MAX_INDICES && aIndices[i] != 0; ++i)
+    memcpy(pszKey, name.data(), n);
+    for (size_t i = 0; i < CLumVariables::MAX_INDICES && pIndices[i] != 0; ++i)
     {
         char szDigits[24];
-        size_t nDigits = LumFormatLong(szDigits, aIndices[i]);
+        size_t nDigits = LumFormatLong(szDigits, pIndices[i]);
         if (n + 1 + nDigits > CLumVariables::MAX_KEY)
             return false;
         pszKey[n++] = ':';

@@ -59,7 +59,8 @@ Translate(const char* pszFile, const char* pszMethod, const AfterLabels& after, 
 } // namespace lumframe
 
 // The standard frame.
-template <class Body> decltype(auto) LumFrame(const char* pszFile, const char* pszMethod, Body&& body)
+template <class Body>
+__attribute__((always_inline)) inline decltype(auto) LumFrame(const char* pszFile, const char* pszMethod, Body&& body)
 {
     try
     {

@@ -1,6 +1,8 @@
-// Scope ids of procedure names, one table per thread, as interpreters are.
+// Scope ids of procedure names: a table per thread, as interpreters are, over one
+// count for the whole process, so that no id ever names two names.
 #include <lumbasic/LumBasicStack.h>
 
+#include <atomic>
 #include <unordered_map>
 
 namespace
@@ -10,8 +12,7 @@ namespace
 const size_t MAX_NAMES = 4096;
 
 thread_local std::unordered_map<std::string, uint64_t> t_mapScopes;
-thread_local uint64_t t_nEpoch = 0;
-thread_local uint64_t t_nLastId = 0;
+std::atomic<uint64_t> s_nLastId{0};
 } // namespace
 
 uint64_t LumScopeOf(const char* pszName)
@@ -20,14 +21,6 @@ uint64_t LumScopeOf(const char* pszName)
     if (it != t_mapScopes.end())
         return it->second;
     if (t_mapScopes.size() >= MAX_NAMES)
-    {
         t_mapScopes.clear();
-        ++t_nEpoch;
-    }
-    return t_mapScopes.emplace(pszName, ++t_nLastId).first->second;
-}
-
-uint64_t LumScopeEpoch()
-{
-    return t_nEpoch;
+    return t_mapScopes.emplace(pszName, ++s_nLastId).first->second;
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 
 LUM_IMPLEMENT_RUNTIME(CLumVariables, CLumObject, nullptr)
@@ -56,10 +57,9 @@ void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
     CLumsVarValue** pp = m_map.Find(pszName);
     if (pp == nullptr)
     {
-        m_map.Insert(pszName, pValue);
-        // Only a scoped key can hide a variable that a name resolved to before.
-        if (pszName[0] == '@')
-            m_nGeneration = NextGeneration();
+        std::string_view key(pszName);
+        m_map.Insert(key, pValue);
+        Inserted(key);
         return;
     }
     if (*pp == pValue)
@@ -73,6 +73,34 @@ void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
     }
     (*pp)->Swap(*pValue);
     delete pValue;
+}
+
+CLumsVarValue* CLumVariables::Obtain(std::string_view key)
+{
+    CLumsVarValue** pp = m_map.Find(key);
+    if (pp == nullptr)
+    {
+        std::unique_ptr<CLumsVarValue> pValue(new CLumsVarValue());
+        m_map.Insert(key, pValue.get());
+        Inserted(key);
+        return pValue.release();
+    }
+    if (*pp == nullptr)
+    {
+        *pp = new CLumsVarValue();
+        m_nGeneration = NextGeneration();
+    }
+    return *pp;
+}
+
+void CLumVariables::Inserted(std::string_view key)
+{
+    // Only a scoped key can hide a variable that a name resolved to before.
+    if (key.empty() || key[0] != '@')
+        return;
+    m_nGeneration = NextGeneration();
+    if (key.find(':') != std::string_view::npos)
+        ++m_nScopedElements;
 }
 
 uint64_t CLumVariables::NextGeneration()
@@ -129,6 +157,52 @@ CLumsVarValue* CLumVariables::Find(const char* pszName, const long* pIndices) co
         pp = m_map.Find(std::string_view(key, n));
     }
     return pp ? *pp : nullptr;
+}
+
+namespace
+{
+// One index that the key holds in full: the map finds the element by name and number.
+bool IsSimpleElement(std::string_view name, const long* pIndices)
+{
+    return pIndices[0] > 0 && pIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+           (CLumVariables::MAX_INDICES == 1 || pIndices[1] == 0) && !name.empty() &&
+           name.size() + 11 <= CLumVariables::MAX_KEY;
+}
+} // namespace
+
+CLumsVarValue* CLumVariables::FindElement(std::string_view name, const long* pIndices) const
+{
+    CLumsVarValue* const* pp;
+    if (IsSimpleElement(name, pIndices))
+        pp = m_map.FindElement(name, static_cast<uint32_t>(pIndices[0]));
+    else
+    {
+        char key[MAX_KEY + 1];
+        pp = m_map.Find(std::string_view(key, MakeName(key, name, pIndices)));
+    }
+    return pp ? *pp : nullptr;
+}
+
+CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices)
+{
+    char key[MAX_KEY + 1];
+    if (!IsSimpleElement(name, pIndices))
+        return Obtain(std::string_view(key, MakeName(key, name, pIndices)));
+    uint32_t nIndex = static_cast<uint32_t>(pIndices[0]);
+    if (CLumsVarValue** pp = m_map.FindElement(name, nIndex))
+    {
+        if (*pp == nullptr)
+        {
+            *pp = new CLumsVarValue();
+            m_nGeneration = NextGeneration();
+        }
+        return *pp;
+    }
+    std::string_view composed(key, MakeName(key, name, pIndices));
+    std::unique_ptr<CLumsVarValue> pValue(new CLumsVarValue());
+    m_map.InsertElement(composed, name, nIndex, pValue.get());
+    Inserted(composed);
+    return pValue.release();
 }
 
 CLumsVarValue* CLumVariables::GetValue(const char* pszName, const long* pIndices) const

@@ -59,13 +59,10 @@ std::string* CLumsVarValue::NewText()
     return new (CTextList::Alloc(sizeof(std::string))) std::string();
 }
 
-CLumsVarValue::~CLumsVarValue()
+void CLumsVarValue::FreeText(std::string* pStr) noexcept
 {
-    if (m_pStr != nullptr)
-    {
-        m_pStr->~basic_string();
-        CTextList::Free(m_pStr, sizeof(std::string));
-    }
+    pStr->~basic_string();
+    CTextList::Free(pStr, sizeof(std::string));
 }
 
 size_t LumFormatLong(char* pszBuffer, long n)

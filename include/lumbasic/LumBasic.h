@@ -21,6 +21,7 @@
 class CLumBasicDebugger;
 class CLumBasicExtModul;
 class CLumExpression;
+struct SLumFastStep;
 
 class CLumBasic : public CLumObject
 {
@@ -184,7 +185,8 @@ protected:
     // Whether a store must go through SetVar for the change notice of debug mode: the
     // notice of this class goes nowhere, so only a derived class needs it.
     bool NeedsChangeNotice() { return m_fDebugMode && !IsPlainAccess(); }
-    bool IsPlainAccess();
+    bool IsPlainAccess() { return m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess(); }
+    bool FindPlainAccess();
     void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
     // The variable that `cache` still names, or null when it names none any more.
     CLumsVarValue* CachedVarOrNull(const CLumNameCache& cache) const
@@ -197,6 +199,9 @@ protected:
 
 private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
+    // The run loop, from the cursor, or from a statement of the fast form that stands
+    // where the cursor stands (the head of a function called from an expression).
+    void RunLoopFrom(SLumFastStep* pStart);
     // Pushes the return record of a call and moves the run to the procedure's head.
     // `nSourceChanged` is whether the procedure's source differs from the running one,
     // -1 to find out.

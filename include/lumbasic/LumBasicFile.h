@@ -104,7 +104,7 @@ public:
     // What this cursor learnt from what it read (trees, names), made on first use.
     CLumReadCache& GetReadCache();
     // The fast form of the statements this cursor runs, made on first use.
-    CLumFastForm& GetFastForm();
+    CLumFastForm& GetFastForm() { return m_pFastForm != nullptr ? *m_pFastForm : MakeFastForm(); }
     // Whether n bytes can be read at the position.
     bool CanRead(size_t n) const { return CanReadAt(m_pPosition, n); }
 
@@ -126,6 +126,7 @@ private:
         return reinterpret_cast<uintptr_t>(p) - reinterpret_cast<uintptr_t>(m_pLo) <= m_nRegion;
     }
     [[noreturn]] void Damaged() const;
+    CLumFastForm& MakeFastForm();
     void FindRegion();
     void Register();
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // An open If (kind 0) or For (kind 1).
@@ -109,47 +110,74 @@ class CLumCallStack : public CLumOwningStack<CallData>
 class CLumParamStack : public CLumOwningStack<CLumsVarValue>
 {
 };
-// The scope id of a procedure name: the same for every activation of one name, so
-// that what a name resolved to in one call stands for the next. Ids are never given
-// twice; the table forgets its names when it grows large, and a name then gets a new id.
+// The scope id of a procedure name: the same for every activation of one name while
+// the table keeps it, so that what a name resolved to in one call stands for the next.
+// No id is ever given to two names; the table forgets its names when it grows large,
+// and a name then gets a new id.
 uint64_t LumScopeOf(const char* pszName);
-// Counts the times the table forgot its names: an id taken for a name stays that
-// name's current id while the count is the same.
-uint64_t LumScopeEpoch();
 
-class CLumFunctionStack : public CLumBasicStack<std::string>
+// The names of the procedures running. Every call pushes one, so a popped entry
+// keeps its string for the next push to reuse.
+class CLumFunctionStack
 {
 public:
+    CLumFunctionStack() { m_a.reserve(10); }
+    CLumFunctionStack(const CLumFunctionStack&) = delete;
+    CLumFunctionStack& operator=(const CLumFunctionStack&) = delete;
+
     void Push(const char* psz) { Push(psz, LumScopeOf(psz)); }
     // Pushes a name whose scope id the caller knows.
-    void Push(const char* psz, uint64_t nScope)
+    void Push(std::string_view name, uint64_t nScope)
     {
-        CLumBasicStack<std::string>::Push(std::string(psz));
-        m_aScopes.push_back(nScope);
+        if (m_nCount == m_a.size())
+            m_a.emplace_back();
+        SFrame& frame = m_a[m_nCount];
+        // The same procedure runs at the same depth again and again; an id names one
+        // name only.
+        if (frame.m_nScope != nScope || frame.m_strName.size() != name.size())
+            frame.m_strName.assign(name.data(), name.size());
+        frame.m_nScope = nScope;
+        ++m_nCount;
+        Rescope();
     }
     std::string Pop()
     {
-        std::string str = CLumBasicStack<std::string>::Pop();
-        m_aScopes.pop_back();
+        std::string str = TopString();
+        --m_nCount;
+        Rescope();
         return str;
     }
     // Pops without handing the name out.
     void Drop()
     {
-        if (m_a.empty())
+        if (m_nCount == 0)
             throw CLumStackEmpty();
-        m_a.pop_back();
-        m_aScopes.pop_back();
+        --m_nCount;
+        Rescope();
     }
-    const std::string& TopString() const { return CLumBasicStack<std::string>::Top(); }
+    const std::string& TopString() const
+    {
+        if (m_nCount == 0)
+            throw CLumStackEmpty();
+        return m_a[m_nCount - 1].m_strName;
+    }
     const char* Top() const { return TopString().c_str(); }
+    int IsEmpty() const { return m_nCount == 0; }
+    int GetCount() const { return static_cast<int>(m_nCount); }
     // Names what variable names resolve to: the procedure on top and whether names
     // are scoped (more than one procedure running); 0 with none running.
-    uint64_t GetScope() const
-    {
-        return m_aScopes.empty() ? 0 : (m_aScopes.back() << 1) | (m_aScopes.size() > 1 ? 1 : 0);
-    }
+    uint64_t GetScope() const { return m_nScope; }
 
 private:
-    std::vector<uint64_t> m_aScopes;
+    void Rescope() { m_nScope = m_nCount == 0 ? 0 : (m_a[m_nCount - 1].m_nScope << 1) | (m_nCount > 1 ? 1 : 0); }
+
+    struct SFrame
+    {
+        std::string m_strName;
+        // No name has the id 0.
+        uint64_t m_nScope = 0;
+    };
+    std::vector<SFrame> m_a;
+    size_t m_nCount = 0;
+    uint64_t m_nScope = 0;
 };

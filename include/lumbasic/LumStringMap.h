@@ -5,9 +5,15 @@
 //
 // A store may hold hundreds of thousands of array elements, so an entry is small:
 // its key's bytes live in blocks of the map's own, and entries live in blocks too,
-// which never move, so growing the map copies nothing but its slot table.
+// which never move, so growing the map copies nothing but its index.
+//
+// The keys of elements, NAME:INDEX with the index in decimal, are not hashed whole:
+// they are found by their name and then by their index in pages of consecutive
+// indices. A loop over an array then walks memory in order instead of jumping
+// through a table the size of the array.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -62,56 +68,47 @@ public:
         return h;
     }
 
-    T* Find(std::string_view key) noexcept { return Find(key, Hash(key)); }
-    // A zero-terminated key, measured and hashed in one pass.
-    T* Find(const char* pszKey) noexcept
+    T* Find(std::string_view key) noexcept
     {
-        uint32_t h = 2166136261u;
-        const char* p = pszKey;
-        for (; *p != '\0'; ++p)
-            h = (h ^ static_cast<unsigned char>(*p)) * 16777619u;
-        return Find(std::string_view(pszKey, static_cast<size_t>(p - pszKey)), h);
+        std::string_view name;
+        uint32_t nIndex;
+        if (SplitElement(key, name, nIndex))
+            return FindElement(name, nIndex);
+        uint32_t n = FindSlot(m_aSlots, key, Hash(key), m_aBlocks);
+        return n == EMPTY ? nullptr : &At(n).m_value;
     }
-    const T* Find(const char* pszKey) const noexcept
+    // The element NAME:INDEX, for an index below MAX_ELEMENT_INDEX, without composing
+    // its key.
+    T* FindElement(std::string_view name, uint32_t nIndex) noexcept
     {
-        return const_cast<CLumStringMap*>(this)->Find(pszKey);
+        uint32_t nName = FindName(name, Hash(name));
+        if (nName == EMPTY)
+            return nullptr;
+        uint32_t nPage = FindPage(PageKey(nName, nIndex));
+        if (nPage == EMPTY)
+            return nullptr;
+        uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
+        return n == EMPTY ? nullptr : &At(n).m_value;
     }
     const T* Find(std::string_view key) const noexcept { return const_cast<CLumStringMap*>(this)->Find(key); }
-
-    T* Find(std::string_view key, uint32_t nHash) noexcept
+    const T* FindElement(std::string_view name, uint32_t nIndex) const noexcept
     {
-        if (m_aSlots.empty())
-            return nullptr;
-        size_t nMask = m_aSlots.size() - 1;
-        for (size_t i = nHash & nMask;; i = (i + 1) & nMask)
-        {
-            uint32_t n = m_aSlots[i];
-            if (n == EMPTY)
-                return nullptr;
-            Entry& e = At(n);
-            if (e.m_strKey.m_nHash == nHash && e.m_strKey.size() == key.size() &&
-                std::char_traits<char>::compare(e.m_strKey.data(), key.data(), key.size()) == 0)
-                return &e.m_value;
-        }
+        return const_cast<CLumStringMap*>(this)->FindElement(name, nIndex);
     }
 
     // Inserts a key that is not in the map yet.
     T& Insert(std::string_view key, T value)
     {
-        uint32_t nHash = Hash(key);
-        // At most four slots in five in use: probes stay short, and a store of many
-        // elements keeps few empty slots.
-        if ((m_nCount + 1) * 5 > m_aSlots.size() * 4)
-            Grow();
-        if (m_nCount % BLOCK_ENTRIES == 0)
-            m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
-        Entry& e = At(static_cast<uint32_t>(m_nCount));
-        e.m_strKey = StoreKey(key);
-        e.m_strKey.m_nHash = nHash;
-        e.m_value = std::move(value);
-        Place(static_cast<uint32_t>(m_nCount), nHash);
-        ++m_nCount;
-        return e.m_value;
+        std::string_view name;
+        uint32_t nIndex = 0;
+        bool fElement = SplitElement(key, name, nIndex);
+        return Insert(key, fElement, name, nIndex, std::move(value));
+    }
+    // Inserts the element NAME:INDEX that is not in the map yet, under `key`, the
+    // two composed.
+    T& InsertElement(std::string_view key, std::string_view name, uint32_t nIndex, T value)
+    {
+        return Insert(key, true, name, nIndex, std::move(value));
     }
 
     size_t GetCount() const noexcept { return m_nCount; }
@@ -122,8 +119,14 @@ public:
         m_aSlots.clear();
         m_aKeyBlocks.clear();
         m_nCount = 0;
+        m_nHashed = 0;
         m_pKeyFree = nullptr;
         m_nKeyFree = 0;
+        m_aNames.clear();
+        m_aNameSlots.clear();
+        m_aPageBlocks.clear();
+        m_aPageSlots.clear();
+        m_nPages = 0;
     }
 
     template <class E, class Map> class Iterator
@@ -152,13 +155,132 @@ public:
     const_iterator begin() const { return const_iterator(this, 0); }
     const_iterator end() const { return const_iterator(this, m_nCount); }
 
+    static constexpr uint32_t MAX_ELEMENT_INDEX = 1000000000;
+
+    // Whether a key is an element's: a name, ':' and an index of at most nine
+    // digits in the one way an index is written (no sign, no leading zero).
+    static bool SplitElement(std::string_view key, std::string_view& name, uint32_t& nIndex) noexcept
+    {
+        size_t n = key.size();
+        size_t i = n;
+        while (i > 0 && n - i < 9 && key[i - 1] >= '0' && key[i - 1] <= '9')
+            --i;
+        if (i == n || i < 2 || key[i - 1] != ':' || (key[i] == '0' && n - i > 1))
+            return false;
+        uint32_t nValue = 0;
+        for (size_t j = i; j < n; ++j)
+            nValue = nValue * 10 + static_cast<uint32_t>(key[j] - '0');
+        name = key.substr(0, i - 1);
+        nIndex = nValue;
+        return true;
+    }
+
 private:
+    T& Insert(std::string_view key, bool fElement, std::string_view name, uint32_t nIndex, T value)
+    {
+        // Everything that may fail to allocate comes first, so a failure leaves the
+        // map as it was.
+        uint32_t* pPageEntry = nullptr;
+        uint32_t nHash = 0;
+        if (fElement)
+            pPageEntry = &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES];
+        else
+        {
+            nHash = Hash(key);
+            // At most four slots in five in use: probes stay short.
+            if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
+                Grow();
+        }
+        if (m_nCount % BLOCK_ENTRIES == 0 && m_nCount / BLOCK_ENTRIES == m_aBlocks.size())
+            m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
+        CLumKey cKey = StoreKey(key);
+        uint32_t nEntry = static_cast<uint32_t>(m_nCount);
+        Entry& e = At(nEntry);
+        e.m_strKey = cKey;
+        e.m_strKey.m_nHash = nHash;
+        e.m_value = std::move(value);
+        if (fElement)
+            *pPageEntry = nEntry;
+        else
+        {
+            Place(m_aSlots, nEntry, nHash);
+            ++m_nHashed;
+        }
+        ++m_nCount;
+        return e.m_value;
+    }
+
     static constexpr uint32_t EMPTY = ~uint32_t(0);
     static constexpr size_t BLOCK_ENTRIES = 1024;
     static constexpr size_t KEY_BLOCK = 16384;
+    // Sixteen entry numbers make a page of one cache line.
+    static constexpr uint32_t PAGE_ENTRIES = 16;
+    static constexpr size_t BLOCK_PAGES = 256;
+    static constexpr uint64_t NO_PAGE = ~uint64_t(0);
+
+    struct PageSlot
+    {
+        uint64_t m_nKey;
+        uint32_t m_nPage;
+    };
 
     Entry& At(uint32_t n) { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
     const Entry& At(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
+
+    // Open addressing over entry numbers of `aRecords`, which hold keys and hashes.
+    template <class Records>
+    static uint32_t FindSlot(const std::vector<uint32_t>& aSlots, std::string_view key, uint32_t nHash,
+                             const Records& aRecords) noexcept
+    {
+        if (aSlots.empty())
+            return EMPTY;
+        size_t nMask = aSlots.size() - 1;
+        for (size_t i = Spread(nHash) & nMask;; i = (i + 1) & nMask)
+        {
+            uint32_t n = aSlots[i];
+            if (n == EMPTY)
+                return EMPTY;
+            const CLumKey& k = KeyOf(aRecords, n);
+            if (k.m_nHash == nHash && k.size() == key.size() &&
+                std::char_traits<char>::compare(k.data(), key.data(), key.size()) == 0)
+                return n;
+        }
+    }
+    static const CLumKey& KeyOf(const std::vector<std::unique_ptr<Entry[]>>& aBlocks, uint32_t n)
+    {
+        return aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES].m_strKey;
+    }
+    static const CLumKey& KeyOf(const std::vector<CLumKey>& aNames, uint32_t n) { return aNames[n]; }
+
+    // The slot a hash starts at: FNV-1a leaves its low bits poorly mixed.
+    static size_t Spread(uint32_t nHash) noexcept
+    {
+        uint32_t h = nHash;
+        h ^= h >> 16;
+        h *= 0x85ebca6bu;
+        h ^= h >> 13;
+        return h;
+    }
+
+    static void Place(std::vector<uint32_t>& aSlots, uint32_t nEntry, uint32_t nHash) noexcept
+    {
+        size_t nMask = aSlots.size() - 1;
+        size_t i = Spread(nHash) & nMask;
+        while (aSlots[i] != EMPTY)
+            i = (i + 1) & nMask;
+        aSlots[i] = nEntry;
+    }
+
+    void Grow()
+    {
+        std::vector<uint32_t> aSlots(m_aSlots.empty() ? 32 : m_aSlots.size() * 2, EMPTY);
+        std::string_view name;
+        uint32_t nIndex;
+        for (uint32_t n = 0; n < m_nCount; ++n)
+            if (!SplitElement(At(n).m_strKey, name, nIndex))
+                Place(aSlots, n, At(n).m_strKey.m_nHash);
+        m_aSlots.swap(aSlots);
+    }
 
     CLumKey StoreKey(std::string_view key)
     {
@@ -188,27 +310,102 @@ private:
         return CLumKey(p, static_cast<uint32_t>(key.size()));
     }
 
-    void Place(uint32_t nEntry, uint32_t nHash)
+    // The names of arrays, each with a number for the keys of its pages.
+    uint32_t FindName(std::string_view name, uint32_t nHash) const noexcept
     {
-        size_t nMask = m_aSlots.size() - 1;
-        size_t i = nHash & nMask;
-        while (m_aSlots[i] != EMPTY)
-            i = (i + 1) & nMask;
-        m_aSlots[i] = nEntry;
+        return FindSlot(m_aNameSlots, name, nHash, m_aNames);
+    }
+    uint32_t ObtainName(std::string_view name)
+    {
+        uint32_t nHash = Hash(name);
+        uint32_t n = FindName(name, nHash);
+        if (n != EMPTY)
+            return n;
+        if ((m_aNames.size() + 1) * 2 > m_aNameSlots.size())
+        {
+            std::vector<uint32_t> aSlots(m_aNameSlots.empty() ? 16 : m_aNameSlots.size() * 2, EMPTY);
+            for (uint32_t i = 0; i < m_aNames.size(); ++i)
+                Place(aSlots, i, m_aNames[i].m_nHash);
+            m_aNameSlots.swap(aSlots);
+        }
+        m_aNames.reserve(m_aNames.size() + 1);
+        CLumKey cName = StoreKey(name);
+        cName.m_nHash = nHash;
+        n = static_cast<uint32_t>(m_aNames.size());
+        m_aNames.push_back(cName);
+        Place(m_aNameSlots, n, nHash);
+        return n;
     }
 
-    void Grow()
+    // The pages, found by the array's number and the index divided by the page size.
+    static uint64_t PageKey(uint32_t nName, uint32_t nIndex) noexcept
     {
-        size_t nSize = m_aSlots.empty() ? 32 : m_aSlots.size() * 2;
-        m_aSlots.assign(nSize, EMPTY);
-        for (size_t n = 0; n < m_nCount; ++n)
-            Place(static_cast<uint32_t>(n), At(static_cast<uint32_t>(n)).m_strKey.m_nHash);
+        return (uint64_t(nName) << 32) | (nIndex / PAGE_ENTRIES);
+    }
+    static size_t SpreadPage(uint64_t nKey) noexcept
+    {
+        nKey ^= nKey >> 31;
+        nKey *= 0x9E3779B97F4A7C15ull;
+        return static_cast<size_t>(nKey ^ (nKey >> 29));
+    }
+    uint32_t* Page(uint32_t n) noexcept { return m_aPageBlocks[n / BLOCK_PAGES].get() + (n % BLOCK_PAGES) * PAGE_ENTRIES; }
+    uint32_t FindPage(uint64_t nKey) const noexcept
+    {
+        if (m_aPageSlots.empty())
+            return EMPTY;
+        size_t nMask = m_aPageSlots.size() - 1;
+        for (size_t i = SpreadPage(nKey) & nMask;; i = (i + 1) & nMask)
+        {
+            const PageSlot& slot = m_aPageSlots[i];
+            if (slot.m_nKey == nKey)
+                return slot.m_nPage;
+            if (slot.m_nKey == NO_PAGE)
+                return EMPTY;
+        }
+    }
+    static void PlacePage(std::vector<PageSlot>& aSlots, uint64_t nKey, uint32_t nPage) noexcept
+    {
+        size_t nMask = aSlots.size() - 1;
+        size_t i = SpreadPage(nKey) & nMask;
+        while (aSlots[i].m_nKey != NO_PAGE)
+            i = (i + 1) & nMask;
+        aSlots[i] = PageSlot{nKey, nPage};
+    }
+    uint32_t ObtainPage(uint32_t nName, uint32_t nIndex)
+    {
+        uint64_t nKey = PageKey(nName, nIndex);
+        uint32_t n = FindPage(nKey);
+        if (n != EMPTY)
+            return n;
+        if ((m_nPages + 1) * 4 > m_aPageSlots.size() * 3)
+        {
+            std::vector<PageSlot> aSlots(m_aPageSlots.empty() ? 16 : m_aPageSlots.size() * 2, PageSlot{NO_PAGE, 0});
+            for (const PageSlot& slot : m_aPageSlots)
+                if (slot.m_nKey != NO_PAGE)
+                    PlacePage(aSlots, slot.m_nKey, slot.m_nPage);
+            m_aPageSlots.swap(aSlots);
+        }
+        if (m_nPages % BLOCK_PAGES == 0 && m_nPages / BLOCK_PAGES == m_aPageBlocks.size())
+        {
+            m_aPageBlocks.emplace_back(new uint32_t[BLOCK_PAGES * PAGE_ENTRIES]);
+            std::fill_n(m_aPageBlocks.back().get(), BLOCK_PAGES * PAGE_ENTRIES, EMPTY);
+        }
+        n = m_nPages++;
+        PlacePage(m_aPageSlots, nKey, n);
+        return n;
     }
 
     std::vector<std::unique_ptr<Entry[]>> m_aBlocks;
+    // Entry numbers of the keys that are no element's, by their hash.
     std::vector<uint32_t> m_aSlots;
     std::vector<std::unique_ptr<char[]>> m_aKeyBlocks;
     size_t m_nCount = 0;
+    size_t m_nHashed = 0;
     char* m_pKeyFree = nullptr;
     size_t m_nKeyFree = 0;
+    std::vector<CLumKey> m_aNames;
+    std::vector<uint32_t> m_aNameSlots;
+    std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
+    std::vector<PageSlot> m_aPageSlots;
+    uint32_t m_nPages = 0;
 };

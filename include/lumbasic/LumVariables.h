@@ -72,6 +72,17 @@ public:
         return pp ? *pp : nullptr;
     }
     bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
+    // What Find(name, indices) gives, found without composing the key where that can be.
+    CLumsVarValue* FindElement(std::string_view name, const long* pIndices) const;
+    // The element under the key that name and indices compose, made empty where there
+    // is none, as Obtain would make it.
+    CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices);
+    // The variable under exactly this key, made empty where there is none (as
+    // SetValue would make it): one lookup where Lookup and SetValue take two.
+    CLumsVarValue* Obtain(std::string_view key);
+    // Whether a scoped key ever named an element ("@procedure@name:index"): while
+    // none did, an element has no local and is looked up by its global key alone.
+    bool HasScopedElements() const { return m_nScopedElements != 0; }
     // The shared null value for a name by its last character.
     static CLumsVarValue* GetNullValue(std::string_view name);
     // Whether a value is one of the shared null values, which stand for no variable.
@@ -88,6 +99,9 @@ public:
 private:
     CLumStringMap<CLumsVarValue*> m_map;
     uint64_t m_nGeneration = NextGeneration();
+    size_t m_nScopedElements = 0;
+
+    void Inserted(std::string_view key);
 
     static CLumsVarValue m_cDoubleNull;
     static CLumsVarValue m_cLongNull;

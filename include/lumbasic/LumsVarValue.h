@@ -37,7 +37,11 @@ public:
         if (src.m_nType == VT_STRING)
             Text() = *src.m_pStr;
     }
-    ~CLumsVarValue() override;
+    ~CLumsVarValue() override
+    {
+        if (m_pStr != nullptr)
+            FreeText(m_pStr);
+    }
 
     CLumsVarValue& operator=(const CLumsVarValue& src)
     {
@@ -154,6 +158,7 @@ private:
         return *m_pStr;
     }
     static std::string* NewText();
+    static void FreeText(std::string* pStr) noexcept;
 
     mutable std::string* m_pStr = nullptr;
 };
