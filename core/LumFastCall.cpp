@@ -100,6 +100,8 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
     for (size_t i = 0; i < nArgs; ++i)
         if (step.m_apArgs[i]->m_fNumericValue && !EvalNumber(basic, *step.m_apArgs[i], aNumbers[i]))
             return HANDLER;
+    if (IsDirect(basic, step, *pInfo))
+        return CallDirect(basic, step, *pInfo, aNumbers);
     CLumsVarValue* apValues[MAX_FAST_ARGS] = {};
     struct Owned
     {
@@ -117,10 +119,8 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
         apValues[i] = new CLumsVarValue();
         if (!arg.m_fNumericValue)
             EvalValue(basic, arg, *apValues[i]);
-        else if (aNumbers[i].m_fDouble)
-            *apValues[i] = aNumbers[i].m_dDouble;
         else
-            *apValues[i] = static_cast<long>(aNumbers[i].m_nLong);
+            LumFastStore(*apValues[i], aNumbers[i]);
     }
     basic.m_pQuelle->MoveTo(step.m_pEnd);
     basic.EnterProcedure(pInfo, 0);
@@ -131,6 +131,77 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
         apValues[i] = nullptr;
     }
     return CALLED;
+}
+
+// Whether a call may bind its arguments to the parameters itself and go on behind the
+// head: the head is a statement of the form that the call reached before, with as many
+// parameters as arguments, and counting it cannot reach the statement limit.
+bool CLumFastForm::IsDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info)
+{
+    const SLumFastStep* pHead = step.m_pCallee;
+    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+    return pHead != nullptr && pHead->m_pAt == info.m_pCode && pHead->m_eKind == SLumFastStep::SUB &&
+           pHead->m_pNext != nullptr && pHead->m_aParams.size() == step.m_apArgs.size() &&
+           (budget.m_nLimit == 0 || budget.m_nCount < budget.m_nLimit);
+}
+
+// The call and the head's work at once, with the arguments on the stack instead of the
+// parameter stack: numbers where the parameter takes a number, values otherwise.
+CLumFastForm::EOutcome CLumFastForm::CallDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info,
+                                               SLumNumber* pNumbers)
+{
+    SLumFastStep& head = *step.m_pCallee;
+    size_t nArgs = step.m_apArgs.size();
+    SArgumentRoom<MAX_FAST_ARGS> room;
+    SArguments& args = room.m_args;
+    for (size_t i = 0; i < nArgs; ++i)
+        if (!step.m_apArgs[i]->m_fNumericValue)
+            Capture(basic, *step.m_apArgs[i], head.m_aParams[i].m_cType, pNumbers[i], args, i);
+    basic.m_pQuelle->MoveTo(step.m_pEnd);
+    basic.EnterProcedure(&info, 0);
+    basic.m_cCallStack.Top()->m_pFastCaller = &step;
+    EnterDirect(basic, head, pNumbers, args);
+    return ENTERED;
+}
+
+// An argument for a direct call: a number where the parameter takes one and the
+// argument gives one as it stands, else its value.
+void CLumFastForm::Capture(CLumBasic& basic, SLumFastExpr& arg, char cParamType, SLumNumber& number,
+                           SArguments& args, size_t i)
+{
+    if (cParamType != '$')
+    {
+        if (arg.m_eOp == SLumFastExpr::CONSTANT && arg.m_fNumber)
+        {
+            number = arg.m_cNumber;
+            return;
+        }
+        // An empty variable reads as 0 for a number parameter, as a long 0 does.
+        if (arg.m_eOp == SLumFastExpr::VARIABLE)
+        {
+            const CLumsVarValue* pValue = Cached(arg.m_cCache);
+            if (LumFastNumber(pValue != nullptr ? *pValue : *Variable(basic, arg), number))
+                return;
+        }
+    }
+    EvalValue(basic, arg, args.Make(i));
+}
+
+// The head of a directly called procedure, counted as the run loop would count it,
+// and its parameters bound from the captured arguments.
+void CLumFastForm::EnterDirect(CLumBasic& basic, SLumFastStep& head, const SLumNumber* pNumbers,
+                               SArguments& args)
+{
+    if (basic.m_pBudget->m_nLimit != 0)
+        ++basic.m_pBudget->m_nCount;
+    EnterHead(basic, head);
+    for (size_t i = 0; i < head.m_aParams.size(); ++i)
+    {
+        if (CLumsVarValue* pValue = args.At(i))
+            Bind(basic, head.m_aParams[i], *pValue);
+        else
+            BindNumber(basic, head.m_aParams[i], pNumbers[i]);
+    }
 }
 
 // The head of a procedure: its name on the function stack, then each parameter from
@@ -158,24 +229,42 @@ void CLumFastForm::EnterHead(CLumBasic& basic, SLumFastStep& step)
     m_nScope = basic.m_cFunctionStack.GetScope();
 }
 
+// The local of a parameter, made where it is missing.
+CLumsVarValue& CLumFastForm::Local(CLumBasic& basic, SLumFastStep::SParam& param)
+{
+    CLumVariables& store = *basic.m_pVariables;
+    CLumNameCache& cache = param.m_cCache;
+    if (cache.m_pStore != &store || cache.m_nGeneration != store.GetGeneration())
+    {
+        CLumsVarValue* pTarget = store.Obtain(param.m_strKey);
+        cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
+    }
+    return *cache.m_pValue;
+}
+
 // A parameter's local takes the argument, converted by the parameter's name; a string
 // is taken over.
 void CLumFastForm::Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument)
 {
-    CLumVariables& store = *basic.m_pVariables;
-    CLumNameCache& cache = param.m_cCache;
-    CLumsVarValue* pTarget = cache.m_pStore == &store && cache.m_nGeneration == store.GetGeneration()
-                                 ? cache.m_pValue
-                                 : store.Obtain(param.m_strKey);
+    CLumsVarValue& target = Local(basic, param);
     if (param.m_cType == '%')
-        *pTarget = static_cast<long>(argument.GetLong());
+        target = static_cast<long>(argument.GetLong());
     else if (param.m_cType != '$')
-        *pTarget = argument.GetDouble();
+        target = argument.GetDouble();
     else if (argument.IsString())
-        pTarget->Swap(argument);
+        target.Swap(argument);
     else
-        *pTarget = argument.GetText();
-    cache = CLumNameCache{&store, store.GetGeneration(), 0, pTarget};
+        target = argument.GetText();
+}
+
+// A number parameter takes a number as it takes the value of that number.
+void CLumFastForm::BindNumber(CLumBasic& basic, SLumFastStep::SParam& param, const SLumNumber& number)
+{
+    CLumsVarValue& target = Local(basic, param);
+    if (param.m_cType == '%')
+        target = static_cast<long>(number.m_fDouble ? LumDoubleToLong(number.m_dDouble) : number.m_nLong);
+    else
+        target = number.AsDouble();
 }
 
 // The result of the function on top, read as End reads it: once the function has left

@@ -19,6 +19,7 @@
 
 #include "core/LumAddressMap.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -318,11 +319,44 @@ public:
     void Run(CLumBasic& basic, unsigned short& wToken, int& nResult, SLumFastStep* pStart = nullptr);
 
 private:
+    // The arguments of a direct call that are values, made where an argument needs one,
+    // in room on the caller's stack for up to 32.
+    class SArguments
+    {
+    public:
+        explicit SArguments(CLumsVarValue* pRoom) : m_pRoom(pRoom) {}
+        SArguments(const SArguments&) = delete;
+        SArguments& operator=(const SArguments&) = delete;
+        ~SArguments()
+        {
+            for (uint32_t nMade = m_nMade; nMade != 0; nMade &= nMade - 1)
+                m_pRoom[__builtin_ctz(nMade)].~CLumsVarValue();
+        }
+        CLumsVarValue& Make(size_t i)
+        {
+            ::new (&m_pRoom[i]) CLumsVarValue();
+            m_nMade |= 1u << i;
+            return m_pRoom[i];
+        }
+        CLumsVarValue* At(size_t i) { return (m_nMade >> i) & 1 ? &m_pRoom[i] : nullptr; }
+
+    private:
+        CLumsVarValue* m_pRoom;
+        uint32_t m_nMade = 0;
+    };
+    template <size_t N> struct SArgumentRoom
+    {
+        static_assert(N <= 32, "a mask of 32 bits tells the arguments made");
+        alignas(CLumsVarValue) unsigned char m_aRoom[N * sizeof(CLumsVarValue)];
+        SArguments m_args{reinterpret_cast<CLumsVarValue*>(m_aRoom)};
+    };
+
     enum EOutcome
     {
         GO_ON,  // on to the statement behind
         JUMP,   // on to the statement the skip leads to
-        CALLED, // on to the head of the procedure the statement called
+        CALLED,  // on to the head of the procedure the statement called
+        ENTERED, // on behind the head of the procedure the statement called and entered
         RETURN, // back behind the call the procedure came from
         STOP,   // the statement ends the run loop
         HANDLER // the statement is for its handler after all
@@ -378,15 +412,21 @@ private:
     CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
     SLumFastStep* CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);
     void PushArguments(CLumBasic& basic, SLumFastExpr& expr);
-    // Makes the arguments in `pArgs` and counts them in `nMade`.
-    bool DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info, CLumsVarValue* pArgs,
-                         size_t& nMade);
+    bool DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info, SLumNumber* pNumbers,
+                         SArguments& args);
 
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
     void TranslateHead(CLumBasicFile& file, SLumFastStep& step);
     EOutcome Call(CLumBasic& basic, SLumFastStep& step);
     CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
+    bool IsDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info);
+    EOutcome CallDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info, SLumNumber* pNumbers);
+    void Capture(CLumBasic& basic, SLumFastExpr& arg, char cParamType, SLumNumber& number, SArguments& args,
+                 size_t i);
+    void EnterDirect(CLumBasic& basic, SLumFastStep& head, const SLumNumber* pNumbers, SArguments& args);
+    static CLumsVarValue& Local(CLumBasic& basic, SLumFastStep::SParam& param);
+    static void BindNumber(CLumBasic& basic, SLumFastStep::SParam& param, const SLumNumber& number);
     EOutcome Head(CLumBasic& basic, SLumFastStep& step);
     void EnterHead(CLumBasic& basic, SLumFastStep& step);
     static void Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument);

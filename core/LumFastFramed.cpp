@@ -208,7 +208,7 @@ void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
 // form that the call reached before, nothing can refuse the call or its head, and every
 // argument only computes. False leaves the arguments to PushArguments.
 bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info,
-                                   CLumsVarValue* pArgs, size_t& nMade)
+                                   SLumNumber* pNumbers, SArguments& args)
 {
     const SLumFastStep* pHead = expr.m_pCallee;
     size_t nArgs = expr.m_apIndices.size();
@@ -236,18 +236,11 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
     for (size_t i = 0; i < nArgs; ++i)
     {
         SLumFastExpr& arg = *expr.m_apIndices[i];
-        if (!arg.m_fPure)
-            return false;
-        CLumsVarValue& value = *::new (&pArgs[i]) CLumsVarValue();
-        nMade = i + 1;
-        if (!LumSucceeds([&] {
-                SLumNumber n{};
+        if (!arg.m_fPure || !LumSucceeds([&] {
                 if (!arg.m_fNumericValue)
-                    EvalValue(basic, arg, value);
-                else if (!EvalNumber(basic, arg, n))
+                    Capture(basic, arg, pHead->m_aParams[i].m_cType, pNumbers[i], args, i);
+                else if (!EvalNumber(basic, arg, pNumbers[i]))
                     throw std::exception();
-                else
-                    LumFastStore(value, n);
             }))
             return false;
     }
@@ -283,20 +276,9 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
                 LumRaise(LUM_MSG_NOT_DECLARED, expr.m_pszName);
             if (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr)
                 LumRaise(LUM_MSG_IMAGE_GONE, expr.m_pszName);
-            // Room for the arguments of a direct call, made only as many as there are.
-            alignas(CLumsVarValue) unsigned char aRoom[MAX_DIRECT_ARGS * sizeof(CLumsVarValue)];
-            CLumsVarValue* aArgs = reinterpret_cast<CLumsVarValue*>(aRoom);
-            struct Made
-            {
-                CLumsVarValue* m_p;
-                size_t m_n = 0;
-                ~Made()
-                {
-                    for (size_t i = 0; i < m_n; ++i)
-                        m_p[i].~CLumsVarValue();
-                }
-            } made{aArgs};
-            bool fDirect = DirectArguments(basic, expr, *pInfo, aArgs, made.m_n);
+            SArgumentRoom<MAX_DIRECT_ARGS> room;
+            SLumNumber aNumbers[MAX_DIRECT_ARGS];
+            bool fDirect = DirectArguments(basic, expr, *pInfo, aNumbers, room.m_args);
             if (!fDirect)
                 PushArguments(basic, expr);
             // As Function reads a node's data: the cursor stands in it, behind the
@@ -308,14 +290,9 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
                 pStart = CalleeHead(basic, expr, *pInfo);
                 return;
             }
-            // The head's statement, counted and run here: the nested run starts behind it.
-            SLumFastStep& head = *expr.m_pCallee;
-            if (basic.m_pBudget->m_nLimit != 0)
-                ++basic.m_pBudget->m_nCount;
-            EnterHead(basic, head);
-            for (size_t i = 0; i < head.m_aParams.size(); ++i)
-                Bind(basic, head.m_aParams[i], aArgs[i]);
-            pStart = head.m_pNext;
+            // The head's statement runs here: the nested run starts behind it.
+            EnterDirect(basic, *expr.m_pCallee, aNumbers, room.m_args);
+            pStart = expr.m_pCallee->m_pNext;
         });
         int fInFunction = basic.m_fInFunction;
         basic.m_fInFunction = 1;

@@ -289,6 +289,13 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
                 continue;
             }
             EOutcome eOutcome = Execute(basic, *pStep);
+            // The links already made, first: most statements lead on, the rest jump.
+            SLumFastStep* pLinked = eOutcome == GO_ON ? pStep->m_pNext : eOutcome == JUMP ? pStep->m_pTaken : nullptr;
+            if (pLinked != nullptr)
+            {
+                pStep = pLinked;
+                continue;
+            }
             if (eOutcome == HANDLER)
             {
                 if (budget.m_nLimit != 0)
@@ -333,6 +340,10 @@ SLumFastStep* CLumFastForm::NextStep(CLumBasic& basic, SLumFastStep& step, EOutc
     case CALLED:
         pRaw = step.m_pInfo->m_pCode;
         ppLink = &step.m_pCallee;
+        break;
+    case ENTERED:
+        pRaw = step.m_pCallee->m_pEnd;
+        ppLink = &step.m_pCallee->m_pNext;
         break;
     case RETURN:
         if (m_pReturnTo == nullptr)
