@@ -76,6 +76,8 @@ struct SLumFastExpr
     const char* m_pszName = nullptr;
     unsigned m_nNameLength = 0;
     CLumNameCache m_cCache;
+    // ELEMENT and ELEMENT_NAME: where the elements of the name were found last.
+    CLumElementCache m_cElements;
     // ELEMENT: the index expressions. USERCALL: the arguments.
     std::vector<SLumFastExpr*> m_apIndices;
     // USERCALL: where the arguments end in the node's data, the place a call returns
@@ -163,7 +165,7 @@ struct SLumFastStep
     std::vector<SParam> m_aParams;
     uint64_t m_nScope = 0;
     // ASSIGN: whether the target names the function running, for the scope it was
-    // looked at in. END of a Function: where its result was found, for the scope of
+    // looked at in. ASSIGN_ELEMENT: whether the procedure's name has a ':'. END of a Function: where its result was found, for the scope of
     // the function as well as the one it returns to.
     uint64_t m_nCheckedScope = 0;
     bool m_fResultTarget = false;

@@ -145,6 +145,8 @@ bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& 
         return Leaf(basic, *expr.m_pLeft, out) && Leaf(basic, *expr.m_pRight, r) &&
                LumFastOperate(expr.m_wToken, out, r, out);
     }
+    case SLumFastExpr::ELEMENT:
+        return LumFastNumber(*Element(basic, expr), out);
     default:
         return EvalOtherNumber(basic, expr, out);
     }

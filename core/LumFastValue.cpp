@@ -77,10 +77,17 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     std::string_view name(target.m_pszName, target.m_nNameLength);
     CLumVariables& store = *basic.m_pVariables;
     const std::string& strTop = basic.m_cFunctionStack.TopString();
+    // Whether the procedure's name could be an element's, which depends on the scope alone.
+    uint64_t nScope = basic.m_cFunctionStack.GetScope();
+    if (step.m_nCheckedScope != nScope)
+    {
+        step.m_fResultTarget = strTop.find(':') != std::string::npos;
+        step.m_nCheckedScope = nScope;
+    }
     bool fLocals = basic.GetDepth() > 1 && store.HasScopedElements();
     bool fSimple = !fLocals && aIndices[0] > 0 && aIndices[1] == 0 &&
                    aIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
-                   name.size() + 11 <= CLumVariables::MAX_KEY && strTop.find(':') == std::string::npos;
+                   name.size() + 11 <= CLumVariables::MAX_KEY && !step.m_fResultTarget;
     char szName[CLumVariables::MAX_KEY + 1];
     size_t nName = 0;
     // The result of a function goes by its own rule: for its handler.
@@ -90,7 +97,7 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     if (!ValueFor(basic, step, value))
         return HANDLER;
     if (fSimple)
-        store.ObtainElement(name, aIndices)->Swap(value);
+        store.ObtainElement(name, aIndices, target.m_cElements)->Swap(value);
     else if (fLocals)
         Store(basic, szName, value, nullptr);
     else
@@ -189,7 +196,7 @@ const CLumsVarValue* CLumFastForm::Element(CLumBasic& basic, SLumFastExpr& expr)
                 std::string_view(szKey, CLumVariables::MakeName(szKey, cScoped.view(), aIndices))))
             return pValue;
     }
-    if (const CLumsVarValue* pValue = store.FindElement(name, aIndices))
+    if (const CLumsVarValue* pValue = store.FindElement(name, aIndices, expr.m_cElements))
         return pValue;
     return CLumVariables::GetNullValue(name);
 }

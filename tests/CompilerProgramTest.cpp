@@ -87,13 +87,6 @@ class CompilerProgram : public testing::TestWithParam<std::string>
 {
 };
 
-// An interpreter of a derived class: it may resolve names its own way, so every
-// statement runs from the stream through its handler.
-class CStreamBasic : public CLumBasic
-{
-public:
-    explicit CStreamBasic(CLumVariables* pVariables) : CLumBasic(pVariables, nullptr) {}
-};
 } // namespace
 
 TEST_P(CompilerProgram, LeavesTheExpectedStore)

@@ -84,14 +84,6 @@ const std::vector<Image>& Images()
     return s_aImages;
 }
 
-// An interpreter of a derived class runs every statement from the stream by its
-// handler: the damaged image must fare the same there as with the fast form.
-class CStreamBasic : public CLumBasic
-{
-public:
-    explicit CStreamBasic(CLumVariables* pVariables) : CLumBasic(pVariables, nullptr) {}
-};
-
 // How a run ended: its trail, empty for success, and the store it left; or what went
 // wrong beyond a CLumsException through the frame of Do.
 std::string Outcome(CLumBasic& basic, CLumVariables& vars, const std::vector<uint8_t>& aImage)

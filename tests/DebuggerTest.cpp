@@ -2,6 +2,8 @@
 // shows through imports and calls, sources it cannot find, and the window's changes.
 #include "tests/LumDebuggerTestSupport.h"
 
+#include <lumbasic/LumMessageBox.h>
+
 #include <filesystem>
 
 using namespace lumtest;
@@ -251,4 +253,28 @@ TEST_F(Debugger, ChangesAndWatchesGoThroughTheMainInterpreter)
     EXPECT_EQ(CLumVariables::GetNullValue("new%")->GetType(), CLumsVarValue::VT_LONG);
     EXPECT_EQ(CLumVariables::GetNullValue("new%")->GetLong(), 0);
     EXPECT_EQ(CLumVariables::GetNullValue("new$")->GetText(), std::string());
+}
+
+// The loop runs free for two passes; then the host, in the middle of the run, sets a
+// breakpoint in the loop's body from the message box the program shows, and the next
+// pass stops there.
+TEST_F(Debugger, ABreakpointSetWhileALoopRunsFreeStopsItsNextPass)
+{
+    Write("loop.lbd", "Sub Main\n"
+                      "    For i% = 1 To 5\n"
+                      "        s% = s% + i%\n"
+                      "        If i% = 2 Then\n"
+                      "            ShowMessage \"Halt\", \"Zeile 3\", 0\n"
+                      "        End If\n"
+                      "    Next i%\n"
+                      "End Sub\n");
+    LumMessageBoxFunction fnOld = LumSetMessageBox([this](const char*, const char*, long nStyle) {
+        m_log.m_pDebugger->ToggleBreakpoint(3);
+        return LumMessageBoxDefault(nStyle);
+    });
+    m_log.m_aScript = {"run", "off"};
+    EXPECT_EQ(Run(Compile("loop.lbd")), std::vector<std::string>());
+    LumSetMessageBox(std::move(fnOld));
+    EXPECT_EQ(m_log.Lines("stop"), (std::vector<std::string>{"stop loop.lbd:1", "stop loop.lbd:3"}));
+    EXPECT_EQ(m_vars.GetValue("s%", nullptr)->GetLong(), 15);
 }

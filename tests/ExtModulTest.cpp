@@ -348,3 +348,17 @@ TEST(ModuleCli, TheConsoleModuleRunsAProgramAndEachLoadFailureStopsBeforeTheRun)
          {"run --set a=b x.lbd", "run --module lib.so: x.lbd", "run --module lib.so --set =b x.lbd"})
         EXPECT_EQ(RunCli(dir, pszArgs).m_nStatus, 2) << pszArgs;
 }
+
+TEST(ExtChain, AModuleStatementInALoopLeavesEveryStatementToTheModules)
+{
+    std::vector<std::string> log;
+    CLumVariables vars;
+    CLumBasic basic(&vars, nullptr);
+    basic.LoadExtModul(new CTestModul(&log, "A", true));
+    EXPECT_EQ(RunImage(basic, Compiled("Sub Main\n For i% = 1 To 3\n  s% = s% + i%\n  Beep s%\n Next i%\nEnd Sub\n")),
+              Trail{});
+    EXPECT_EQ(StoreLines(vars), (Trail{"L:i%=4", "L:s%=6"}));
+    // Sub, For, and each pass's assignment, Beep and Next, none of them left out.
+    EXPECT_EQ(log, (Trail{"A:pre", "A:a81", "A:481", "A:183", "A:2083 1", "A:781", "A:183", "A:2083 3", "A:781",
+                          "A:183", "A:2083 6", "A:781", "A:483", "A:post"}));
+}

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,28 @@ inline std::vector<std::string> RunImage(CLumBasic& basic, const std::vector<uin
         return e.GetTrail();
     }
     return {};
+}
+
+// An interpreter of a derived class: the run loop leaves every statement to its
+// handler on the image's stream, so a program must fare the same here as on a plain
+// interpreter, which runs the fast form.
+class CStreamBasic : public CLumBasic
+{
+public:
+    explicit CStreamBasic(CLumVariables* pVariables) : CLumBasic(pVariables, nullptr) {}
+};
+
+// The trail and the store a run leaves, on a plain interpreter or on the stream.
+inline std::string RunOutcome(const std::vector<uint8_t>& image, bool fStream)
+{
+    CLumVariables vars;
+    std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars) : new CLumBasic(&vars, nullptr));
+    std::string strOutcome;
+    for (const std::string& str : RunImage(*pBasic, image))
+        strOutcome += str + "\n";
+    strOutcome += "--- store\n";
+    vars.MakeString(&strOutcome);
+    return strOutcome;
 }
 
 // A catalogue text formatted as the library formats it.

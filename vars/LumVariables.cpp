@@ -111,28 +111,26 @@ uint64_t CLumVariables::NextGeneration()
 
 void CLumVariables::SetDimension(const char*, CLumsVarValue*) {}
 
-size_t CLumVariables::MakeName(char* pszBuffer, std::string_view name, const long* pIndices)
+size_t CLumVariables::MakeName(char* pszBuffer, std::string_view name, const long* pIndices) noexcept
 {
-    return LumFrameCatchAll(FILE_LABEL, "CLumVariables::MakeName()", [&] {
-        size_t n = name.size() < MAX_KEY ? name.size() : MAX_KEY;
-        memcpy(pszBuffer, name.data(), n);
-        if (pIndices != nullptr)
+    size_t n = name.size() < MAX_KEY ? name.size() : MAX_KEY;
+    memcpy(pszBuffer, name.data(), n);
+    if (pIndices != nullptr)
+    {
+        for (int i = 0; i < MAX_INDICES && pIndices[i] != 0; ++i)
         {
-            for (int i = 0; i < MAX_INDICES && pIndices[i] != 0; ++i)
-            {
-                char digits[24];
-                size_t nDigits = LumFormatLong(digits, pIndices[i]);
-                // A key that would not fit is cut; it stays a key of its own.
-                if (n + 1 + nDigits > MAX_KEY)
-                    break;
-                pszBuffer[n++] = ':';
-                memcpy(pszBuffer + n, digits, nDigits);
-                n += nDigits;
-            }
+            char digits[24];
+            size_t nDigits = LumFormatLong(digits, pIndices[i]);
+            // A key that would not fit is cut; it stays a key of its own.
+            if (n + 1 + nDigits > MAX_KEY)
+                break;
+            pszBuffer[n++] = ':';
+            memcpy(pszBuffer + n, digits, nDigits);
+            n += nDigits;
         }
-        pszBuffer[n] = '\0';
-        return n;
-    });
+    }
+    pszBuffer[n] = '\0';
+    return n;
 }
 
 CLumsVarValue* CLumVariables::GetNullValue(std::string_view name)
@@ -170,11 +168,13 @@ bool IsSimpleElement(std::string_view name, const long* pIndices)
 }
 } // namespace
 
-CLumsVarValue* CLumVariables::FindElement(std::string_view name, const long* pIndices) const
+CLumsVarValue* CLumVariables::FindElement(std::string_view name, const long* pIndices,
+                                          CLumElementCache& cache) const
 {
     CLumsVarValue* const* pp;
     if (IsSimpleElement(name, pIndices))
-        pp = m_map.FindElement(name, static_cast<uint32_t>(pIndices[0]));
+        pp = const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(name, static_cast<uint32_t>(pIndices[0]),
+                                                                           cache);
     else
     {
         char key[MAX_KEY + 1];
@@ -183,26 +183,25 @@ CLumsVarValue* CLumVariables::FindElement(std::string_view name, const long* pIn
     return pp ? *pp : nullptr;
 }
 
-CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices)
+CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache)
 {
     char key[MAX_KEY + 1];
     if (!IsSimpleElement(name, pIndices))
         return Obtain(std::string_view(key, MakeName(key, name, pIndices)));
-    uint32_t nIndex = static_cast<uint32_t>(pIndices[0]);
-    if (CLumsVarValue** pp = m_map.FindElement(name, nIndex))
+    bool fInserted = false;
+    CLumsVarValue*& pValue = m_map.ObtainElement(
+        name, static_cast<uint32_t>(pIndices[0]), [&] { return std::string_view(key, MakeName(key, name, pIndices)); },
+        fInserted, cache);
+    if (pValue == nullptr)
     {
-        if (*pp == nullptr)
-        {
-            *pp = new CLumsVarValue();
+        pValue = new CLumsVarValue();
+        // A new key, or a variable's object replaced, as SetValue does it.
+        if (fInserted)
+            Inserted(std::string_view(key));
+        else
             m_nGeneration = NextGeneration();
-        }
-        return *pp;
     }
-    std::string_view composed(key, MakeName(key, name, pIndices));
-    std::unique_ptr<CLumsVarValue> pValue(new CLumsVarValue());
-    m_map.InsertElement(composed, name, nIndex, pValue.get());
-    Inserted(composed);
-    return pValue.release();
+    return pValue;
 }
 
 CLumsVarValue* CLumVariables::GetValue(const char* pszName, const long* pIndices) const

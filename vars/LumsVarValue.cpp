@@ -67,6 +67,16 @@ void CLumsVarValue::FreeText(std::string* pStr) noexcept
 
 size_t LumFormatLong(char* pszBuffer, long n)
 {
+    // Indices and counters, the numbers formatted most, are small and positive.
+    if (n >= 0 && n < 100000000)
+    {
+        uint32_t u = static_cast<uint32_t>(n);
+        size_t nDigits = u < 10 ? 1 : u < 100 ? 2 : u < 1000 ? 3 : u < 10000 ? 4 : u < 100000 ? 5 : u < 1000000 ? 6 : u < 10000000 ? 7 : 8;
+        pszBuffer[nDigits] = '\0';
+        for (char* p = pszBuffer + nDigits; p != pszBuffer; u /= 10)
+            *--p = static_cast<char>('0' + u % 10);
+        return nDigits;
+    }
     std::to_chars_result r = std::to_chars(pszBuffer, pszBuffer + 23, n);
     *r.ptr = '\0';
     return static_cast<size_t>(r.ptr - pszBuffer);

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -45,6 +46,17 @@ private:
     uint32_t m_nLength = 0;
     // The map's hash of the key, which fits where the key would leave padding.
     uint32_t m_nHash = 0;
+};
+
+// Where a map found the elements of a name last: the number of the name and the page
+// of the last index, which stay valid for as long as the map does.
+struct CLumElementCache
+{
+    const void* m_pMap = nullptr;
+    uint64_t m_nMapSerial = 0;
+    uint32_t m_nName = ~uint32_t(0);
+    uint64_t m_nPageKey = ~uint64_t(0);
+    uint32_t m_nPage = 0;
 };
 
 template <class T> class CLumStringMap
@@ -111,6 +123,45 @@ public:
         return Insert(key, true, name, nIndex, std::move(value));
     }
 
+    // FindElement, helped by where the name's elements were found before.
+    T* FindElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache) noexcept
+    {
+        uint32_t nName = CachedName(name, cache);
+        if (nName == EMPTY)
+            return nullptr;
+        uint32_t nPage = CachedPage(nName, nIndex, cache);
+        if (nPage == EMPTY)
+            return nullptr;
+        uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
+        return n == EMPTY ? nullptr : &At(n).m_value;
+    }
+
+    // The element NAME:INDEX; where it is missing, inserted with a null value under the
+    // key that `makeKey` composes of the two, with `fInserted` set.
+    template <class MakeKey>
+    T& ObtainElement(std::string_view name, uint32_t nIndex, const MakeKey& makeKey, bool& fInserted,
+                     CLumElementCache& cache)
+    {
+        uint32_t nName = CachedName(name, cache);
+        uint32_t nPage = EMPTY;
+        if (nName != EMPTY)
+        {
+            nPage = CachedPage(nName, nIndex, cache);
+            if (nPage != EMPTY)
+            {
+                uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
+                if (n != EMPTY)
+                    return At(n).m_value;
+            }
+        }
+        if (nName == EMPTY)
+            nName = AddName(name, Hash(name));
+        if (nPage == EMPTY)
+            nPage = AddPage(PageKey(nName, nIndex));
+        fInserted = true;
+        return Append(makeKey(), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
+    }
+
     size_t GetCount() const noexcept { return m_nCount; }
     bool IsEmpty() const noexcept { return m_nCount == 0; }
     void RemoveAll() noexcept
@@ -127,6 +178,7 @@ public:
         m_aPageBlocks.clear();
         m_aPageSlots.clear();
         m_nPages = 0;
+        m_nSerial = NewSerial();
     }
 
     template <class E, class Map> class Iterator
@@ -180,17 +232,18 @@ private:
     {
         // Everything that may fail to allocate comes first, so a failure leaves the
         // map as it was.
-        uint32_t* pPageEntry = nullptr;
-        uint32_t nHash = 0;
         if (fElement)
-            pPageEntry = &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES];
-        else
-        {
-            nHash = Hash(key);
-            // At most four slots in five in use: probes stay short.
-            if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
-                Grow();
-        }
+            return Append(key, 0, std::move(value), &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES]);
+        uint32_t nHash = Hash(key);
+        // At most four slots in five in use: probes stay short.
+        if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
+            Grow();
+        return Append(key, nHash, std::move(value), nullptr);
+    }
+
+    // A new entry, found by its page entry where given, else by its hash.
+    T& Append(std::string_view key, uint32_t nHash, T value, uint32_t* pPageEntry)
+    {
         if (m_nCount % BLOCK_ENTRIES == 0 && m_nCount / BLOCK_ENTRIES == m_aBlocks.size())
             m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
         CLumKey cKey = StoreKey(key);
@@ -199,7 +252,7 @@ private:
         e.m_strKey = cKey;
         e.m_strKey.m_nHash = nHash;
         e.m_value = std::move(value);
-        if (fElement)
+        if (pPageEntry != nullptr)
             *pPageEntry = nEntry;
         else
         {
@@ -310,6 +363,30 @@ private:
         return CLumKey(p, static_cast<uint32_t>(key.size()));
     }
 
+    // A cache names this map while it was made by it since the map was last emptied.
+    uint32_t CachedName(std::string_view name, CLumElementCache& cache) noexcept
+    {
+        if (cache.m_pMap == this && cache.m_nMapSerial == m_nSerial)
+            return cache.m_nName;
+        uint32_t nName = FindName(name, Hash(name));
+        if (nName != EMPTY)
+            cache = CLumElementCache{this, m_nSerial, nName, ~uint64_t(0), 0};
+        return nName;
+    }
+    uint32_t CachedPage(uint32_t nName, uint32_t nIndex, CLumElementCache& cache) noexcept
+    {
+        uint64_t nKey = PageKey(nName, nIndex);
+        if (cache.m_nPageKey == nKey)
+            return cache.m_nPage;
+        uint32_t nPage = FindPage(nKey);
+        if (nPage != EMPTY)
+        {
+            cache.m_nPageKey = nKey;
+            cache.m_nPage = nPage;
+        }
+        return nPage;
+    }
+
     // The names of arrays, each with a number for the keys of its pages.
     uint32_t FindName(std::string_view name, uint32_t nHash) const noexcept
     {
@@ -319,8 +396,10 @@ private:
     {
         uint32_t nHash = Hash(name);
         uint32_t n = FindName(name, nHash);
-        if (n != EMPTY)
-            return n;
+        return n != EMPTY ? n : AddName(name, nHash);
+    }
+    uint32_t AddName(std::string_view name, uint32_t nHash)
+    {
         if ((m_aNames.size() + 1) * 2 > m_aNameSlots.size())
         {
             std::vector<uint32_t> aSlots(m_aNameSlots.empty() ? 16 : m_aNameSlots.size() * 2, EMPTY);
@@ -331,7 +410,7 @@ private:
         m_aNames.reserve(m_aNames.size() + 1);
         CLumKey cName = StoreKey(name);
         cName.m_nHash = nHash;
-        n = static_cast<uint32_t>(m_aNames.size());
+        uint32_t n = static_cast<uint32_t>(m_aNames.size());
         m_aNames.push_back(cName);
         Place(m_aNameSlots, n, nHash);
         return n;
@@ -375,8 +454,10 @@ private:
     {
         uint64_t nKey = PageKey(nName, nIndex);
         uint32_t n = FindPage(nKey);
-        if (n != EMPTY)
-            return n;
+        return n != EMPTY ? n : AddPage(nKey);
+    }
+    uint32_t AddPage(uint64_t nKey)
+    {
         if ((m_nPages + 1) * 4 > m_aPageSlots.size() * 3)
         {
             std::vector<PageSlot> aSlots(m_aPageSlots.empty() ? 16 : m_aPageSlots.size() * 2, PageSlot{NO_PAGE, 0});
@@ -390,7 +471,7 @@ private:
             m_aPageBlocks.emplace_back(new uint32_t[BLOCK_PAGES * PAGE_ENTRIES]);
             std::fill_n(m_aPageBlocks.back().get(), BLOCK_PAGES * PAGE_ENTRIES, EMPTY);
         }
-        n = m_nPages++;
+        uint32_t n = m_nPages++;
         PlacePage(m_aPageSlots, nKey, n);
         return n;
     }
@@ -408,4 +489,13 @@ private:
     std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
     std::vector<PageSlot> m_aPageSlots;
     uint32_t m_nPages = 0;
+    // Names this map's contents for caches: unique among all maps, renewed when the
+    // map is emptied.
+    uint64_t m_nSerial = NewSerial();
+
+    static uint64_t NewSerial() noexcept
+    {
+        static std::atomic<uint64_t> s_nSerial{0};
+        return ++s_nSerial;
+    }
 };

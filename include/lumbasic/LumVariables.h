@@ -72,11 +72,12 @@ public:
         return pp ? *pp : nullptr;
     }
     bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
-    // What Find(name, indices) gives, found without composing the key where that can be.
-    CLumsVarValue* FindElement(std::string_view name, const long* pIndices) const;
+    // What Find(name, indices) gives, found without composing the key where that can
+    // be; `cache` remembers where the name's elements are, for the next element.
+    CLumsVarValue* FindElement(std::string_view name, const long* pIndices, CLumElementCache& cache) const;
     // The element under the key that name and indices compose, made empty where there
     // is none, as Obtain would make it.
-    CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices);
+    CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache);
     // The variable under exactly this key, made empty where there is none (as
     // SetValue would make it): one lookup where Lookup and SetValue take two.
     CLumsVarValue* Obtain(std::string_view key);
@@ -91,7 +92,7 @@ public:
         return pValue == &m_cDoubleNull || pValue == &m_cLongNull || pValue == &m_cStringNull;
     }
     // Composes name and index list into `pszBuffer` (MAX_KEY + 1 bytes); gives the length.
-    static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices);
+    static size_t MakeName(char* pszBuffer, std::string_view name, const long* pIndices) noexcept;
 
     // A number no store or table had before.
     static uint64_t NextGeneration();

@@ -1,0 +1,76 @@
+// The map under the store against a plain map: keys of every shape an element key can
+// almost have, found whole, by name and index, through a cache, or made on demand.
+#include <lumbasic/LumStringMap.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+namespace
+{
+// Names and indices that make element keys, keys that only look like them (a sign, a
+// leading zero, ten digits, no name) and plain names, some ending in digits.
+std::string RandomKey(std::mt19937& random, std::string& strName, uint32_t& nIndex, bool& fElement)
+{
+    static const char* const s_apszNames[] = {"a", "b$", "m:3", "@P@x", "n%"};
+    static const char* const s_apszOthers[] = {"a:-1", "a:007", "a:1234567890", ":5", "x1", "total", "a:", "a"};
+    strName = s_apszNames[random() % 5];
+    fElement = random() % 8 != 0;
+    if (!fElement)
+        return s_apszOthers[random() % 8];
+    // Mostly near each other, so that pages fill; now and then far apart.
+    nIndex = random() % 4 == 0 ? static_cast<uint32_t>(random() % 999999999) : static_cast<uint32_t>(random() % 300);
+    return strName + ":" + std::to_string(nIndex);
+}
+} // namespace
+
+TEST(StringMap, FindsWhatAPlainMapFindsInInsertionOrder)
+{
+    std::mt19937 random(7);
+    CLumStringMap<int> map;
+    std::map<std::string, int> reference;
+    std::vector<std::string> aOrder;
+    std::map<std::string, CLumElementCache> caches;
+    for (int n = 0; n < 20000; ++n)
+    {
+        std::string strName;
+        uint32_t nIndex = 0;
+        bool fElement = false;
+        std::string strKey = RandomKey(random, strName, nIndex, fElement);
+        auto it = reference.find(strKey);
+        const int* pFound = map.Find(strKey);
+        ASSERT_EQ(pFound != nullptr, it != reference.end()) << strKey;
+        if (pFound != nullptr)
+        {
+            ASSERT_EQ(*pFound, it->second) << strKey;
+        }
+        if (fElement)
+        {
+            CLumElementCache& cache = caches[strName];
+            const int* pByIndex = map.FindElement(strName, nIndex, cache);
+            ASSERT_EQ(pByIndex, pFound) << strKey;
+            if (pFound == nullptr && n % 2 == 0)
+            {
+                bool fInserted = false;
+                map.ObtainElement(strName, nIndex, [&] { return std::string_view(strKey); }, fInserted, cache) = n;
+                ASSERT_TRUE(fInserted);
+                reference[strKey] = n;
+                aOrder.push_back(strKey);
+            }
+        }
+        if (pFound == nullptr && reference.count(strKey) == 0)
+        {
+            map.Insert(strKey, n);
+            reference[strKey] = n;
+            aOrder.push_back(strKey);
+        }
+    }
+    ASSERT_EQ(map.GetCount(), reference.size());
+    size_t i = 0;
+    for (const auto& entry : map)
+    {
+        ASSERT_EQ(std::string(entry.m_strKey), aOrder[i++]);
+        EXPECT_EQ(entry.m_value, reference[aOrder[i - 1]]);
+    }
+}
