@@ -118,7 +118,7 @@ void CLumBasic::RunLoop()
 
 void CLumBasic::RunLoopFrom(SLumFastStep* pStart)
 {
-    LumFrame(FILE_LABEL, "CLumBasic::RunLoop()", [&] {
+    LumFrame(FILE_LABEL, "CLumBasic::RunLoop()", [&]() LUM_INLINE_BODY {
         CLumDepthGuard guard(CLumDepthGuard::RUN, MAX_NESTING);
         CLumBasicFile* pFile = m_pQuelle;
         unsigned short wToken;

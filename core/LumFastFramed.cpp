@@ -27,9 +27,9 @@ void Machinery(CLumBasic& basic, CLumTermNode* pNode, CLumsVarValue& out)
 }
 
 // Frames the value of a whole expression as Auswerten does.
-template <class Body> void Auswerten(Body&& body)
+template <class Body> LUM_INLINE_BODY inline void Auswerten(Body&& body)
 {
-    LumFrame(EXPRESSION_LABEL, "CLumExpression::Auswerten()", [&] {
+    LumFrame(EXPRESSION_LABEL, "CLumExpression::Auswerten()", [&]() LUM_INLINE_BODY {
         CLumDepthGuard guard(CLumDepthGuard::EXPRESSION, CLumExpression::MAX_NESTING);
         body();
     });
@@ -38,7 +38,7 @@ template <class Body> void Auswerten(Body&& body)
 
 void CLumFastForm::EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out)
 {
-    Auswerten([&] { EvalFramed(basic, *step.m_pExpr, out); });
+    Auswerten([&]() LUM_INLINE_BODY { EvalFramed(basic, *step.m_pExpr, out); });
 }
 
 // An assignment as Assign does it, in the frames of the dispatch and of its handler.
@@ -46,8 +46,8 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
 {
     if (basic.m_cFunctionStack.IsEmpty())
         return HANDLER;
-    LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&] {
-        LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&] {
+    LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&]() LUM_INLINE_BODY {
+        LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&]() LUM_INLINE_BODY {
             CLumsVarValue value;
             EvalCommitted(basic, step, value);
             // The messages name the result of a function by its full key.
@@ -97,7 +97,7 @@ void CLumFastForm::ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool
     const char* pszMethod = step.m_eKind == SLumFastStep::IF      ? "CLumBasic::If()"
                             : step.m_eKind == SLumFastStep::WHILE ? "CLumBasic::While()"
                                                                   : "CLumBasic::Loop()";
-    LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&] {
+    LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&]() LUM_INLINE_BODY {
         LumFrame("LUMBASICCOMMAND", pszMethod, [&] {
             CLumsVarValue value;
             EvalCommitted(basic, step, value);
@@ -115,14 +115,14 @@ void CLumFastForm::EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValu
         return EvalPureFramed(basic, expr, out);
     if (expr.m_eOp != SLumFastExpr::OPERATOR && expr.m_eOp != SLumFastExpr::USERCALL)
         return Machinery(basic, expr.m_pNode, out);
-    LumFrame(EXPRESSION_LABEL, "CLumExpression::Berechne()", [&] {
+    LumFrame(EXPRESSION_LABEL, "CLumExpression::Berechne()", [&]() LUM_INLINE_BODY {
         if (expr.m_eOp == SLumFastExpr::USERCALL)
         {
             std::unique_ptr<CLumsVarValue> pResult(UserCall(basic, expr));
             out.Swap(*pResult);
             return;
         }
-        LumFrame(EXPRESSION_LABEL, "CLumExpression::Operator()", [&] {
+        LumFrame(EXPRESSION_LABEL, "CLumExpression::Operator()", [&]() LUM_INLINE_BODY {
             // Both sons run, left first.
             EvalFramed(basic, *expr.m_pLeft, out);
             CLumsVarValue right;
@@ -251,9 +251,9 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
 // run of the interpreter runs the function, whose End leaves the result.
 CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
 {
-    return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()", [&] {
+    return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()", [&]() LUM_INLINE_BODY {
         SLumFastStep* pStart = nullptr;
-        LumFrame("LUMBASICCALL", "CLumBasic::Call()", [&] {
+        LumFrame("LUMBASICCALL", "CLumBasic::Call()", [&]() LUM_INLINE_BODY {
             CLumFunctions& table = *basic.m_pFunctions;
             // Arguments may run a Declare of the same name: the record found stays.
             table.Pin();

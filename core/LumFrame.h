@@ -58,6 +58,11 @@ Translate(const char* pszFile, const char* pszMethod, const AfterLabels& after, 
 }
 } // namespace lumframe
 
+// For the body of a frame that recursion of the program passes through: inlined into
+// the function that opens the frame, it adds no machine frame, which keeps the return
+// addresses of a deep recursion fewer.
+#define LUM_INLINE_BODY __attribute__((always_inline))
+
 // The standard frame.
 template <class Body>
 __attribute__((always_inline)) inline decltype(auto) LumFrame(const char* pszFile, const char* pszMethod, Body&& body)
