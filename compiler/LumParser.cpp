@@ -131,6 +131,14 @@ void CLumParser::SkipStatement()
         Advance();
 }
 
+void CLumParser::SkipLine()
+{
+    while (Cur().m_eKind != ELumLex::EndOfFile &&
+           !(Cur().m_eKind == ELumLex::EndOfStatement && Cur().m_fNewLine))
+        Advance();
+    Advance();
+}
+
 void CLumParser::EndStatementOrSkip()
 {
     try

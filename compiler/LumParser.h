@@ -36,6 +36,8 @@ private:
     std::string ExpectName(const char* pszWhat);
     void ExpectStatementEnd();
     void SkipStatement();
+    // Up to and past the end of the line, whatever statements it holds.
+    void SkipLine();
     // The end of the statement, or, where something else stands, a skip to it.
     void EndStatementOrSkip();
     [[noreturn]] void Fail(SLumPos pos, const std::string& strMessage);

@@ -200,10 +200,10 @@ void CLumParser::ParseSingleLineIf(CLumStmt& stmt)
             if (stmt.m_fHasElse)
             {
                 m_diagnostics.Error(token.m_pos, "a one-line If has one Else only");
-                --m_nSingleLineIf;
-                SkipStatement();
-                ++m_nSingleLineIf;
-                continue;
+                // The rest of the line: a statement end of an inner one-line If stops
+                // at each Else, so skipping a statement here could stand still.
+                SkipLine();
+                break;
             }
             stmt.m_fHasElse = true;
             stmt.m_posElse = token.m_pos;
