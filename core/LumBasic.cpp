@@ -89,10 +89,14 @@ void CLumBasic::DoMemory(const unsigned char* pData, size_t nLength)
 
 void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t nLength)
 {
-    auto addLine = [this](CLumsException& e) {
+    // A failed run leaves its records on the stacks; they go once the failure has
+    // taken its call sites, so that the next run starts as this one did.
+    SLumStackDepths depths = GetStackDepths();
+    auto addLine = [this, &depths](CLumsException& e) {
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
         AddCallSites(e);
+        UnwindStacks(depths);
     };
     LumFrameEx(FILE_LABEL, "CLumBasic::Do()", addLine, lumframe::Unexpected(), addLine, [&] {
         // The image lives for this run only; afterwards m_pQuelle names nothing.
@@ -106,10 +110,30 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
                                                  : new CLumBasicFile(pData, nLength));
         m_pQuelle = pFile.get();
         m_cBudget.m_nCount = 0;
+        m_cBudget.m_nBytesAtStart = LumValueBytes();
         PreRunLoopEM();
         RunLoop();
         PostRunLoopEM();
     });
+}
+
+CLumBasic::SLumStackDepths CLumBasic::GetStackDepths() const
+{
+    return {m_cCmdStack.GetCount(), m_cCallStack.GetCount(), m_cParamStack.GetCount(),
+            m_cFunctionStack.GetCount(), m_fInFunction};
+}
+
+void CLumBasic::UnwindStacks(const SLumStackDepths& depths) noexcept
+{
+    while (m_cCmdStack.GetCount() > depths.m_nCmd)
+        delete m_cCmdStack.Pop();
+    while (m_cCallStack.GetCount() > depths.m_nCall)
+        delete m_cCallStack.Pop();
+    while (m_cParamStack.GetCount() > depths.m_nParam)
+        delete m_cParamStack.Pop();
+    while (m_cFunctionStack.GetCount() > depths.m_nFunction)
+        m_cFunctionStack.Drop();
+    m_fInFunction = depths.m_fInFunction;
 }
 
 void CLumBasic::RunLoop()
@@ -156,8 +180,8 @@ void CLumBasic::RunLoopFrom(SLumFastStep* pStart)
             pFile->GetFastForm().Run(*this, wToken, nResult, pStart);
         while (wToken != 0 && nResult == 0)
         {
-            if (m_pBudget->m_nLimit != 0 && ++m_pBudget->m_nCount > m_pBudget->m_nLimit)
-                LumRaise(LUM_MSG_STATEMENT_LIMIT, m_pBudget->m_nLimit);
+            if (m_pBudget->IsWatched())
+                m_pBudget->Enforce();
             nResult = DispatchToken(wToken);
             // The handler may have moved the run to another stream position; read
             // through m_pQuelle, which a handler may even have replaced.

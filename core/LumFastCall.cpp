@@ -135,20 +135,20 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
 
 // Whether a call may bind its arguments to the parameters itself and go on behind the
 // head: the head is a statement of the form that the call reached before, with as many
-// parameters as arguments, and counting it cannot reach the statement limit.
+// parameters as arguments, and nothing that ends runs between statements is watched:
+// the head must then pass the run loop's check.
 bool CLumFastForm::IsDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info)
 {
     const SLumFastStep* pHead = step.m_pCallee;
-    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
     return pHead != nullptr && pHead->m_pAt == info.m_pCode && pHead->m_eKind == SLumFastStep::SUB &&
            pHead->m_pNext != nullptr && pHead->m_aParams.size() == step.m_apArgs.size() &&
-           (budget.m_nLimit == 0 || budget.m_nCount < budget.m_nLimit);
+           !basic.m_pBudget->IsWatched();
 }
 
 // The call and the head's work at once, with the arguments on the stack instead of the
 // parameter stack: numbers where the parameter takes a number, values otherwise.
 CLumFastForm::EOutcome CLumFastForm::CallDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info,
-                                               SLumNumber* pNumbers)
+                                                SLumNumber* pNumbers)
 {
     SLumFastStep& head = *step.m_pCallee;
     size_t nArgs = step.m_apArgs.size();
@@ -187,13 +187,11 @@ void CLumFastForm::Capture(CLumBasic& basic, SLumFastExpr& arg, char cParamType,
     EvalValue(basic, arg, args.Make(i));
 }
 
-// The head of a directly called procedure, counted as the run loop would count it,
-// and its parameters bound from the captured arguments.
+// The head of a directly called procedure, and its parameters bound from the captured
+// arguments.
 void CLumFastForm::EnterDirect(CLumBasic& basic, SLumFastStep& head, const SLumNumber* pNumbers,
                                SArguments& args)
 {
-    if (basic.m_pBudget->m_nLimit != 0)
-        ++basic.m_pBudget->m_nCount;
     EnterHead(basic, head);
     for (size_t i = 0; i < head.m_aParams.size(); ++i)
     {

@@ -183,7 +183,8 @@ void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
             CLumsVarValue& value = *apValues[i];
             // An argument that only computes needs no frames where it succeeds: only
             // the nesting of expressions could fail it, and that is checked here.
-            if (!arg.m_fPure || CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING ||
+            if (!arg.m_fPure ||
+                CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING ||
                 !LumSucceeds([&] {
                     SLumNumber n{};
                     if (!arg.m_fNumericValue)
@@ -212,13 +213,11 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
 {
     const SLumFastStep* pHead = expr.m_pCallee;
     size_t nArgs = expr.m_apIndices.size();
-    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
     if (pHead == nullptr || pHead->m_pAt != info.m_pCode || pHead->m_eKind != SLumFastStep::SUB ||
         pHead->m_pNext == nullptr || pHead->m_aParams.size() != nArgs || nArgs > MAX_DIRECT_ARGS ||
-        !basic.m_pExtModuls->empty() ||
-        basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
+        !basic.m_pExtModuls->empty() || basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::RUN) >= CLumBasic::MAX_NESTING ||
-        (budget.m_nLimit != 0 && budget.m_nCount >= budget.m_nLimit) ||
+        basic.m_pBudget->IsWatched() ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING)
         return false;
     // A debugger follows a call into another source: that is for the regular way.

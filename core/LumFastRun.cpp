@@ -31,8 +31,8 @@ void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult, S
             return;
         }
         CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
-        if (budget.m_nLimit != 0 && ++budget.m_nCount > budget.m_nLimit)
-            LumRaise(LUM_MSG_STATEMENT_LIMIT, budget.m_nLimit);
+        if (budget.IsWatched())
+            budget.Enforce();
         pFile->MoveTo(pStep->m_pAt + 2);
         wToken = pStep->m_wToken;
         nResult = basic.DispatchToken(wToken);
@@ -277,11 +277,8 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
         {
             // Counted before it runs, as the run loop counts before the dispatch: the
             // statements of functions it calls come after it.
-            if (budget.m_nLimit != 0 && ++budget.m_nCount > budget.m_nLimit)
-            {
-                --budget.m_nCount;
-                return pStep; // the handler's count fails it
-            }
+            if (budget.IsWatched() && !budget.Admit())
+                return pStep; // the run loop's count fails it
             // A line marker, every other statement, only notes its line unless the
             // debugger wants it: straight on to the statement it was linked to.
             if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr && !basic.m_fDebugMode)
@@ -292,7 +289,9 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             }
             EOutcome eOutcome = Execute(basic, *pStep);
             // The links already made, first: most statements lead on, the rest jump.
-            SLumFastStep* pLinked = eOutcome == GO_ON ? pStep->m_pNext : eOutcome == JUMP ? pStep->m_pTaken : nullptr;
+            SLumFastStep* pLinked = eOutcome == GO_ON  ? pStep->m_pNext
+                                    : eOutcome == JUMP ? pStep->m_pTaken
+                                                       : nullptr;
             if (pLinked != nullptr)
             {
                 pStep = pLinked;

@@ -34,7 +34,7 @@ CLumsVarValue* CLumExpression::LeftStr()
     return LumFrame(FILE_LABEL, "CLumExpression::LeftStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
         long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-        std::string& str = LumTextRef(*pValue);
+        LumText& str = LumTextRef(*pValue);
         str.resize(Clamp(nCount, str.size()));
         return pValue.release();
     });
@@ -45,7 +45,7 @@ CLumsVarValue* CLumExpression::RightStr()
     return LumFrame(FILE_LABEL, "CLumExpression::RightStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
         long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-        std::string& str = LumTextRef(*pValue);
+        LumText& str = LumTextRef(*pValue);
         str.erase(0, str.size() - Clamp(nCount, str.size()));
         return pValue.release();
     });
@@ -60,7 +60,7 @@ CLumsVarValue* CLumExpression::MidStr()
         long nCount = 0;
         if (HasArg())
             nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 3))->GetLong();
-        std::string& str = LumTextRef(*pValue);
+        LumText& str = LumTextRef(*pValue);
         if (nCount < 0)
             str.clear();
         else
@@ -90,7 +90,7 @@ CLumsVarValue* CLumExpression::RTrimStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::RTrimStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        std::string& str = LumTextRef(*pValue);
+        LumText& str = LumTextRef(*pValue);
         size_t nLast = str.find_last_not_of(WHITE_SPACE);
         str.resize(nLast == std::string::npos ? 0 : nLast + 1);
         return pValue.release();
@@ -101,7 +101,7 @@ CLumsVarValue* CLumExpression::LTrimStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::LTrimStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        std::string& str = LumTextRef(*pValue);
+        LumText& str = LumTextRef(*pValue);
         str.erase(0, std::min(str.find_first_not_of(WHITE_SPACE), str.size()));
         return pValue.release();
     });

@@ -22,9 +22,9 @@ inline std::string_view LumTextView(const CLumsVarValue& value)
 }
 
 // The string content for in-place work, cut at its first zero byte.
-inline std::string& LumTextRef(CLumsVarValue& value)
+inline LumText& LumTextRef(CLumsVarValue& value)
 {
-    std::string& str = value.GetStringRef();
+    LumText& str = value.GetStringRef();
     size_t nPos = str.find('\0');
     if (nPos != std::string::npos)
         str.resize(nPos);

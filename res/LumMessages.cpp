@@ -71,6 +71,8 @@ const LumMessage s_aMessages[] = {
      "Das Programmabbild ist beschädigt: die Anweisung mit dem Token %x springt an eine ungültige Stelle."},
     {57111, "Es sind mehr als %d If- und For-Anweisungen zugleich offen."},
     {57112, "Der Lauf hat die Grenze von %lu Anweisungen erreicht und wurde abgebrochen."},
+    {57113, "Der Lauf wurde auf Anforderung abgebrochen."},
+    {57114, "Die Werte des Laufs belegen mehr als %lu Bytes; der Lauf wurde abgebrochen."},
 
     {57120, "Der Methode %s darf im Argument %s nicht der Wert %s uebergeben werden!"},
     {57121, "Das Erweiterungsmodul %s wurde nicht gefunden!"},

@@ -55,6 +55,8 @@ enum LumMessageId
     LUM_MSG_BAD_SKIP = 57110,
     LUM_MSG_TOO_MANY_OPEN = 57111,
     LUM_MSG_STATEMENT_LIMIT = 57112,
+    LUM_MSG_STOP_REQUESTED = 57113,
+    LUM_MSG_MEMORY_LIMIT = 57114,
 
     // Extension modules and their chain.
     LUM_MSG_NULL_ARGUMENT = 57120,

@@ -168,8 +168,8 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
 
 void CLumBasic::AddCallSites(CLumsException& e) const
 {
-    // The stacks still hold the run as it stood: they are cleared when the next run
-    // begins. A call entered below a procedure's head tells the line of its call.
+    // The stacks still hold the run as it stood. A call entered below a procedure's
+    // head tells the line of its call.
     int nNames = m_cFunctionStack.GetCount();
     std::vector<long> aCallerLine(static_cast<size_t>(nNames) + 1, 0);
     for (int i = 0; i < m_cCallStack.GetCount(); ++i)

@@ -61,7 +61,7 @@ int CLumBasic::Assign()
     return LumFrame(FILE_LABEL, "CLumBasic::Assign()", [&] {
         // The name stays in the image where it can; only a computed name or the
         // key of a function result needs a string of its own.
-        std::string strName;
+        LumText strName;
         const char* pszName;
         unsigned short wToken = m_pQuelle->GetToken();
         if (wToken == LBT_NAME)

@@ -2,6 +2,9 @@
 #include "tests/LumCompilerTestSupport.h"
 #include "tests/LumImageDir.h"
 
+#include <chrono>
+#include <thread>
+
 using namespace lumtest;
 
 TEST(RunLoop, MainProcedureAssignsGlobals)
@@ -40,4 +43,84 @@ TEST(RunLoop, AStatementLimitEndsTheRunAtItsBoundaryAndCountsImports)
     basic.SetStatementLimit(10);
     EXPECT_EQ(RunImage(basic, aLibrary).size(), 5u); // the message, then the labels of RunLoop and Do
     EXPECT_EQ(vars.GetValue("n%", nullptr)->GetLong(), 4);
+}
+
+// A stop request from another thread ends an endless run wherever it stands: in a loop
+// of Main, in a user function, in an imported image; the interpreter runs the next
+// image as if nothing had happened, in both forms of the run.
+TEST(RunLoop, AStopRequestEndsTheRunAndTheNextRunGoesWell)
+{
+    CImageDir dir;
+    std::vector<uint8_t> aEndless;
+    ASSERT_EQ(CompileText("Sub Main\n Do While 1\n  n% = n% + 1\n Loop\nEnd Sub\n", aEndless), "");
+    std::string strEndless = dir.Save("endless.lbc", aEndless);
+    const struct
+    {
+        std::string m_strSource;
+        const char* m_pszInnermost;
+    } aCases[] = {
+        {"Sub Main\n Do While 1\n  n% = n% + 1\n Loop\nEnd Sub\n", "Main"},
+        {"Declare Function Spin%()\nSub Main\n x% = Spin%()\nEnd Sub\n"
+         "Function Spin%()\n Do While 1\n  n% = n% + 1\n Loop\nEnd Function\n",
+         "Spin%"},
+        {"Sub Main\n Import \"" + strEndless + "\"\nEnd Sub\n", "Main"},
+    };
+    std::vector<uint8_t> aGood;
+    ASSERT_EQ(CompileText("Sub Main\n good% = 42\nEnd Sub\n", aGood), "");
+    for (bool fStream : {false, true})
+        for (const auto& test : aCases)
+        {
+            std::vector<uint8_t> aImage;
+            ASSERT_EQ(CompileText(test.m_strSource, aImage), "");
+            CLumVariables vars;
+            std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars)
+                                                      : new CLumBasic(&vars, nullptr));
+            std::thread stopper([&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(30));
+                pBasic->RequestStop();
+            });
+            std::vector<std::string> aTrail;
+            std::string strInnermost;
+            try
+            {
+                pBasic->DoMemory(aImage.data(), aImage.size());
+            }
+            catch (const CLumsException& e)
+            {
+                aTrail = e.GetTrail();
+                strInnermost = e.GetCallSites().at(0).m_strProcedure;
+            }
+            stopper.join();
+            ASSERT_FALSE(aTrail.empty()) << test.m_strSource;
+            EXPECT_EQ(aTrail[0], "Der Lauf wurde auf Anforderung abgebrochen.");
+            EXPECT_EQ(strInnermost, test.m_pszInnermost);
+            EXPECT_GT(vars.GetValue("n%", nullptr)->GetLong(), 0);
+            EXPECT_EQ(RunImage(*pBasic, aGood), std::vector<std::string>()) << test.m_strSource;
+            EXPECT_EQ(vars.GetValue("good%", nullptr)->GetLong(), 42);
+        }
+}
+
+// A memory budget stops a string that doubles each pass soon after it passes the
+// budget, and counts only what the run adds to what the store held before.
+TEST(RunLoop, AMemoryBudgetEndsARunThatGrowsTooBig)
+{
+    const size_t nBudget = 1 << 20;
+    std::vector<uint8_t> aDoubling, aSmall;
+    ASSERT_EQ(CompileText("Sub Main\n s$ = \"x\"\n Do While 1\n  s$ = s$ + s$\n Loop\nEnd Sub\n", aDoubling),
+              "");
+    ASSERT_EQ(CompileText("Sub Main\n t% = 1\nEnd Sub\n", aSmall), "");
+    CLumVariables vars;
+    CLumBasic basic(&vars, nullptr);
+    basic.SetMemoryLimit(nBudget);
+    std::vector<std::string> aTrail = RunImage(basic, aDoubling);
+    ASSERT_FALSE(aTrail.empty());
+    EXPECT_EQ(aTrail[0], "Die Werte des Laufs belegen mehr als 1048576 Bytes; der Lauf wurde abgebrochen.");
+    size_t nLength = vars.GetValue("s$", nullptr)->GetTextLength();
+    EXPECT_GE(nLength, nBudget / 4);
+    EXPECT_LE(nLength, nBudget);
+    vars.SetValuesFromString(("S:big$=" + std::string(3 * nBudget, 'b') + "\n").c_str());
+    EXPECT_EQ(RunImage(basic, aSmall), std::vector<std::string>())
+        << "the store's text before the run counts";
+    basic.SetMemoryLimit(0);
+    EXPECT_EQ(RunImage(basic, aSmall), std::vector<std::string>());
 }

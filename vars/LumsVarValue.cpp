@@ -38,31 +38,43 @@ int32_t WrapLong(int64_t n)
 }
 } // namespace
 
+int64_t& LumValueBytes() noexcept
+{
+    static thread_local int64_t s_nBytes = 0;
+    return s_nBytes;
+}
+
 void* CLumsVarValue::operator new(size_t n)
 {
-    return CLumFreeList<sizeof(CLumsVarValue)>::Alloc(n);
+    void* p = CLumFreeList<sizeof(CLumsVarValue)>::Alloc(n);
+    LumValueBytes() += static_cast<int64_t>(n);
+    return p;
 }
 
 void CLumsVarValue::operator delete(void* p, size_t n) noexcept
 {
+    LumValueBytes() -= static_cast<int64_t>(n);
     CLumFreeList<sizeof(CLumsVarValue)>::Free(p, n);
 }
 
 namespace
 {
 // The string objects of values come and go with the values: a free list of their own.
-using CTextList = CLumFreeList<sizeof(std::string)>;
+using CTextList = CLumFreeList<sizeof(LumText)>;
 } // namespace
 
-std::string* CLumsVarValue::NewText()
+LumText* CLumsVarValue::NewText()
 {
-    return new (CTextList::Alloc(sizeof(std::string))) std::string();
+    LumText* pText = new (CTextList::Alloc(sizeof(LumText))) LumText();
+    LumValueBytes() += static_cast<int64_t>(sizeof(LumText));
+    return pText;
 }
 
-void CLumsVarValue::FreeText(std::string* pStr) noexcept
+void CLumsVarValue::FreeText(LumText* pStr) noexcept
 {
-    pStr->~basic_string();
-    CTextList::Free(pStr, sizeof(std::string));
+    pStr->~LumText();
+    LumValueBytes() -= static_cast<int64_t>(sizeof(LumText));
+    CTextList::Free(pStr, sizeof(LumText));
 }
 
 size_t LumFormatLong(char* pszBuffer, long n)
@@ -71,7 +83,14 @@ size_t LumFormatLong(char* pszBuffer, long n)
     if (n >= 0 && n < 100000000)
     {
         uint32_t u = static_cast<uint32_t>(n);
-        size_t nDigits = u < 10 ? 1 : u < 100 ? 2 : u < 1000 ? 3 : u < 10000 ? 4 : u < 100000 ? 5 : u < 1000000 ? 6 : u < 10000000 ? 7 : 8;
+        size_t nDigits = u < 10         ? 1
+                         : u < 100      ? 2
+                         : u < 1000     ? 3
+                         : u < 10000    ? 4
+                         : u < 100000   ? 5
+                         : u < 1000000  ? 6
+                         : u < 10000000 ? 7
+                                        : 8;
         pszBuffer[nDigits] = '\0';
         for (char* p = pszBuffer + nDigits; p != pszBuffer; u /= 10)
             *--p = static_cast<char>('0' + u % 10);
@@ -178,7 +197,7 @@ size_t CLumsVarValue::GetTextLength() const
     return m_nType == VT_EMPTY ? 0 : m_pStr->size();
 }
 
-std::string& CLumsVarValue::GetStringRef()
+LumText& CLumsVarValue::GetStringRef()
 {
     if (m_nType != VT_STRING)
     {
@@ -260,7 +279,7 @@ void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVar
     if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
     {
         // Build aside first: `out` may be an operand.
-        std::string str;
+        LumText str;
         const char* pszLeft = l.GetText();
         size_t nLeft = l.GetTextLength();
         const char* pszRight = r.GetText();

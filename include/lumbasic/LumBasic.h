@@ -13,6 +13,7 @@
 #include <lumbasic/LumsException.h>
 #include <lumbasic/LumsVarValue.h>
 
+#include <atomic>
 #include <list>
 #include <memory>
 #include <string>
@@ -82,8 +83,20 @@ public:
     // The statements one run may take, counted over the whole run with its user
     // functions and imports; 0, the default, sets no limit. A run that would take one
     // more fails at that statement, and the interpreter is ready for the next run.
-    void SetStatementLimit(unsigned long nLimit) { m_cBudget.m_nLimit = nLimit; }
+    void SetStatementLimit(unsigned long nLimit) { m_cBudget.SetLimit(nLimit); }
     unsigned long GetStatementLimit() const { return m_cBudget.m_nLimit; }
+    // The bytes the values of one run may hold at once beyond what they held when it
+    // began (records and text, counted on the run's thread); 0, the default, sets no
+    // budget. A run over it fails at its next statement.
+    void SetMemoryLimit(size_t nBytes) { m_cBudget.SetMemoryLimit(nBytes); }
+    size_t GetMemoryLimit() const { return m_cBudget.m_nMemoryLimit; }
+    // Ends the current run at its next statement with a failure of its own; without a
+    // run, the next one ends at its first statement. Safe from any thread and from a
+    // signal handler: it only sets a flag.
+    void RequestStop() noexcept
+    {
+        m_cBudget.m_nWatch.fetch_or(SLumRunBudget::STOP, std::memory_order_relaxed);
+    }
 
     // The extension module chain. LoadExtModul attaches a module at the chain's end
     // and takes ownership; it stays attached across runs until UnLoadAllExtModuls,
@@ -164,12 +177,31 @@ protected:
     // The attached modules in load order, owned. Walked by index, so that a module
     // may attach another one while the chain is being walked.
     std::unique_ptr<std::vector<CLumBasicExtModul*>> m_pExtModuls;
-    // The statements a run has taken against its limit. An import's interpreter counts
-    // on its importer's.
+    // What may end a run between statements: its statement limit, a stop request, its
+    // memory budget. An import's interpreter counts on its importer's.
     struct SLumRunBudget
     {
+        enum
+        {
+            LIMIT = 1,
+            STOP = 2,
+            MEMORY = 4,
+        };
+        // Which of them are set: with none, a statement costs one test of this word.
+        std::atomic<unsigned> m_nWatch{0};
         unsigned long m_nLimit = 0;
         unsigned long m_nCount = 0;
+        size_t m_nMemoryLimit = 0;
+        int64_t m_nBytesAtStart = 0;
+
+        bool IsWatched() const noexcept { return m_nWatch.load(std::memory_order_relaxed) != 0; }
+        void SetLimit(unsigned long nLimit);
+        void SetMemoryLimit(size_t nBytes);
+        // Counts a statement against the limit; false, and nothing counted, where the
+        // run must end before it.
+        bool Admit() noexcept;
+        // Counts a statement; fails where the run must end before it.
+        void Enforce();
     };
     SLumRunBudget m_cBudget;
     SLumRunBudget* m_pBudget = &m_cBudget;
@@ -202,6 +234,13 @@ private:
     // Records the procedures running at a failure, innermost first, behind the sites
     // an inner run (an import) recorded.
     void AddCallSites(CLumsException& e) const;
+    struct SLumStackDepths
+    {
+        int m_nCmd, m_nCall, m_nParam, m_nFunction, m_fInFunction;
+    };
+    SLumStackDepths GetStackDepths() const;
+    // Pops what a failed run left on the stacks down to the depths it began with.
+    void UnwindStacks(const SLumStackDepths& depths) noexcept;
     // The run loop, from the cursor, or from a statement of the fast form that stands
     // where the cursor stands (the head of a function called from an expression).
     void RunLoopFrom(SLumFastStep* pStart);

@@ -7,8 +7,37 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
+
+// The bytes that values hold on this thread: their records and the text they own. A
+// run with a memory budget compares it with what it was when the run began.
+int64_t& LumValueBytes() noexcept;
+
+// The allocator of value text: counts what it hands out in LumValueBytes.
+template <class T> struct CLumValueAllocator
+{
+    using value_type = T;
+    CLumValueAllocator() noexcept = default;
+    template <class U> CLumValueAllocator(const CLumValueAllocator<U>&) noexcept {}
+    T* allocate(size_t n)
+    {
+        T* p = std::allocator<T>().allocate(n);
+        LumValueBytes() += static_cast<int64_t>(n * sizeof(T));
+        return p;
+    }
+    void deallocate(T* p, size_t n) noexcept
+    {
+        LumValueBytes() -= static_cast<int64_t>(n * sizeof(T));
+        std::allocator<T>().deallocate(p, n);
+    }
+    template <class U> bool operator==(const CLumValueAllocator<U>&) const noexcept { return true; }
+    template <class U> bool operator!=(const CLumValueAllocator<U>&) const noexcept { return false; }
+};
+
+// The text of a value.
+using LumText = std::basic_string<char, std::char_traits<char>, CLumValueAllocator<char>>;
 
 class CLumsVarValue : public CLumObject
 {
@@ -73,7 +102,7 @@ public:
     }
     CLumsVarValue& operator=(const std::string& str)
     {
-        Text() = str;
+        Text().assign(str.data(), str.size());
         m_nType = VT_STRING;
         return *this;
     }
@@ -112,7 +141,7 @@ public:
     operator const char*() const { return GetText(); }
     // The string content for in-place work; a value that is no string becomes one,
     // holding its text form.
-    std::string& GetStringRef();
+    LumText& GetStringRef();
 
     // Condition truth: a number when not 0, a string when not empty.
     bool IsTrue() const noexcept;
@@ -151,16 +180,16 @@ private:
     };
     // The string content; for a number, the cache of its text form. Made when first
     // needed, so that a number, most values of a store, carries no string.
-    std::string& Text() const
+    LumText& Text() const
     {
         if (m_pStr == nullptr)
             m_pStr = NewText();
         return *m_pStr;
     }
-    static std::string* NewText();
-    static void FreeText(std::string* pStr) noexcept;
+    static LumText* NewText();
+    static void FreeText(LumText* pStr) noexcept;
 
-    mutable std::string* m_pStr = nullptr;
+    mutable LumText* m_pStr = nullptr;
 };
 
 CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
