@@ -20,8 +20,8 @@
 namespace
 {
 const char* const USAGE =
-    "usage: lumbasic debug [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
-    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd";
+    "usage: lumbasic debug [--vars FILE] [--dump] [--answer N] [--strict] [--module LIB[:CLASS,...]\n"
+    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE";
 
 class CDebugSession : public CLumRunSession
 {

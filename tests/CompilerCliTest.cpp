@@ -80,7 +80,7 @@ TEST(CompilerCli, ErrorsAndWrongUseGiveTheirStatus)
               strSource + ":2:7: error: expected an expression, found the end of the line\n");
     EXPECT_EQ(RunCli(dir, "run " + strSource).m_nStatus, 1);
     EXPECT_EQ(RunCli(dir, "compile " + dir.Path("missing.lbd")).m_strErr,
-              dir.Path("missing.lbd") + ": error: cannot read the source file\n");
+              "lumbasic: " + dir.Path("missing.lbd") + ": No such file or directory\n");
     EXPECT_EQ(RunCli(dir, "compile").m_nStatus, 2);
     EXPECT_EQ(RunCli(dir, "dis a b").m_nStatus, 2);
 }
