@@ -92,6 +92,7 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
     auto addLine = [this](CLumsException& e) {
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
+        AddCallSites(e);
     };
     LumFrameEx(FILE_LABEL, "CLumBasic::Do()", addLine, lumframe::Unexpected(), addLine, [&] {
         // The image lives for this run only; afterwards m_pQuelle names nothing.

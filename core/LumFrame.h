@@ -61,11 +61,18 @@ Translate(const char* pszFile, const char* pszMethod, const AfterLabels& after, 
 // For the body of a frame that recursion of the program passes through: inlined into
 // the function that opens the frame, it adds no machine frame, which keeps the return
 // addresses of a deep recursion fewer.
+// Unoptimised builds keep the bodies apart: merged, their frames grow by the
+// sanitizers' padding of every body at once.
+#ifdef __OPTIMIZE__
 #define LUM_INLINE_BODY __attribute__((always_inline))
+#else
+#define LUM_INLINE_BODY
+#endif
 
 // The standard frame.
 template <class Body>
-__attribute__((always_inline)) inline decltype(auto) LumFrame(const char* pszFile, const char* pszMethod, Body&& body)
+__attribute__((always_inline)) inline decltype(auto) LumFrame(const char* pszFile, const char* pszMethod,
+                                                              Body&& body)
 {
     try
     {

@@ -155,6 +155,8 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
         LumRaise(LUM_MSG_CALLS_TOO_DEEP, MAX_CALL_DEPTH);
     std::unique_ptr<CallData> pCall(new CallData());
     pCall->m_pReturn = m_pQuelle->GetPosition();
+    pCall->m_nCallerLine = m_nLine;
+    pCall->m_nDepth = m_cFunctionStack.GetCount();
     pCall->m_fSourceChanged =
         nSourceChanged >= 0 ? nSourceChanged : m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
     int fSourceChanged = pCall->m_fSourceChanged;
@@ -162,6 +164,51 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
     if (fSourceChanged)
         m_pDebugger->SetSource(pInfo->m_strSource.c_str(), nullptr);
     m_pQuelle->SetPosition(pInfo->m_pCode);
+}
+
+void CLumBasic::AddCallSites(CLumsException& e) const
+{
+    // The stacks still hold the run as it stood: they are cleared when the next run
+    // begins. A call entered below a procedure's head tells the line of its call.
+    int nNames = m_cFunctionStack.GetCount();
+    std::vector<long> aCallerLine(static_cast<size_t>(nNames) + 1, 0);
+    for (int i = 0; i < m_cCallStack.GetCount(); ++i)
+    {
+        const CallData& call = *m_cCallStack.GetAt(i);
+        if (call.m_nDepth >= 0 && call.m_nDepth <= nNames)
+            aCallerLine[static_cast<size_t>(call.m_nDepth)] = call.m_nCallerLine;
+    }
+    auto site = [&](int i, long nLine) {
+        SLumCallSite cSite;
+        cSite.m_nLine = nLine;
+        cSite.m_strSource = m_strSource;
+        if (i >= 0)
+        {
+            cSite.m_strProcedure = m_cFunctionStack.GetAt(i);
+            if (const CallInfo* pInfo = m_pFunctions ? m_pFunctions->Lookup(cSite.m_strProcedure) : nullptr)
+                cSite.m_strSource = pInfo->m_strSource;
+        }
+        e.AddCallSite(std::move(cSite));
+    };
+    if (nNames == 0)
+    {
+        site(-1, m_nLine);
+        return;
+    }
+    // The line each procedure stood at: the innermost at the failing line, each other
+    // at the line from which the one above it was called.
+    const size_t nKeep = CLumsException::MAX_HEAD + CLumsException::MAX_TAIL;
+    long nLine = m_nLine;
+    for (int i = nNames - 1; i >= 0; --i)
+    {
+        size_t nFromTop = static_cast<size_t>(nNames - 1 - i);
+        if (static_cast<size_t>(nNames) <= nKeep || nFromTop < CLumsException::MAX_HEAD ||
+            static_cast<size_t>(i) < CLumsException::MAX_TAIL)
+            site(i, nLine);
+        else if (nFromTop == CLumsException::MAX_HEAD)
+            e.OmitCallSites(static_cast<size_t>(nNames) - nKeep);
+        nLine = aCallerLine[static_cast<size_t>(i)];
+    }
 }
 
 int CLumBasic::Sub()
@@ -266,6 +313,7 @@ CLumBasicFile* CLumBasic::DoImport(const char* pszPath, CLumBasicDebugger* pDebu
     auto addLine = [this](CLumsException& e) {
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
+        AddCallSites(e);
     };
     auto addBoth = [&](CLumsException& e) {
         addMacro(e);

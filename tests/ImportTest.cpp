@@ -137,3 +137,74 @@ TEST(Import, ImportsWithoutEndFailCleanly)
     }
     EXPECT_GT(vars.Lookup("depth%")->GetLong(), 100);
 }
+
+// The procedures running at a failure, innermost first, each at its line and with the
+// source of the image it came from: across a Sub call, a function call, an imported
+// procedure, and in both forms of the run.
+TEST(Import, AFailureNamesEveryRunningProcedureWithItsSourceAndLine)
+{
+    CImageDir dir;
+    std::vector<uint8_t> aLibrary;
+    CLumCompiler compiler;
+    ASSERT_TRUE(compiler.Compile("Function Ratio(a, b)\n    Ratio = a / b\nEnd Function\n",
+                                 dir.Path("lib.lbd"), aLibrary));
+    std::string strLibrary = dir.Save("lib.lbc", aLibrary);
+    std::vector<uint8_t> aMain = Compiled("Declare Function Ratio(a, b)\n"
+                                          "Sub Main\n"
+                                          "    Import \"" +
+                                          strLibrary +
+                                          "\"\n"
+                                          "    Call Show(1)\n"
+                                          "End Sub\n"
+                                          "Sub Show(v)\n"
+                                          "    y = Ratio(v, 0)\n"
+                                          "End Sub\n");
+    for (bool fStream : {false, true})
+    {
+        CLumVariables vars;
+        std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars) : new CLumBasic(&vars, nullptr));
+        try
+        {
+            pBasic->DoMemory(aMain.data(), aMain.size());
+            ADD_FAILURE() << "no failure";
+        }
+        catch (const CLumsException& e)
+        {
+            std::vector<std::string> aSites;
+            for (const SLumCallSite& site : e.GetCallSites())
+                aSites.push_back(site.m_strProcedure + "@" +
+                                 std::filesystem::path(site.m_strSource).filename().string() + ":" +
+                                 std::to_string(site.m_nLine));
+            EXPECT_EQ(aSites, (std::vector<std::string>{"Ratio@lib.lbd:2", "Show@t.lbd:7", "Main@t.lbd:4"}))
+                << fStream;
+        }
+    }
+}
+
+// A deep recursion keeps the innermost and the outermost sites and counts the rest.
+TEST(Import, ADeepRecursionKeepsBothEndsOfItsCallSites)
+{
+    auto aImage = Compiled("Declare Function Deep%(k%)\n"
+                           "Sub Main\n"
+                           "    x% = Deep%(200)\n"
+                           "End Sub\n"
+                           "Function Deep%(k%)\n"
+                           "    If k% = 0 Then Deep% = 1 / k%\n"
+                           "    Deep% = Deep%(k% - 1)\n"
+                           "End Function\n");
+    CLumBasic basic;
+    try
+    {
+        basic.DoMemory(aImage.data(), aImage.size());
+        ADD_FAILURE() << "no failure";
+    }
+    catch (const CLumsException& e)
+    {
+        const std::vector<SLumCallSite>& aSites = e.GetCallSites();
+        ASSERT_EQ(aSites.size(), CLumsException::MAX_HEAD + CLumsException::MAX_TAIL);
+        EXPECT_EQ(e.GetCallSitesOmitted(), 202 - aSites.size());
+        EXPECT_EQ(aSites.front().m_strProcedure + ":" + std::to_string(aSites.front().m_nLine), "Deep%:6");
+        EXPECT_EQ(aSites[1].m_nLine, 7);
+        EXPECT_EQ(aSites.back().m_strProcedure + ":" + std::to_string(aSites.back().m_nLine), "Main:3");
+    }
+}

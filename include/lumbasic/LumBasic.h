@@ -199,6 +199,9 @@ protected:
 
 private:
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
+    // Records the procedures running at a failure, innermost first, behind the sites
+    // an inner run (an import) recorded.
+    void AddCallSites(CLumsException& e) const;
     // The run loop, from the cursor, or from a statement of the fast form that stands
     // where the cursor stands (the head of a function called from an expression).
     void RunLoopFrom(SLumFastStep* pStart);

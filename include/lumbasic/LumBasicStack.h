@@ -42,6 +42,10 @@ struct CallData
     int m_fSourceChanged = 0;
     // The statement of the fast form that made the call, where it made one.
     void* m_pFastCaller = nullptr;
+    // Where the call came from, for the report of a failure: the caller's line and
+    // how many procedures ran below the callee.
+    long m_nCallerLine = 0;
+    int m_nDepth = 0;
     ~CallData() { delete m_pResult; }
     static void* operator new(size_t n);
     static void operator delete(void* p, size_t n) noexcept;
@@ -85,6 +89,8 @@ public:
     }
     int IsEmpty() const { return m_a.empty(); }
     int GetCount() const { return static_cast<int>(m_a.size()); }
+    // Counted from the bottom; the caller keeps i below GetCount().
+    const T& GetAt(int i) const { return m_a[static_cast<size_t>(i)]; }
 
 protected:
     std::vector<T> m_a;
@@ -162,6 +168,8 @@ public:
         return m_a[m_nCount - 1].m_strName;
     }
     const char* Top() const { return TopString().c_str(); }
+    // Counted from the bottom; the caller keeps i below GetCount().
+    const std::string& GetAt(int i) const { return m_a[static_cast<size_t>(i)].m_strName; }
     int IsEmpty() const { return m_nCount == 0; }
     int GetCount() const { return static_cast<int>(m_nCount); }
     // Names what variable names resolve to: the procedure on top and whether names
@@ -169,7 +177,10 @@ public:
     uint64_t GetScope() const { return m_nScope; }
 
 private:
-    void Rescope() { m_nScope = m_nCount == 0 ? 0 : (m_a[m_nCount - 1].m_nScope << 1) | (m_nCount > 1 ? 1 : 0); }
+    void Rescope()
+    {
+        m_nScope = m_nCount == 0 ? 0 : (m_a[m_nCount - 1].m_nScope << 1) | (m_nCount > 1 ? 1 : 0);
+    }
 
     struct SFrame
     {

@@ -7,6 +7,16 @@
 #include <string>
 #include <vector>
 
+// A procedure that was running when a run failed: its name (empty for statements
+// outside any procedure), the source its image records (empty when it records none)
+// and the line it stood at (0 without line markers).
+struct SLumCallSite
+{
+    std::string m_strProcedure;
+    std::string m_strSource;
+    long m_nLine = 0;
+};
+
 class CLumsException : public std::exception
 {
 public:
@@ -23,6 +33,15 @@ public:
     std::string& AddString() { return NewEntry(); }
 
     const std::vector<std::string>& GetTrail() const { return m_aTrail; }
+
+    // The procedures running at the failure, innermost first: the one that failed at
+    // its line, then each caller at the line of its call, last the one the run began
+    // with. A deep recursion keeps MAX_HEAD innermost and MAX_TAIL outermost sites.
+    const std::vector<SLumCallSite>& GetCallSites() const { return m_aCallSites; }
+    // How many sites between those were left out.
+    size_t GetCallSitesOmitted() const { return m_nCallSitesOmitted; }
+    void AddCallSite(SLumCallSite site) { m_aCallSites.push_back(std::move(site)); }
+    void OmitCallSites(size_t n) { m_nCallSitesOmitted += n; }
     // The trail joined by newlines.
     const char* what() const noexcept override;
 
@@ -31,6 +50,8 @@ private:
 
     std::vector<std::string> m_aTrail;
     size_t m_nOmitted = 0;
+    std::vector<SLumCallSite> m_aCallSites;
+    size_t m_nCallSitesOmitted = 0;
     mutable std::string m_strWhat;
 };
 
