@@ -2,6 +2,7 @@
 
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
+#include "LumFailureReport.h"
 #include "LumModuleLoader.h"
 #include "LumProfileCommand.h"
 #include "LumVarsFile.h"
@@ -17,9 +18,10 @@
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict]\n"
-                          "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-                          "           [--extensions FILE] IMAGE|SOURCE";
+const char* const USAGE =
+    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
+    "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+    "           [--extensions FILE] IMAGE|SOURCE";
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -72,6 +74,7 @@ struct RunOptions
     bool m_fDump = false;
     bool m_fProfile = false;
     bool m_fStrict = false;
+    bool m_fTrail = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
 };
@@ -100,6 +103,8 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
             options.m_fProfile = true;
         else if (str == "--strict")
             options.m_fStrict = true;
+        else if (str == "--trail")
+            options.m_fTrail = true;
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -120,9 +125,10 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
 
 // Runs the image, or the source compiled in memory, on a new interpreter over `vars`,
 // filled first from the checked text of --vars. Gives the exit status: 0, or 1 with
-// the trail printed.
-int RunImage(const SLumProgramFile& file, const std::vector<uint8_t>& aSource, const std::string& strVars,
-             CLumModuleLoader& modules, CLumVariables& vars)
+// the report of the failure in `strReport`, or with --trail the trail.
+int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::vector<uint8_t>& aSource,
+             const std::string& strVars, CLumModuleLoader& modules, CLumVariables& vars,
+             std::string& strReport)
 {
     try
     {
@@ -140,7 +146,11 @@ int RunImage(const SLumProgramFile& file, const std::vector<uint8_t>& aSource, c
     }
     catch (const CLumsException& e)
     {
-        LumPrintTrail(e.GetTrail());
+        if (options.m_fTrail)
+            for (const std::string& str : e.GetTrail())
+                strReport += str + "\n";
+        else
+            strReport = LumFailureReport(e, file.m_strPath);
         return 1;
     }
     return 0;
@@ -217,12 +227,15 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
 
     CLumVariables cVariables;
     int nStatus = 1;
+    std::string strReport;
     {
         std::unique_ptr<CLumRunSession> pSession;
         if (fnSession)
             pSession = fnSession(options.m_fAnswer, options.m_nAnswer);
-        nStatus = RunImage(file, aSource, strVars, modules, cVariables);
+        nStatus = RunImage(options, file, aSource, strVars, modules, cVariables, strReport);
     }
+    // Behind the session: the debugger's window is closed by now.
+    fputs(strReport.c_str(), stderr);
     if (options.m_fDump && Dump(cVariables) != 0)
         nStatus = 1;
     return nStatus;

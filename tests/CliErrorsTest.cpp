@@ -143,3 +143,69 @@ TEST(CliErrors, StrictWarnsOfVariablesNothingAssignsUnlessVarsFillsThem)
     EXPECT_EQ(compiled.m_strErr, WARNING);
     EXPECT_TRUE(std::filesystem::exists(dir.Path("total.lbc")));
 }
+
+// The report of a failed run: the message at the failing line of the source the
+// failing procedure came from, then the calls that led there, innermost first. An
+// imported image's procedure, the run of an imported image, a recursion, a program
+// without line markers; --trail gives the whole trail instead.
+TEST(CliErrors, AFailedRunIsReportedAtItsSourceLineWithItsCalls)
+{
+    CImageDir dir;
+    Write(dir, "ratio.lbd", "Function Ratio(a, b)\n    Ratio = a / b\nEnd Function\n");
+    Write(dir, "invoice.lbd",
+          "Declare Function Ratio(a, b)\n"
+          "Sub Main\n"
+          "    Import \"ratio.lbc\"\n"
+          "    Call Show(1)\n"
+          "End Sub\n"
+          "Sub Show(v)\n"
+          "    y = Ratio(v, 0)\n"
+          "End Sub\n");
+    Write(dir, "setup.lbd", "Sub Main\n    x = 1\n    y = x / 0\nEnd Sub\n");
+    Write(dir, "start.lbd", "Sub Main\n    Import \"setup.lbc\"\nEnd Sub\n");
+    Write(dir, "missing.lbd", "Sub Main\n    x = 1\n    Import \"nowhere.lbc\"\nEnd Sub\n");
+    Write(dir, "deep.lbd",
+          "Declare Function Deep%(k%)\n"
+          "Sub Main\n"
+          "    x% = Deep%(200)\n"
+          "End Sub\n"
+          "Function Deep%(k%)\n"
+          "    If k% = 0 Then Deep% = 1 / k%\n"
+          "    Deep% = Deep%(k% - 1)\n"
+          "End Function\n");
+    for (const char* pszArgs :
+         {"compile ratio.lbd", "compile setup.lbd", "compile invoice.lbd -o invoice.img",
+          "compile --no-lines setup.lbd -o bare.lbc"})
+        ASSERT_EQ(RunCli(dir, pszArgs).m_nStatus, 0) << pszArgs;
+    const std::string strInvoice = "ratio.lbd:2: Division durch Null.\n"
+                                   "  in Ratio, called from Show at invoice.lbd:7\n"
+                                   "  in Show, called from Main at invoice.lbd:4\n";
+    const std::pair<const char*, std::string> aCases[] = {
+        {"invoice.lbd", strInvoice},
+        {"invoice.img", strInvoice},
+        {"setup.lbd", "setup.lbd:3: Division durch Null.\n"},
+        {"bare.lbc", "setup.lbd: Division durch Null.\n"},
+        {"start.lbd", "setup.lbd:3: Division durch Null.\n"
+                      "  in Main of setup.lbd, imported by Main at start.lbd:2\n"},
+        {"missing.lbd",
+         "missing.lbd:3: Die Datei \"nowhere.lbc\" kann nicht gelesen werden: No such file or directory\n"},
+        {"deep.lbd", "deep.lbd:6: Division durch Null.\n"
+                     "  in Deep%, called from Deep% at deep.lbd:7 (59 times)\n"
+                     "  ... 83 calls left out ...\n"
+                     "  in Deep%, called from Deep% at deep.lbd:7 (58 times)\n"
+                     "  in Deep%, called from Main at deep.lbd:3\n"},
+    };
+    for (const auto& c : aCases)
+    {
+        CliResult o = RunCli(dir, std::string("run ") + c.first);
+        EXPECT_EQ(o.m_nStatus, 1) << c.first;
+        EXPECT_EQ(o.m_strErr, c.second) << c.first;
+    }
+    CliResult trail = RunCli(dir, "run --trail invoice.lbd");
+    EXPECT_EQ(trail.m_nStatus, 1);
+    EXPECT_EQ(trail.m_strErr.substr(0, trail.m_strErr.find('\n')), "Division durch Null.");
+    EXPECT_NE(trail.m_strErr.find("\nLUMBASICUSERFUNCTION\nCLumExpression::UserFunction()\n"),
+              std::string::npos)
+        << trail.m_strErr;
+    EXPECT_EQ(trail.m_strErr.find("  in "), std::string::npos) << trail.m_strErr;
+}

@@ -66,6 +66,9 @@ TEST(CompilerCli, RunCompilesASourceAndItsTrailNamesTheLine)
     CliResult ran = RunCli(dir, "run --dump " + strSource);
     EXPECT_EQ(ran.m_nStatus, 1);
     EXPECT_EQ(ran.m_strOut, "D:a=1.000000\n");
+    EXPECT_EQ(ran.m_strErr, strSource + ":4: Division durch Null.\n");
+    ran = RunCli(dir, "run --trail " + strSource);
+    EXPECT_EQ(ran.m_nStatus, 1);
     EXPECT_NE(ran.m_strErr.find("Der Fehler trat in Zeile 4 der Quelldatei auf."), std::string::npos)
         << ran.m_strErr;
 }
