@@ -2,12 +2,14 @@
 
 #include "LumCompiler.h"
 
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
+#include <cstring>
 
 namespace
 {
-const char* const USAGE = "usage: lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]";
+const char* const USAGE =
+    "usage: lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]";
 
 int Usage()
 {
@@ -22,45 +24,44 @@ bool LoadExtensions(const std::string& strPath, CLumExtensionTable& table, SLumC
         return true;
     options.m_pExtensions = &table;
     std::string strText;
-    if (!LumReadFile(strPath, strText))
-    {
-        fprintf(stderr, "%s: error: cannot read the extension table\n", strPath.c_str());
+    if (!LumReadNamedFile(strPath, strText))
         return false;
-    }
     CLumDiagnostics diagnostics;
     table.Parse(strText, diagnostics);
     fputs(diagnostics.Format(strPath).c_str(), stderr);
     return !diagnostics.HasErrors();
 }
 
+// False, with the reason on standard error, if the image cannot be written whole.
 bool WriteImage(const std::string& strPath, const std::vector<uint8_t>& aImage)
 {
-    std::ofstream out(strPath, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(aImage.data()), static_cast<std::streamsize>(aImage.size()));
-    out.close();
-    return static_cast<bool>(out);
+    FILE* pFile = fopen(strPath.c_str(), "wb");
+    bool fOk = pFile != nullptr && fwrite(aImage.data(), 1, aImage.size(), pFile) == aImage.size();
+    int nError = errno;
+    if (pFile != nullptr && fclose(pFile) != 0 && fOk)
+    {
+        fOk = false;
+        nError = errno;
+    }
+    if (!fOk)
+        fprintf(stderr, "lumbasic: %s: %s\n", strPath.c_str(), strerror(nError != 0 ? nError : EIO));
+    return fOk;
 }
 
-bool Compile(const std::string& strSource, const SLumCompileOptions& options, std::vector<uint8_t>& aImage)
+bool Compile(const SLumProgramFile& file, const SLumCompileOptions& options, std::vector<uint8_t>& aImage)
 {
     CLumCompiler compiler(options);
-    bool fOk = compiler.CompileFile(strSource, aImage);
-    fputs(compiler.GetDiagnostics().Format(strSource).c_str(), stderr);
+    bool fOk = compiler.Compile(file.m_strContent, LumSourceNameFor(file.m_strPath), aImage);
+    fputs(compiler.GetDiagnostics().Format(file.m_strPath).c_str(), stderr);
     return fOk;
 }
 } // namespace
 
-bool LumIsSourcePath(const std::string& strPath)
+bool LumCompileSource(const SLumProgramFile& file, const std::string& strExtensions,
+                      SLumCompileOptions options, std::vector<uint8_t>& aImage)
 {
-    return strPath.size() > 4 && strPath.compare(strPath.size() - 4, 4, ".lbd") == 0;
-}
-
-bool LumCompileSource(const std::string& strPath, const std::string& strExtensions,
-                      std::vector<uint8_t>& aImage)
-{
-    SLumCompileOptions options;
     CLumExtensionTable extensions;
-    return LoadExtensions(strExtensions, extensions, options) && Compile(strPath, options, aImage);
+    return LoadExtensions(strExtensions, extensions, options) && Compile(file, options, aImage);
 }
 
 int LumCompileCommand(const std::vector<std::string>& aArgs)
@@ -76,6 +77,8 @@ int LumCompileCommand(const std::vector<std::string>& aArgs)
             strExtensions = aArgs[++i];
         else if (str == "--no-lines")
             options.m_fLineMarkers = false;
+        else if (str == "--strict")
+            options.m_fStrict = true;
         else if ((!str.empty() && str[0] == '-') || !strSource.empty())
             return Usage();
         else
@@ -83,18 +86,24 @@ int LumCompileCommand(const std::vector<std::string>& aArgs)
     }
     if (strSource.empty())
         return Usage();
+    SLumProgramFile file;
+    if (!LumReadProgramFile(strSource, file))
+        return 1;
+    if (!file.m_fSource)
+    {
+        fprintf(stderr, "lumbasic: %s: a program image, not a source; 'lumbasic dis' lists it\n",
+                strSource.c_str());
+        return 1;
+    }
     CLumExtensionTable extensions;
     if (!LoadExtensions(strExtensions, extensions, options))
         return 1;
     std::vector<uint8_t> aImage;
-    if (!Compile(strSource, options, aImage))
+    if (!Compile(file, options, aImage))
         return 1;
     if (strImage.empty())
         strImage = LumImagePathFor(strSource);
     if (!WriteImage(strImage, aImage))
-    {
-        fprintf(stderr, "%s: error: cannot write the image\n", strImage.c_str());
         return 1;
-    }
     return 0;
 }

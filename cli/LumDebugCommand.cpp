@@ -19,9 +19,9 @@
 
 namespace
 {
-const char* const USAGE =
-    "usage: lumbasic debug [--vars FILE] [--dump] [--answer N] [--module LIB[:CLASS,...]\n"
-    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd";
+const char* const USAGE = "usage: lumbasic debug [--vars FILE] [--dump] [--answer N] [--strict] [--trail]\n"
+                          "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+                          "           [--extensions FILE] IMAGE|SOURCE";
 
 class CDebugSession : public CLumRunSession
 {

@@ -5,6 +5,12 @@
 
 #include <cstdio>
 
+namespace
+{
+const char* const USAGE = "usage: lumbasic dis [--extensions FILE] IMAGE|SOURCE";
+} // namespace
+
+// A source is compiled in memory first and its image listed.
 int LumDisCommand(const std::vector<std::string>& aArgs)
 {
     std::string strImage, strExtensions;
@@ -15,7 +21,7 @@ int LumDisCommand(const std::vector<std::string>& aArgs)
             strExtensions = aArgs[++i];
         else if ((!str.empty() && str[0] == '-') || !strImage.empty())
         {
-            fprintf(stderr, "usage: lumbasic dis [--extensions FILE] IMAGE\n");
+            fprintf(stderr, "%s\n", USAGE);
             return 2;
         }
         else
@@ -23,31 +29,35 @@ int LumDisCommand(const std::vector<std::string>& aArgs)
     }
     if (strImage.empty())
     {
-        fprintf(stderr, "usage: lumbasic dis [--extensions FILE] IMAGE\n");
+        fprintf(stderr, "%s\n", USAGE);
         return 2;
     }
     CLumExtensionTable extensions;
-    std::string strText;
     if (!strExtensions.empty())
     {
+        std::string strText;
+        if (!LumReadNamedFile(strExtensions, strText))
+            return 1;
         CLumDiagnostics diagnostics;
-        if (LumReadFile(strExtensions, strText))
-            extensions.Parse(strText, diagnostics);
-        else
-            diagnostics.Error(SLumPos{}, "cannot read the extension table");
+        extensions.Parse(strText, diagnostics);
         fputs(diagnostics.Format(strExtensions).c_str(), stderr);
         if (diagnostics.HasErrors())
             return 1;
     }
-    if (!LumReadFile(strImage, strText))
-    {
-        fprintf(stderr, "%s: error: cannot read the image\n", strImage.c_str());
+    SLumProgramFile file;
+    if (!LumReadProgramFile(strImage, file))
         return 1;
+    std::vector<uint8_t> aImage;
+    if (file.m_fSource)
+    {
+        if (!LumCompileSource(file, strExtensions, SLumCompileOptions{}, aImage))
+            return 1;
     }
+    else
+        aImage.assign(file.m_strContent.begin(), file.m_strContent.end());
     CLumDisassembler disassembler(&extensions);
     std::string strListing;
-    bool fComplete =
-        disassembler.Run(reinterpret_cast<const uint8_t*>(strText.data()), strText.size(), strListing);
+    bool fComplete = disassembler.Run(aImage.data(), aImage.size(), strListing);
     fwrite(strListing.data(), 1, strListing.size(), stdout);
     return fComplete ? 0 : 1;
 }

@@ -2,8 +2,10 @@
 
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
+#include "LumFailureReport.h"
 #include "LumModuleLoader.h"
 #include "LumProfileCommand.h"
+#include "LumVarsFile.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
@@ -12,12 +14,14 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
 
 namespace
 {
 const char* const USAGE =
-    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--module LIB[:CLASS,...]\n"
-    "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd";
+    "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
+    "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+    "           [--extensions FILE] IMAGE|SOURCE";
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -69,6 +73,8 @@ struct RunOptions
     std::vector<SLumModuleOption> m_aModules;
     bool m_fDump = false;
     bool m_fProfile = false;
+    bool m_fStrict = false;
+    bool m_fTrail = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
 };
@@ -95,6 +101,10 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
             fOk = ParseSetting(aArgs[++i], options.m_aModules);
         else if (str == "--profile")
             options.m_fProfile = true;
+        else if (str == "--strict")
+            options.m_fStrict = true;
+        else if (str == "--trail")
+            options.m_fTrail = true;
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -113,33 +123,34 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
     return true;
 }
 
-// Runs the image, or the source compiled in memory, on a new interpreter over `vars`.
-// Gives the exit status: 0, or 1 with the trail printed.
-int RunImage(const RunOptions& options, const std::vector<uint8_t>& aSource, CLumModuleLoader& modules,
-             CLumVariables& vars)
+// Runs the image, or the source compiled in memory, on a new interpreter over `vars`,
+// filled first from the checked text of --vars. Gives the exit status: 0, or 1 with
+// the report of the failure in `strReport`, or with --trail the trail.
+int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::vector<uint8_t>& aSource,
+             const std::string& strVars, CLumModuleLoader& modules, CLumVariables& vars,
+             std::string& strReport)
 {
     try
     {
-        if (!options.m_strVars.empty())
-        {
-            std::string strText;
-            if (!LumReadFile(options.m_strVars, strText))
-            {
-                fprintf(stderr, "lumbasic: cannot read %s\n", options.m_strVars.c_str());
-                return 1;
-            }
-            vars.SetValuesFromString(strText.c_str());
-        }
+        if (!strVars.empty())
+            vars.SetValuesFromString(strVars.c_str());
         CLumBasic cBasic(&vars, nullptr);
         modules.AttachTo(cBasic);
-        if (aSource.empty())
-            cBasic.Do(options.m_strImage.c_str());
-        else
+        if (file.m_fSource)
             cBasic.DoMemory(aSource.data(), aSource.size());
+        else if (file.m_fRegular)
+            cBasic.Do(file.m_strPath.c_str());
+        else // a pipe, read once
+            cBasic.DoMemory(reinterpret_cast<const unsigned char*>(file.m_strContent.data()),
+                            file.m_strContent.size());
     }
     catch (const CLumsException& e)
     {
-        LumPrintTrail(e.GetTrail());
+        if (options.m_fTrail)
+            for (const std::string& str : e.GetTrail())
+                strReport += str + "\n";
+        else
+            strReport = LumFailureReport(e, file.m_strPath);
         return 1;
     }
     return 0;
@@ -180,11 +191,26 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
     if (options.m_fProfile)
         LumStartProfiling();
 
-    // A source is compiled in memory; its line markers still name the source's lines.
-    std::vector<uint8_t> aSource;
-    if (LumIsSourcePath(options.m_strImage) &&
-        !LumCompileSource(options.m_strImage, options.m_strExtensions, aSource))
+    // A bad line of --vars leaves nothing run.
+    std::string strVars;
+    std::set<std::string> setHostNames;
+    if (!options.m_strVars.empty() && !LumReadVarsFile(options.m_strVars, strVars, setHostNames))
         return 1;
+
+    // A source, known by its content, is compiled in memory; its line markers still
+    // name the source's lines.
+    SLumProgramFile file;
+    if (!LumReadProgramFile(options.m_strImage, file))
+        return 1;
+    std::vector<uint8_t> aSource;
+    if (file.m_fSource)
+    {
+        SLumCompileOptions compileOptions;
+        compileOptions.m_fStrict = options.m_fStrict;
+        compileOptions.m_pHostNames = &setHostNames;
+        if (!LumCompileSource(file, options.m_strExtensions, compileOptions, aSource))
+            return 1;
+    }
 
     // Modules are made before the run; one that cannot be made leaves nothing run.
     CLumModuleLoader modules;
@@ -201,12 +227,15 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
 
     CLumVariables cVariables;
     int nStatus = 1;
+    std::string strReport;
     {
         std::unique_ptr<CLumRunSession> pSession;
         if (fnSession)
             pSession = fnSession(options.m_fAnswer, options.m_nAnswer);
-        nStatus = RunImage(options, aSource, modules, cVariables);
+        nStatus = RunImage(options, file, aSource, strVars, modules, cVariables, strReport);
     }
+    // Behind the session: the debugger's window is closed by now.
+    fputs(strReport.c_str(), stderr);
     if (options.m_fDump && Dump(cVariables) != 0)
         nStatus = 1;
     return nStatus;

@@ -24,12 +24,13 @@ const Command s_aCommands[] = {
 int Usage()
 {
     fprintf(stderr,
-            "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--module LIB[:CLASS,...]\n"
-            "           [--set NAME=VALUE]...]... [--extensions FILE] IMAGE|SOURCE.lbd\n"
-            "       lumbasic compile [--no-lines] [--extensions FILE] SOURCE [-o IMAGE]\n"
-            "       lumbasic dis [--extensions FILE] IMAGE\n"
+            "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
+            "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+            "           [--extensions FILE] IMAGE|SOURCE\n"
+            "       lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]\n"
+            "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
             "       lumbasic profile [--lcov FILE] SOURCE...\n"
-            "       lumbasic debug [--vars FILE] [--dump] [--answer N] [--module ...]... IMAGE|SOURCE.lbd\n");
+            "       lumbasic debug [run's options] IMAGE|SOURCE\n");
     return 2;
 }
 } // namespace

@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+// The most levels an expression tree may have: the interpreter's
+// CLumExpression::MAX_TREE_DEPTH. A chain a + b + ... of n terms has n levels.
+constexpr int LUM_MAX_TREE_LEVELS = 1000;
+
 enum class ELumExpr
 {
     Long,     // m_nLong

@@ -20,6 +20,11 @@ struct SLumCompileOptions
     // A line marker in front of each statement, for the debugger and the trail.
     bool m_fLineMarkers = true;
     const CLumExtensionTable* m_pExtensions = nullptr;
+    // Warn of every variable that is read but assigned nowhere in the program.
+    bool m_fStrict = false;
+    // The variables the host fills before a run (lumbasic run --vars), which count as
+    // assigned for m_fStrict; may be null.
+    const std::set<std::string>* m_pHostNames = nullptr;
 };
 
 class CLumCodeGen

@@ -4,6 +4,7 @@
 
 #include "LumLexer.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace
@@ -153,9 +154,19 @@ void CLumCodeGen::EmitDim(const CLumStmt& stmt)
             Error(stmt.m_pos, "an array has at most 6 dimensions");
         // One dimension tree is read; the product of all keeps each one evaluated.
         CLumTree size = ExprOf(*stmt.m_aIndices[0], ELumType::Number, "a dimension");
+        int nLevels = stmt.m_aIndices[0]->m_nHeight;
         for (size_t i = 1; i < stmt.m_aIndices.size(); ++i)
+        {
             size = CLumTree::Operator(LBT_MUL, size,
                                       ExprOf(*stmt.m_aIndices[i], ELumType::Number, "a dimension"));
+            nLevels = std::max(nLevels, stmt.m_aIndices[i]->m_nHeight) + 1;
+        }
+        if (nLevels > LUM_MAX_TREE_LEVELS)
+            Error(stmt.m_pos, "the dimensions of '" + stmt.m_strName +
+                                  "' are too long an expression: the "
+                                  "interpreter evaluates at most " +
+                                  std::to_string(LUM_MAX_TREE_LEVELS) +
+                                  " levels of operators in one expression");
         m_writer.Expression(size);
     }
     else if (!stmt.m_strType.empty())

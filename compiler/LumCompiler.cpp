@@ -2,7 +2,13 @@
 
 #include "LumLexer.h"
 #include "LumParser.h"
+#include "LumWarnings.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,6 +25,9 @@ bool CLumCompiler::Compile(std::string_view source, const std::string& strSource
     m_setSteppedLines = codegen.GetSteppedLines();
     if (m_diagnostics.HasErrors())
         return false;
+    // Warnings only for a source without errors: a statement skipped after an error
+    // could make them wrong.
+    LumWarnAbout(program, m_options, m_diagnostics);
     aImage = std::move(aResult);
     return true;
 }
@@ -28,17 +37,38 @@ bool CLumCompiler::CompileFile(const std::string& strPath, std::vector<uint8_t>&
     std::string strSource;
     if (!LumReadFile(strPath, strSource))
     {
-        m_diagnostics.Error(SLumPos{0, 0}, "cannot read the source file");
+        std::string strReason = LumFileProblem(strPath);
+        m_diagnostics.Error(SLumPos{0, 0},
+                            "cannot read the source file" + (strReason.empty() ? "" : ": " + strReason));
         return false;
     }
-    // The canonical path: the debugger takes a source name as the file's own only
-    // when it equals that form.
+    return Compile(strSource, LumSourceNameFor(strPath), aImage);
+}
+
+// The canonical path: the debugger takes a source name as the file's own only when it
+// equals that form.
+std::string LumSourceNameFor(const std::string& strPath)
+{
     std::error_code error;
     std::filesystem::path absolute = std::filesystem::absolute(strPath, error);
     if (!error)
         absolute = std::filesystem::weakly_canonical(absolute, error);
-    std::string strSourceName = error ? strPath : absolute.string();
-    return Compile(strSource, strSourceName, aImage);
+    return error ? strPath : absolute.string();
+}
+
+std::string LumFileProblem(const std::string& strPath)
+{
+    struct stat info;
+    if (stat(strPath.c_str(), &info) != 0)
+        return strerror(errno);
+    // Opening a directory succeeds; reading it does not.
+    if (S_ISDIR(info.st_mode))
+        return strerror(EISDIR);
+    FILE* pFile = fopen(strPath.c_str(), "rb");
+    if (pFile == nullptr)
+        return strerror(errno);
+    fclose(pFile);
+    return "";
 }
 
 bool LumReadFile(const std::string& strPath, std::string& strContent)

@@ -33,5 +33,10 @@ private:
 
 // The whole content of a file; false if it cannot be read.
 bool LumReadFile(const std::string& strPath, std::string& strContent);
+// Why a file cannot be read, in the words of strerror ("No such file or directory",
+// "Is a directory", ...); empty if nothing stands in the way of opening it.
+std::string LumFileProblem(const std::string& strPath);
+// The name a compiled source records in its image: the source's canonical absolute path.
+std::string LumSourceNameFor(const std::string& strPath);
 // The default image path of a source: its suffix replaced by ".lbc".
 std::string LumImagePathFor(const std::string& strSource);

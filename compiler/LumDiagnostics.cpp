@@ -6,12 +6,21 @@ namespace
 {
 // A source full of faults would bury the first ones; beyond this the rest is noise.
 constexpr size_t MAX_ERRORS = 200;
+constexpr size_t MAX_WARNINGS = 200;
 } // namespace
 
 void CLumDiagnostics::Error(SLumPos pos, std::string strMessage)
 {
-    if (m_aEntries.size() < MAX_ERRORS)
-        m_aEntries.push_back(Entry{pos, std::move(strMessage)});
+    if (m_nErrors >= MAX_ERRORS)
+        return;
+    m_aEntries.push_back(Entry{pos, std::move(strMessage), false});
+    ++m_nErrors;
+}
+
+void CLumDiagnostics::Warning(SLumPos pos, std::string strMessage)
+{
+    if (GetWarningCount() < MAX_WARNINGS)
+        m_aEntries.push_back(Entry{pos, std::move(strMessage), true});
 }
 
 std::string CLumDiagnostics::Format(const std::string& strFile) const
@@ -28,9 +37,10 @@ std::string CLumDiagnostics::Format(const std::string& strFile) const
         std::string strWhere = entry.m_pos.m_nLine > 0 ? ":" + std::to_string(entry.m_pos.m_nLine) + ":" +
                                                              std::to_string(entry.m_pos.m_nColumn)
                                                        : "";
-        strText += strFile + strWhere + ": error: " + entry.m_strMessage + "\n";
+        strText +=
+            strFile + strWhere + (entry.m_fWarning ? ": warning: " : ": error: ") + entry.m_strMessage + "\n";
     }
-    if (m_aEntries.size() >= MAX_ERRORS)
+    if (m_nErrors >= MAX_ERRORS)
         strText += strFile + ": error: too many errors, stopped reporting\n";
     return strText;
 }

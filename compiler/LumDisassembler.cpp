@@ -1,4 +1,5 @@
 #include "LumDisassembler.h"
+#include "LumAst.h"
 #include "LumBuiltinTable.h"
 
 #include <lumbasic/LumTokens.h>
@@ -8,8 +9,9 @@
 
 namespace
 {
-// Far beyond any compiled program; a damaged image must not exhaust the stack.
-constexpr int MAX_TREE_DEPTH = 500;
+// Every tree the compiler writes, arguments and indices counted as levels; a damaged
+// image must not exhaust the stack.
+constexpr int MAX_TREE_DEPTH = LUM_MAX_TREE_LEVELS;
 
 std::string Hex(size_t n, int nDigits = 4)
 {

@@ -43,6 +43,9 @@ bool SLumLexToken::IsWord(std::string_view keyword) const
 CLumLexer::CLumLexer(std::string_view source, CLumDiagnostics& diagnostics)
     : m_source(source), m_diagnostics(diagnostics)
 {
+    // The byte order mark some editors write in front of UTF-8 text.
+    if (m_source.substr(0, 3) == "\xEF\xBB\xBF")
+        m_nPos = m_nLineStart = 3;
 }
 
 std::vector<SLumLexToken> CLumLexer::Run()

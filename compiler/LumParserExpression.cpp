@@ -8,8 +8,10 @@
 
 namespace
 {
-// Deeper nesting than this is no program anyone writes; it would only exhaust the
-// stack of the compiler or of the interpreter.
+// Nesting written in the source: brackets, the arguments of a call or the indices of
+// an element inside another, signs and Not in front of each other. Deeper nesting
+// than this is no program anyone writes; it would only exhaust the stack of the
+// compiler or of the interpreter.
 constexpr int MAX_DEPTH = 200;
 
 struct DepthGuard
@@ -30,14 +32,18 @@ const OperatorEntry s_aComparisons[] = {
 };
 } // namespace
 
-// A long chain such as 1 + 1 + ... grows the tree without recursion in the parser;
-// the interpreter reads trees recursively, so their height is bounded here.
+// A long chain such as 1 + 1 + ... is no nesting: the parser reads it in a loop. But
+// each operator is a level of the tree, which the interpreter reads and evaluates
+// recursively, so the height of the tree, arguments and indices included, is bounded
+// by what the interpreter accepts.
 void CLumParser::CheckHeight(CLumExpr& expr)
 {
     for (const LumExprPtr& pArg : expr.m_aArgs)
         expr.m_nHeight = std::max(expr.m_nHeight, pArg->m_nHeight + 1);
-    if (expr.m_nHeight > MAX_DEPTH)
-        Fail(expr.m_pos, "expression nested too deeply");
+    if (expr.m_nHeight > LUM_MAX_TREE_LEVELS)
+        Fail(expr.m_pos,
+             "expression too long: the interpreter evaluates at most " + std::to_string(LUM_MAX_TREE_LEVELS) +
+                 " levels of operators in one expression; split it with an intermediate variable");
 }
 
 LumExprPtr CLumParser::Binary(unsigned short wOperator, LumExprPtr left, LumExprPtr right)

@@ -21,6 +21,8 @@ TEST(Cli, RunFillsAndDumpsTheStore)
     EXPECT_EQ(o.m_strErr, "");
 }
 
+// --trail prints the whole trail, each frame's labels too; without it the report of
+// tests/CliErrorsTest.cpp.
 TEST(Cli, FailurePrintsTheTrailAndStillDumps)
 {
     CImageDir dir;
@@ -29,13 +31,19 @@ TEST(Cli, FailurePrintsTheTrailAndStillDumps)
                                         w.DebugInfo(12);
                                         AssignName(w, "s$", CLumTree::LongConst(2));
                                     }));
-    CliResult o = RunCli(dir, "run --dump " + strImage);
+    CliResult o = RunCli(dir, "run --trail --dump " + strImage);
     EXPECT_EQ(o.m_nStatus, 1);
     EXPECT_EQ(o.m_strOut, "L:a%=1\n");
     EXPECT_EQ(o.m_strErr, "Der Stringvariablen s$ kann kein numerischer Wert zugewiesen werden.\n"
                           "LUMBASICCOMMAND\nCLumBasic::Assign()\nLUMBASIC\nCLumBasic::DispatchToken()\n"
                           "LUMBASIC\nCLumBasic::RunLoop()\nLUMBASIC\nCLumBasic::Do()\n"
                           "Der Fehler trat in Zeile 12 der Quelldatei auf.\n");
+    // The image records no source: the report names the file given.
+    o = RunCli(dir, "run --dump " + strImage);
+    EXPECT_EQ(o.m_nStatus, 1);
+    EXPECT_EQ(o.m_strOut, "L:a%=1\n");
+    EXPECT_EQ(o.m_strErr,
+              strImage + ":12: Der Stringvariablen s$ kann kein numerischer Wert zugewiesen werden.\n");
 }
 
 TEST(Cli, WrongUsageExitsWithTwo)

@@ -66,6 +66,9 @@ TEST(CompilerCli, RunCompilesASourceAndItsTrailNamesTheLine)
     CliResult ran = RunCli(dir, "run --dump " + strSource);
     EXPECT_EQ(ran.m_nStatus, 1);
     EXPECT_EQ(ran.m_strOut, "D:a=1.000000\n");
+    EXPECT_EQ(ran.m_strErr, strSource + ":4: Division durch Null.\n");
+    ran = RunCli(dir, "run --trail " + strSource);
+    EXPECT_EQ(ran.m_nStatus, 1);
     EXPECT_NE(ran.m_strErr.find("Der Fehler trat in Zeile 4 der Quelldatei auf."), std::string::npos)
         << ran.m_strErr;
 }
@@ -80,7 +83,7 @@ TEST(CompilerCli, ErrorsAndWrongUseGiveTheirStatus)
               strSource + ":2:7: error: expected an expression, found the end of the line\n");
     EXPECT_EQ(RunCli(dir, "run " + strSource).m_nStatus, 1);
     EXPECT_EQ(RunCli(dir, "compile " + dir.Path("missing.lbd")).m_strErr,
-              dir.Path("missing.lbd") + ": error: cannot read the source file\n");
+              "lumbasic: " + dir.Path("missing.lbd") + ": No such file or directory\n");
     EXPECT_EQ(RunCli(dir, "compile").m_nStatus, 2);
     EXPECT_EQ(RunCli(dir, "dis a b").m_nStatus, 2);
 }

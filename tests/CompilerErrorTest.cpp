@@ -155,12 +155,7 @@ TEST(CompilerErrors, DeepNestingIsAnErrorNotACrash)
     const std::pair<std::string, const char*> aCases[] = {
         {"x = " + std::string(300, '(') + "1" + std::string(300, ')'), "expression nested too deeply"},
         {"x = 1" + std::string(3000, '+') + "1", "expression nested too deeply"},
-        {[] {
-             std::string str = "x = 1";
-             for (int i = 0; i < 300; ++i)
-                 str += " + 1";
-             return str;
-         }(),
+        {"x = Abs(" + std::string(300, '(') + "1" + std::string(300, ')') + ")",
          "expression nested too deeply"},
         {"x = " + std::string(300, '-') + "y", "expression nested too deeply"},
         {strIfs, "blocks nested too deeply"},
