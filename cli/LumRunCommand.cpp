@@ -10,8 +10,10 @@
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
@@ -20,7 +22,7 @@ namespace
 {
 const char* const USAGE =
     "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
-    "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+    "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
     "           [--extensions FILE] IMAGE|SOURCE";
 
 // A whole decimal number that fits an int.
@@ -34,6 +36,20 @@ bool ParseAnswer(const std::string& str, int& nAnswer)
     if (*pszEnd != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX)
         return false;
     nAnswer = static_cast<int>(n);
+    return true;
+}
+
+// A whole decimal number above 0 and at most nMax.
+bool ParseCount(const std::string& str, unsigned long long nMax, unsigned long long& nCount)
+{
+    if (str.empty() || str[0] < '0' || str[0] > '9')
+        return false;
+    char* pszEnd = nullptr;
+    errno = 0;
+    unsigned long long n = strtoull(str.c_str(), &pszEnd, 10);
+    if (*pszEnd != '\0' || errno != 0 || n == 0 || n > nMax)
+        return false;
+    nCount = n;
     return true;
 }
 
@@ -77,6 +93,8 @@ struct RunOptions
     bool m_fTrail = false;
     bool m_fAnswer = false;
     int m_nAnswer = 0;
+    unsigned long long m_nMaxSteps = 0;
+    unsigned long long m_nMaxMegabytes = 0;
 };
 
 // False, with the usage printed, for arguments that do not fit the command.
@@ -105,6 +123,10 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
             options.m_fStrict = true;
         else if (str == "--trail")
             options.m_fTrail = true;
+        else if (str == "--max-steps" && i + 1 < aArgs.size())
+            fOk = ParseCount(aArgs[++i], ULONG_MAX, options.m_nMaxSteps);
+        else if (str == "--max-memory" && i + 1 < aArgs.size())
+            fOk = ParseCount(aArgs[++i], SIZE_MAX >> 20, options.m_nMaxMegabytes);
         else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
         {
             options.m_fAnswer = true;
@@ -123,6 +145,42 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
     return true;
 }
 
+// The interpreter of the run in progress, for Ctrl-C to stop.
+std::atomic<CLumBasic*> s_pRunning{nullptr};
+
+extern "C" void StopOnInterrupt(int)
+{
+    // A stop request only sets a flag, which a signal handler may do.
+    if (CLumBasic* pBasic = s_pRunning.load())
+        pBasic->RequestStop();
+}
+
+// While it lives, Ctrl-C ends the run at its next statement; a second Ctrl-C, for a
+// run that waits inside one statement, ends the process as usual.
+class CStopOnInterrupt
+{
+public:
+    explicit CStopOnInterrupt(CLumBasic& basic)
+    {
+        s_pRunning.store(&basic);
+        struct sigaction action = {};
+        action.sa_handler = StopOnInterrupt;
+        sigemptyset(&action.sa_mask);
+        action.sa_flags = SA_RESETHAND | SA_RESTART;
+        sigaction(SIGINT, &action, &m_previous);
+    }
+    ~CStopOnInterrupt()
+    {
+        sigaction(SIGINT, &m_previous, nullptr);
+        s_pRunning.store(nullptr);
+    }
+    CStopOnInterrupt(const CStopOnInterrupt&) = delete;
+    CStopOnInterrupt& operator=(const CStopOnInterrupt&) = delete;
+
+private:
+    struct sigaction m_previous;
+};
+
 // Runs the image, or the source compiled in memory, on a new interpreter over `vars`,
 // filled first from the checked text of --vars. Gives the exit status: 0, or 1 with
 // the report of the failure in `strReport`, or with --trail the trail.
@@ -136,6 +194,9 @@ int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::
             vars.SetValuesFromString(strVars.c_str());
         CLumBasic cBasic(&vars, nullptr);
         modules.AttachTo(cBasic);
+        cBasic.SetStatementLimit(static_cast<unsigned long>(options.m_nMaxSteps));
+        cBasic.SetMemoryLimit(static_cast<size_t>(options.m_nMaxMegabytes << 20));
+        CStopOnInterrupt stopOnInterrupt(cBasic);
         if (file.m_fSource)
             cBasic.DoMemory(aSource.data(), aSource.size());
         else if (file.m_fRegular)

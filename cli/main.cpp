@@ -23,14 +23,15 @@ const Command s_aCommands[] = {
 
 int Usage()
 {
-    fprintf(stderr,
-            "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
-            "           [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-            "           [--extensions FILE] IMAGE|SOURCE\n"
-            "       lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]\n"
-            "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
-            "       lumbasic profile [--lcov FILE] SOURCE...\n"
-            "       lumbasic debug [run's options] IMAGE|SOURCE\n");
+    fprintf(
+        stderr,
+        "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
+        "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
+        "           [--extensions FILE] IMAGE|SOURCE\n"
+        "       lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]\n"
+        "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
+        "       lumbasic profile [--lcov FILE] SOURCE...\n"
+        "       lumbasic debug [run's options] IMAGE|SOURCE\n");
     return 2;
 }
 } // namespace

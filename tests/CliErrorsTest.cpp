@@ -209,3 +209,47 @@ TEST(CliErrors, AFailedRunIsReportedAtItsSourceLineWithItsCalls)
         << trail.m_strErr;
     EXPECT_EQ(trail.m_strErr.find("  in "), std::string::npos) << trail.m_strErr;
 }
+
+// An endless run ends with status 1 and the line it stood at, the store dumped as it
+// was: by --max-steps, by --max-memory, and by Ctrl-C.
+TEST(CliErrors, AnEndlessRunEndsByItsLimitsOrByCtrlC)
+{
+    CImageDir dir;
+    // The example of the README.
+    std::filesystem::copy_file(LUM_SOURCE_DIR "/examples/endless.lbd", dir.Path("loop.lbd"));
+    Write(dir, "grow.lbd",
+          "Sub Main\n    s$ = \"x\"\n    Do While 1\n        s$ = s$ + s$\n    Loop\nEnd Sub\n");
+    const struct
+    {
+        const char* m_pszArgs;
+        const char* m_pszErr;
+        const char* m_pszDumped;
+    } aCases[] = {
+        {"run --dump --max-steps 100 loop.lbd",
+         "loop.lbd:4: Der Lauf hat die Grenze von 100 Anweisungen erreicht und wurde abgebrochen.\n",
+         "L:n%="},
+        {"run --dump --max-memory 1 grow.lbd",
+         "grow.lbd:4: Die Werte des Laufs belegen mehr als 1048576 Bytes; der Lauf wurde abgebrochen.\n",
+         "S:s$=xx"},
+    };
+    for (const auto& c : aCases)
+    {
+        CliResult o = RunCli(dir, c.m_pszArgs);
+        EXPECT_EQ(o.m_nStatus, 1) << c.m_pszArgs;
+        EXPECT_EQ(o.m_strErr, c.m_pszErr);
+        EXPECT_EQ(o.m_strOut.rfind(c.m_pszDumped, 0), 0u) << c.m_pszArgs;
+    }
+    for (const char* pszBad : {"--max-steps 0", "--max-steps x", "--max-memory -1"})
+        EXPECT_EQ(RunCli(dir, std::string("run ") + pszBad + " loop.lbd").m_nStatus, 2) << pszBad;
+
+    std::string strCommand = "cd '" + dir.Dir() +
+                             "' && ('" LUM_CLI_PATH
+                             "' run --dump loop.lbd > cli.out 2> cli.err & pid=$!; sleep 0.5; "
+                             "kill -INT $pid; wait $pid)";
+    int nStatus = std::system(strCommand.c_str());
+    EXPECT_EQ(WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, 1);
+    std::string strErr = dir.Read("cli.err");
+    EXPECT_EQ(strErr.rfind("loop.lbd:", 0), 0u) << strErr;
+    EXPECT_NE(strErr.find(": Der Lauf wurde auf Anforderung abgebrochen.\n"), std::string::npos) << strErr;
+    EXPECT_EQ(dir.Read("cli.out").rfind("L:n%=", 0), 0u);
+}
