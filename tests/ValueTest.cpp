@@ -122,6 +122,10 @@ TEST(Value, ConversionsCutSaturateAndReadText)
     EXPECT_EQ(S("abc").GetLong(), 0);
     EXPECT_DOUBLE_EQ(S("1.25e2x").GetDouble(), 125.0);
     EXPECT_STREQ(L(-7).GetText(), "-7");
+    // Every digit count of the short way, its edges, and the long way beyond it.
+    for (long n :
+         {0L, 9L, 10L, 99L, 100L, 1009L, 90817L, 123456L, 7000001L, 99999999L, 100000000L, 2147483647L})
+        EXPECT_EQ(L(n).GetText(), std::to_string(n));
     EXPECT_STREQ(D(1.0 / 3).GetText(), "0.333333");
     CLumsVarValue empty;
     EXPECT_EQ(empty.GetType(), CLumsVarValue::VT_EMPTY);

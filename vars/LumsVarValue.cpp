@@ -79,7 +79,12 @@ void CLumsVarValue::FreeText(LumText* pStr) noexcept
 
 size_t LumFormatLong(char* pszBuffer, long n)
 {
-    // Indices and counters, the numbers formatted most, are small and positive.
+    // Indices and counters, the numbers formatted most, are small and positive: two
+    // digits at a time from a table.
+    static constexpr char s_aPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
     if (n >= 0 && n < 100000000)
     {
         uint32_t u = static_cast<uint32_t>(n);
@@ -92,8 +97,21 @@ size_t LumFormatLong(char* pszBuffer, long n)
                          : u < 10000000 ? 7
                                         : 8;
         pszBuffer[nDigits] = '\0';
-        for (char* p = pszBuffer + nDigits; p != pszBuffer; u /= 10)
-            *--p = static_cast<char>('0' + u % 10);
+        char* p = pszBuffer + nDigits;
+        while (u >= 100)
+        {
+            uint32_t nPair = (u % 100) * 2;
+            u /= 100;
+            *--p = s_aPairs[nPair + 1];
+            *--p = s_aPairs[nPair];
+        }
+        if (u >= 10)
+        {
+            *--p = s_aPairs[u * 2 + 1];
+            *--p = s_aPairs[u * 2];
+        }
+        else
+            *--p = static_cast<char>('0' + u);
         return nDigits;
     }
     std::to_chars_result r = std::to_chars(pszBuffer, pszBuffer + 23, n);
