@@ -3,10 +3,9 @@
 #include "LumCompiler.h"
 #include "LumRunCommand.h"
 
-#include "debug/LumBasicProfiler.h"
-
 #include <lumbasic/LumBasicDebugWindow.h>
 #include <lumbasic/LumBasicDebugger.h>
+#include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumSourceFiles.h>
 #include <lumbasic/LumsException.h>
 

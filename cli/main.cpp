@@ -3,6 +3,8 @@
 #include "LumProfileCommand.h"
 #include "LumRunCommand.h"
 
+#include <lumbasic/LumVersion.h>
+
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -40,6 +42,11 @@ int main(int argc, char** argv)
 {
     if (argc < 2)
         return Usage();
+    if (argc == 2 && strcmp(argv[1], "--version") == 0)
+    {
+        printf("lumbasic %s\n", LUMBASIC_VERSION);
+        return 0;
+    }
     for (const Command& command : s_aCommands)
         if (strcmp(argv[1], command.m_pszName) == 0)
             return command.m_pfnRun(std::vector<std::string>(argv + 2, argv + argc));

@@ -2,10 +2,10 @@
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumBasicDebugWindow.h>
+#include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumSourceFiles.h>
 
 #include "core/LumFrame.h"
-#include "debug/LumBasicProfiler.h"
 #include "debug/LumDebugHost.h"
 
 #include <cstring>

@@ -3,10 +3,10 @@
 #include <lumbasic/LumBasicDebugger.h>
 
 #include <lumbasic/LumBasicDebugWindow.h>
+#include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumMessageBox.h>
 
 #include "core/LumFrame.h"
-#include "debug/LumBasicProfiler.h"
 
 #include <cerrno>
 #include <cstring>

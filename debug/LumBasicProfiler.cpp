@@ -1,4 +1,4 @@
-#include "debug/LumBasicProfiler.h"
+#include <lumbasic/LumBasicProfiler.h>
 
 #include "core/LumFrame.h"
 #include "debug/LumArchive.h"

@@ -3,10 +3,10 @@
 #include "LumFuzzPaths.h"
 
 #include <lumbasic/LumBasicDebugWindow.h>
+#include <lumbasic/LumBasicProfiler.h>
 
 #include "compiler/LumDisassembler.h"
 #include "debug/LumArchive.h"
-#include "debug/LumBasicProfiler.h"
 
 #include <algorithm>
 #include <sstream>

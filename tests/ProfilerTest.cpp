@@ -2,10 +2,10 @@
 // run to run, a file that cannot be saved, the listing, and the files' names.
 #include "tests/LumDebuggerTestSupport.h"
 
+#include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumMessageBox.h>
 
 #include "debug/LumArchive.h"
-#include "debug/LumBasicProfiler.h"
 
 #include <filesystem>
 #include <sstream>

@@ -1,13 +1,22 @@
-// A minimal host: run an image, read a variable, report a failure's trail.
+// A minimal host: run an image, or compile a program in memory and run that; read a
+// variable; report a failure's trail.
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumCompile.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <vector>
+
+// The program of price.lbd, as a host may hold it in a string.
+static const char* const SOURCE = "Sub Main\n"
+                                  "    total = Round(price * 1.19, 2, 2)\n"
+                                  "End Sub\n";
 
 int main(int argc, char** argv)
 {
-    if (argc != 2)
+    if (argc > 2)
     {
-        fprintf(stderr, "usage: host IMAGE\n");
+        fprintf(stderr, "usage: host [IMAGE]\n");
         return 2;
     }
     CLumVariables vars; // the host keeps the store
@@ -15,10 +24,16 @@ int main(int argc, char** argv)
     CLumBasic basic(&vars, nullptr); // the interpreter makes its own procedure table
     try
     {
-        basic.Do(argv[1]); // runs the image; a host may run again
-        printf("total = %f\n", vars.GetValue("total", nullptr)->GetDouble());
+        if (argc == 2)
+            basic.Do(argv[1]); // runs the image file; a host may run again
+        else
+        {
+            std::vector<uint8_t> aImage = LumCompile(SOURCE); // no file is read or written
+            basic.DoMemory(aImage.data(), aImage.size());
+        }
+        printf("total = %.2f\n", vars.GetValue("total", nullptr)->GetDouble());
     }
-    catch (const CLumsException& e)
+    catch (const CLumsException& e) // a failed run, or the errors of the source
     {
         for (const std::string& line : e.GetTrail()) // or e.what(): the lines joined
             fprintf(stderr, "%s\n", line.c_str());

@@ -6,6 +6,7 @@
 
 #include <lumbasic/LumBasicFile.h>
 #include <lumbasic/LumBasicStack.h>
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumFunctions.h>
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumTokens.h>
@@ -24,7 +25,7 @@ class CLumBasicExtModul;
 class CLumExpression;
 struct SLumFastStep;
 
-class CLumBasic : public CLumObject
+class LUM_API CLumBasic : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasic)
     friend class CLumExpression;

@@ -10,12 +10,13 @@
 
 #include <lumbasic/LumBasicDebugWindow.h>
 #include <lumbasic/LumDebugToolkit.h>
+#include <lumbasic/LumExport.h>
 
 #include <string>
 
 class CLumBasicDebugger;
 
-class CLumBasicDebugDlg : public CLumBasicDebugWindow, public CLumDebugCommandTarget
+class LUM_API CLumBasicDebugDlg : public CLumBasicDebugWindow, public CLumDebugCommandTarget
 {
 public:
     // The window comes up at once, its check boxes as the last window left them.

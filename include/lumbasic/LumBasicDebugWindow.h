@@ -3,6 +3,8 @@
 // one the debugger has no window, counts hits and never stops.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,7 +12,7 @@
 
 class CLumBasicDebugger;
 
-class CLumBasicDebugWindow
+class LUM_API CLumBasicDebugWindow
 {
 public:
     // The window's check boxes. They outlive every window, so that the next window
@@ -43,9 +45,9 @@ using LumDebugWindowFactory =
 
 // Installs the factory for debuggers that start from now on and gives the one before.
 // An empty function means no window.
-LumDebugWindowFactory LumSetDebugWindowFactory(LumDebugWindowFactory fnFactory);
+LUM_API LumDebugWindowFactory LumSetDebugWindowFactory(LumDebugWindowFactory fnFactory);
 
 // The rows of a source text, as a window shows them. Only the pair CR LF ends a line:
 // a lone LF or CR belongs to its line. A text ending in CR LF has no empty row behind
 // it, and an empty text is one empty row.
-std::vector<std::string> LumSplitSourceLines(const char* pszText);
+LUM_API std::vector<std::string> LumSplitSourceLines(const char* pszText);

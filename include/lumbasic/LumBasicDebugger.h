@@ -9,6 +9,7 @@
 // source files (LumSourceFiles.h). Without a window it counts hits and never stops.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
 #include <deque>
@@ -22,7 +23,7 @@ class CLumBasic;
 class CLumBasicDebugWindow;
 class CLumBasicProfiler;
 
-class CLumBasicDebugger : public CLumObject
+class LUM_API CLumBasicDebugger : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasicDebugger)
 

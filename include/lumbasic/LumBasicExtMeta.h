@@ -9,6 +9,7 @@
 // Registration and lookup may come from several threads at once.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
 #include <mutex>
@@ -16,7 +17,7 @@
 
 class CLumBasicExtModul;
 
-class CLumBasicExtMeta
+class LUM_API CLumBasicExtMeta
 {
 public:
     // Registers the class. The record must outlive every later lookup: the chain only

@@ -7,9 +7,10 @@
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumBasicExtMeta.h>
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
-class CLumBasicExtModul : public CLumObject
+class LUM_API CLumBasicExtModul : public CLumObject
 {
     LUM_DECLARE_DYNCREATE(CLumBasicExtModul)
     friend class CLumBasic;

@@ -7,6 +7,7 @@
 // Only an image handed over as a bare pointer, with no length, is trusted unchecked.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
 #include <cstdint>
@@ -19,13 +20,13 @@ class CLumFastForm;
 
 // The bytes of one loaded image, terminator included. When the image is freed the
 // range is emptied, so holders of it can tell that it is gone.
-struct CLumImageRange
+struct LUM_API CLumImageRange
 {
     const unsigned char* m_pBegin = nullptr;
     const unsigned char* m_pEnd = nullptr;
 };
 
-class CLumBasicFile : public CLumObject
+class LUM_API CLumBasicFile : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasicFile)
 

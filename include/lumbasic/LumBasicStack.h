@@ -1,6 +1,7 @@
 // The four last-in-first-out stores of a run and their records.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumVariables.h>
 #include <lumbasic/LumsVarValue.h>
 
@@ -11,7 +12,7 @@
 #include <vector>
 
 // An open If (kind 0) or For (kind 1).
-struct CmdData
+struct LUM_API CmdData
 {
     int m_nKind = 0;
     int m_fCondition = 0;
@@ -35,7 +36,7 @@ struct CmdData
 };
 
 // A running call.
-struct CallData
+struct LUM_API CallData
 {
     unsigned char* m_pReturn = nullptr;
     CLumsVarValue* m_pResult = nullptr;
@@ -53,13 +54,13 @@ struct CallData
 
 // An empty stack is a fault of the interpreter's own bookkeeping, not a message of
 // the catalogue: the frames turn it into the "unexpected error" message.
-class CLumStackEmpty : public std::logic_error
+class LUM_API CLumStackEmpty : public std::logic_error
 {
 public:
     CLumStackEmpty() : std::logic_error("LumBasic: pop or top of an empty stack") {}
 };
 
-template <class T> class CLumBasicStack
+template <class T> class LUM_API CLumBasicStack
 {
 public:
     CLumBasicStack() { m_a.reserve(10); }
@@ -97,7 +98,7 @@ protected:
 };
 
 // Owns what it holds: a stack deletes its remaining elements when it goes.
-template <class T> class CLumOwningStack : public CLumBasicStack<T*>
+template <class T> class LUM_API CLumOwningStack : public CLumBasicStack<T*>
 {
 public:
     ~CLumOwningStack()
@@ -107,24 +108,24 @@ public:
     }
 };
 
-class CLumCmdStack : public CLumOwningStack<CmdData>
+class LUM_API CLumCmdStack : public CLumOwningStack<CmdData>
 {
 };
-class CLumCallStack : public CLumOwningStack<CallData>
+class LUM_API CLumCallStack : public CLumOwningStack<CallData>
 {
 };
-class CLumParamStack : public CLumOwningStack<CLumsVarValue>
+class LUM_API CLumParamStack : public CLumOwningStack<CLumsVarValue>
 {
 };
 // The scope id of a procedure name: the same for every activation of one name while
 // the table keeps it, so that what a name resolved to in one call stands for the next.
 // No id is ever given to two names; the table forgets its names when it grows large,
 // and a name then gets a new id.
-uint64_t LumScopeOf(const char* pszName);
+LUM_API uint64_t LumScopeOf(const char* pszName);
 
 // The names of the procedures running. Every call pushes one, so a popped entry
 // keeps its string for the next push to reuse.
-class CLumFunctionStack
+class LUM_API CLumFunctionStack
 {
 public:
     CLumFunctionStack() { m_a.reserve(10); }

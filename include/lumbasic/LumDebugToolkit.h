@@ -6,6 +6,8 @@
 // terminal one.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <string>
 #include <vector>
 
@@ -43,7 +45,7 @@ enum class ELumDebugNotify
 // A list control's content: rows of text, the current row, the selection mark, the
 // first visible row, tab stops (in quarters of an average character's width) and the
 // width the list can scroll to (in the toolkit's text measure).
-class CLumDebugList
+class LUM_API CLumDebugList
 {
 public:
     explicit CLumDebugList(bool fSorted = false) : m_fSorted(fSorted) {}
@@ -90,7 +92,7 @@ private:
 };
 
 // A small modal form: a title and text boxes, with OK and Cancel.
-struct SLumDebugForm
+struct LUM_API SLumDebugForm
 {
     struct Field
     {
@@ -104,7 +106,7 @@ struct SLumDebugForm
 };
 
 // Receives what the user does. The debug window implements it.
-class CLumDebugCommandTarget
+class LUM_API CLumDebugCommandTarget
 {
 public:
     virtual ~CLumDebugCommandTarget() = default;
@@ -113,7 +115,7 @@ public:
     virtual void OnChar(unsigned nChar) = 0;
 };
 
-class CLumDebugToolkit
+class LUM_API CLumDebugToolkit
 {
 public:
     virtual ~CLumDebugToolkit() = default;

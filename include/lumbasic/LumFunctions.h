@@ -1,6 +1,7 @@
 // The table of declared procedures, from name to CallInfo. The table owns its records.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumStringMap.h>
 #include <lumbasic/LumVariables.h>
@@ -11,7 +12,7 @@
 
 struct CLumImageRange;
 
-struct CallInfo
+struct LUM_API CallInfo
 {
     unsigned short m_wInfo1 = 0;
     unsigned short m_wInfo2 = 0;
@@ -23,7 +24,7 @@ struct CallInfo
     std::shared_ptr<const CLumImageRange> m_pImage;
 };
 
-class CLumFunctions : public CLumObject
+class LUM_API CLumFunctions : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumFunctions)
 

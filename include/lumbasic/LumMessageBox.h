@@ -4,6 +4,8 @@
 // answer); without one, a box on the console is used.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <functional>
 
 // Button sets, in the low four bits of the style.
@@ -44,17 +46,17 @@ using LumMessageBoxFunction = std::function<int(const char* pszText, const char*
 // Installs the box that every interpreter of the process uses from now on and gives
 // the one installed before. An empty function brings back the console box. Install it
 // before programs run, not while one is running on another thread.
-LumMessageBoxFunction LumSetMessageBox(LumMessageBoxFunction fnBox);
+LUM_API LumMessageBoxFunction LumSetMessageBox(LumMessageBoxFunction fnBox);
 
 // Shows a box with the installed function.
-int LumMessageBox(const char* pszText, const char* pszCaption, long nStyle);
+LUM_API int LumMessageBox(const char* pszText, const char* pszCaption, long nStyle);
 
 // The console box. With a terminal on standard input it shows caption and text on
 // standard error and asks for a button by its key or number, Enter choosing the
 // default; on end of input it answers the default. Without a terminal it never waits:
 // it writes caption and text to standard error and answers the default button.
-int LumConsoleMessageBox(const char* pszText, const char* pszCaption, long nStyle);
+LUM_API int LumConsoleMessageBox(const char* pszText, const char* pszCaption, long nStyle);
 
 // The answer the default button of a style gives: its number, or the first button's
 // when bits 8 and 9 name a button that the set does not have.
-int LumMessageBoxDefault(long nStyle);
+LUM_API int LumMessageBoxDefault(long nStyle);

@@ -3,11 +3,13 @@
 // to down-cast with a check.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <cstring>
 
 class CLumObject;
 
-struct CLumRuntimeClass
+struct LUM_API CLumRuntimeClass
 {
     const char* m_lpszClassName;
     unsigned m_wSchema;
@@ -24,7 +26,7 @@ struct CLumRuntimeClass
     CLumObject* CreateObject() const { return m_pfnCreateObject ? m_pfnCreateObject() : nullptr; }
 };
 
-class CLumObject
+class LUM_API CLumObject
 {
 public:
     virtual ~CLumObject() = default;

@@ -16,12 +16,13 @@
 #pragma once
 
 #include <lumbasic/LumDebugToolkit.h>
+#include <lumbasic/LumExport.h>
 
 #include <deque>
 #include <string>
 #include <vector>
 
-class CLumScriptToolkit : public CLumDebugToolkit
+class LUM_API CLumScriptToolkit : public CLumDebugToolkit
 {
 public:
     explicit CLumScriptToolkit(std::vector<std::string> aScript = {});

@@ -3,11 +3,13 @@
 // every question answers "cancelled", and the source shows as not found.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <functional>
 #include <string>
 
 // What the chooser is asked with.
-struct SLumSourceDialog
+struct LUM_API SLumSourceDialog
 {
     std::string m_strDefaultExt; // appended to a name typed without one
     std::string m_strFileName;   // the name to start from
@@ -20,4 +22,4 @@ struct SLumSourceDialog
 using LumSourceChooser = std::function<bool(const SLumSourceDialog& dialog, std::string& strChosen)>;
 
 // Installs the chooser and gives the one before; an empty function means "cancelled".
-LumSourceChooser LumSetSourceChooser(LumSourceChooser fnChooser);
+LUM_API LumSourceChooser LumSetSourceChooser(LumSourceChooser fnChooser);

@@ -3,9 +3,11 @@
 // their line ends for its window.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <string>
 
-class CLumSourceFiles
+class LUM_API CLumSourceFiles
 {
 public:
     virtual ~CLumSourceFiles() = default;
@@ -20,7 +22,7 @@ public:
 
 // Reads a source as a window shows it on this platform: each lone LF becomes CR LF, as
 // rows end at CR LF alone, so that a source written here shows a row per line.
-class CLumCrLfSourceFiles : public CLumSourceFiles
+class LUM_API CLumCrLfSourceFiles : public CLumSourceFiles
 {
 public:
     std::string ReadBytes(const std::string& strPath) const override;
@@ -28,6 +30,6 @@ public:
 
 // Installs the access the debugger uses from now on and gives the one before. The
 // object stays the caller's and must outlive its use; null brings back the default.
-CLumSourceFiles* LumSetSourceFiles(CLumSourceFiles* pFiles);
+LUM_API CLumSourceFiles* LumSetSourceFiles(CLumSourceFiles* pFiles);
 // The access in use.
-CLumSourceFiles& LumGetSourceFiles();
+LUM_API CLumSourceFiles& LumGetSourceFiles();

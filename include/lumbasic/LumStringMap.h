@@ -13,6 +13,8 @@
 // through a table the size of the array.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -25,7 +27,7 @@
 template <class T> class CLumStringMap;
 
 // A key of the map: its bytes, zero-terminated, in the map's own blocks.
-class CLumKey
+class LUM_API CLumKey
 {
     template <class T> friend class CLumStringMap;
 
@@ -50,7 +52,7 @@ private:
 
 // Where a map found the elements of a name last: the number of the name and the page
 // of the last index, which stay valid for as long as the map does.
-struct CLumElementCache
+struct LUM_API CLumElementCache
 {
     const void* m_pMap = nullptr;
     uint64_t m_nMapSerial = 0;
@@ -59,7 +61,7 @@ struct CLumElementCache
     uint32_t m_nPage = 0;
 };
 
-template <class T> class CLumStringMap
+template <class T> class LUM_API CLumStringMap
 {
 public:
     struct Entry

@@ -3,6 +3,8 @@
 // is generated from the lists below, so that they cannot drift apart.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 // X(NAME, VALUE): every token, by class (low byte).
 #define LUM_TOKENS(X)                                                                                        \
     X(SOURCENAME, 0x0380)                                                                                    \
@@ -137,4 +139,4 @@ enum LumConstType : unsigned short
 };
 
 // "LBT_IF" for 0x0181; null for a value that no list names.
-const char* LumTokenName(unsigned short wToken);
+LUM_API const char* LumTokenName(unsigned short wToken);

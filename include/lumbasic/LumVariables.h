@@ -3,6 +3,7 @@
 // are entries under "@procedure@name".
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumStringMap.h>
 #include <lumbasic/LumsVarValue.h>
@@ -15,7 +16,7 @@ class CLumVariables;
 
 // Where a name was found last: in which store, at which generation of it and in which
 // scope. While all three are the same the name still resolves to that variable.
-struct CLumNameCache
+struct LUM_API CLumNameCache
 {
     const CLumVariables* m_pStore = nullptr;
     uint64_t m_nGeneration = 0;
@@ -23,7 +24,7 @@ struct CLumNameCache
     CLumsVarValue* m_pValue = nullptr;
 };
 
-class CLumVariables : public CLumObject
+class LUM_API CLumVariables : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumVariables)
 

@@ -2,6 +2,8 @@
 // went wrong first, then what each frame on the way out added.
 #pragma once
 
+#include <lumbasic/LumExport.h>
+
 #include <cstddef>
 #include <exception>
 #include <string>
@@ -17,7 +19,7 @@ struct SLumCallSite
     long m_nLine = 0;
 };
 
-class CLumsException : public std::exception
+class LUM_API CLumsException : public std::exception
 {
 public:
     // A failure deep in a recursion passes thousands of frames. The trail keeps
@@ -56,4 +58,4 @@ private:
 };
 
 // The text of a catalogue message by id; an unknown id gives the empty text.
-std::string LoadMessage(int id);
+LUM_API std::string LoadMessage(int id);

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <lumbasic/LumDebugToolkit.h>
+#include <lumbasic/LumExport.h>
 
 #include <string>
 
-class CLumsNewValueDlg
+class LUM_API CLumsNewValueDlg
 {
 public:
     // Shows the form with the two fields as they stand; LUM_IDC_OK with the user's

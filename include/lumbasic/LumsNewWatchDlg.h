@@ -2,10 +2,11 @@
 #pragma once
 
 #include <lumbasic/LumDebugToolkit.h>
+#include <lumbasic/LumExport.h>
 
 #include <string>
 
-class CLumsNewWatchDlg
+class LUM_API CLumsNewWatchDlg
 {
 public:
     // Shows the form; LUM_IDC_OK with the user's name in m_strName, or LUM_IDC_CANCEL.

@@ -3,6 +3,7 @@
 // empty, a type of its own that reads as 0, 0.0 and "".
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
 #include <cstddef>
@@ -13,7 +14,7 @@
 
 // The bytes that values hold on this thread: their records and the text they own. A
 // run with a memory budget compares it with what it was when the run began.
-int64_t& LumValueBytes() noexcept;
+LUM_API int64_t& LumValueBytes() noexcept;
 
 // The allocator of value text: counts what it hands out in LumValueBytes.
 template <class T> struct CLumValueAllocator
@@ -39,7 +40,7 @@ template <class T> struct CLumValueAllocator
 // The text of a value.
 using LumText = std::basic_string<char, std::char_traits<char>, CLumValueAllocator<char>>;
 
-class CLumsVarValue : public CLumObject
+class LUM_API CLumsVarValue : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumsVarValue)
 
@@ -192,14 +193,14 @@ private:
     mutable LumText* m_pStr = nullptr;
 };
 
-CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
-CLumsVarValue operator-(const CLumsVarValue& l, const CLumsVarValue& r);
-CLumsVarValue operator*(const CLumsVarValue& l, const CLumsVarValue& r);
-CLumsVarValue operator/(const CLumsVarValue& l, const CLumsVarValue& r);
+LUM_API CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
+LUM_API CLumsVarValue operator-(const CLumsVarValue& l, const CLumsVarValue& r);
+LUM_API CLumsVarValue operator*(const CLumsVarValue& l, const CLumsVarValue& r);
+LUM_API CLumsVarValue operator/(const CLumsVarValue& l, const CLumsVarValue& r);
 
 // Number text in the "C" locale, whatever locale the host has set.
-size_t LumFormatLong(char* pszBuffer, long n);     // "%ld"; buffer of 24 bytes
-size_t LumFormatDouble(char* pszBuffer, double d); // "%f"; buffer of 400 bytes
-double LumAtof(const char* psz) noexcept;
-int32_t LumAtol(const char* psz) noexcept;
-int32_t LumDoubleToLong(double d) noexcept;
+LUM_API size_t LumFormatLong(char* pszBuffer, long n);     // "%ld"; buffer of 24 bytes
+LUM_API size_t LumFormatDouble(char* pszBuffer, double d); // "%f"; buffer of 400 bytes
+LUM_API double LumAtof(const char* psz) noexcept;
+LUM_API int32_t LumAtol(const char* psz) noexcept;
+LUM_API int32_t LumDoubleToLong(double d) noexcept;

@@ -1,6 +1,7 @@
 // The hit counts of one source: how often each line was reached, and in how many
 // debugger runs. The debugger keeps one per source and saves it in a ".Profile" file
-// beside the source, so that counts add up from run to run.
+// beside the source, so that counts add up from run to run. A host reads such a file
+// with LoadFile and GetHits, as `lumbasic profile` does.
 //
 // The counts live in a hash table of 17 buckets, a line in bucket (line >> 4) % 17,
 // each new line at the head of its chain: a saved file lists the entries in the
@@ -11,6 +12,7 @@
 // so that a hit costs one lookup and one store.
 #pragma once
 
+#include <lumbasic/LumExport.h>
 #include <lumbasic/LumObject.h>
 
 #include <cstdint>
@@ -20,7 +22,7 @@
 
 class CLumArchive;
 
-class CLumBasicProfiler : public CLumObject
+class LUM_API CLumBasicProfiler : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasicProfiler)
 
@@ -89,4 +91,4 @@ private:
 
 // The name of a profile file of a source: the text before the first "." of the whole
 // path, directories included, then the suffix.
-std::string LumProfileFileName(const std::string& strSource, const char* pszSuffix);
+LUM_API std::string LumProfileFileName(const std::string& strSource, const char* pszSuffix);
