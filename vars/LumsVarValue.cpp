@@ -38,6 +38,12 @@ int32_t WrapLong(int64_t n)
 }
 } // namespace
 
+// Out of line: inlined with a literal, GCC 12 warns of an overlap it imagines.
+CLumsVarValue::CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0)
+{
+    Text().assign(psz ? psz : "");
+}
+
 int64_t& LumValueBytes() noexcept
 {
     static thread_local int64_t s_nBytes = 0;

@@ -57,10 +57,7 @@ public:
     explicit CLumsVarValue(long n) noexcept : m_nType(VT_LONG), m_nLong(static_cast<int32_t>(n)) {}
     explicit CLumsVarValue(int n) noexcept : m_nType(VT_LONG), m_nLong(n) {}
     explicit CLumsVarValue(double d) noexcept : m_nType(VT_DOUBLE), m_dDouble(d) {}
-    explicit CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0)
-    {
-        Text().assign(psz ? psz : "");
-    }
+    explicit CLumsVarValue(const char* psz);
     // Copies skip the text cache of a number: copies happen at every variable read.
     CLumsVarValue(const CLumsVarValue& src) : CLumObject(), m_nType(src.m_nType), m_dDouble(src.m_dDouble)
     {
