@@ -180,31 +180,3 @@ TEST(Import, AFailureNamesEveryRunningProcedureWithItsSourceAndLine)
         }
     }
 }
-
-// A deep recursion keeps the innermost and the outermost sites and counts the rest.
-TEST(Import, ADeepRecursionKeepsBothEndsOfItsCallSites)
-{
-    auto aImage = Compiled("Declare Function Deep%(k%)\n"
-                           "Sub Main\n"
-                           "    x% = Deep%(200)\n"
-                           "End Sub\n"
-                           "Function Deep%(k%)\n"
-                           "    If k% = 0 Then Deep% = 1 / k%\n"
-                           "    Deep% = Deep%(k% - 1)\n"
-                           "End Function\n");
-    CLumBasic basic;
-    try
-    {
-        basic.DoMemory(aImage.data(), aImage.size());
-        ADD_FAILURE() << "no failure";
-    }
-    catch (const CLumsException& e)
-    {
-        const std::vector<SLumCallSite>& aSites = e.GetCallSites();
-        ASSERT_EQ(aSites.size(), CLumsException::MAX_HEAD + CLumsException::MAX_TAIL);
-        EXPECT_EQ(e.GetCallSitesOmitted(), 202 - aSites.size());
-        EXPECT_EQ(aSites.front().m_strProcedure + ":" + std::to_string(aSites.front().m_nLine), "Deep%:6");
-        EXPECT_EQ(aSites[1].m_nLine, 7);
-        EXPECT_EQ(aSites.back().m_strProcedure + ":" + std::to_string(aSites.back().m_nLine), "Main:3");
-    }
-}
