@@ -59,7 +59,8 @@ static void Report(const CLumsException& e, const std::string& strFile)
 {
     const std::vector<SLumCallSite>& aSites = e.GetCallSites();
     long nLine = aSites.empty() ? 0 : aSites[0].m_nLine;
-    fprintf(stderr, "%s:%ld: %s\n", strFile.c_str(), nLine, e.GetTrail().empty() ? "" : e.GetTrail()[0].c_str());
+    fprintf(stderr, "%s:%ld: %s\n", strFile.c_str(), nLine,
+            e.GetTrail().empty() ? "" : e.GetTrail()[0].c_str());
     for (size_t i = 0; i + 1 < aSites.size(); ++i)
         fprintf(stderr, "  in %s, called from %s at line %ld\n", aSites[i].m_strProcedure.c_str(),
                 aSites[i + 1].m_strProcedure.c_str(), aSites[i + 1].m_nLine);

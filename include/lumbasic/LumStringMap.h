@@ -235,7 +235,8 @@ private:
         // Everything that may fail to allocate comes first, so a failure leaves the
         // map as it was.
         if (fElement)
-            return Append(key, 0, std::move(value), &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES]);
+            return Append(key, 0, std::move(value),
+                          &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES]);
         uint32_t nHash = Hash(key);
         // At most four slots in five in use: probes stay short.
         if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
@@ -429,7 +430,10 @@ private:
         nKey *= 0x9E3779B97F4A7C15ull;
         return static_cast<size_t>(nKey ^ (nKey >> 29));
     }
-    uint32_t* Page(uint32_t n) noexcept { return m_aPageBlocks[n / BLOCK_PAGES].get() + (n % BLOCK_PAGES) * PAGE_ENTRIES; }
+    uint32_t* Page(uint32_t n) noexcept
+    {
+        return m_aPageBlocks[n / BLOCK_PAGES].get() + (n % BLOCK_PAGES) * PAGE_ENTRIES;
+    }
     uint32_t FindPage(uint64_t nKey) const noexcept
     {
         if (m_aPageSlots.empty())
@@ -462,7 +466,8 @@ private:
     {
         if ((m_nPages + 1) * 4 > m_aPageSlots.size() * 3)
         {
-            std::vector<PageSlot> aSlots(m_aPageSlots.empty() ? 16 : m_aPageSlots.size() * 2, PageSlot{NO_PAGE, 0});
+            std::vector<PageSlot> aSlots(m_aPageSlots.empty() ? 16 : m_aPageSlots.size() * 2,
+                                         PageSlot{NO_PAGE, 0});
             for (const PageSlot& slot : m_aPageSlots)
                 if (slot.m_nKey != NO_PAGE)
                     PlacePage(aSlots, slot.m_nKey, slot.m_nPage);
