@@ -283,7 +283,8 @@ CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
             // As Function reads a node's data: the cursor stands in it, behind the
             // arguments, where the call returns to.
             basic.m_pQuelle->SetMemoryMode(expr.m_pArgsEnd);
-            basic.EnterProcedure(pInfo);
+            // A direct call stays in its source: DirectArguments made sure.
+            basic.EnterProcedure(pInfo, fDirect ? 0 : -1);
             if (!fDirect)
             {
                 pStart = CalleeHead(basic, expr, *pInfo);
