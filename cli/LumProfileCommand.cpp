@@ -1,6 +1,7 @@
 #include "LumProfileCommand.h"
 
 #include "LumCompiler.h"
+#include "LumProgramFile.h"
 #include "LumRunCommand.h"
 
 #include <lumbasic/LumBasicDebugWindow.h>
@@ -45,11 +46,8 @@ struct Coverage
 bool ReadCoverage(const std::string& strPath, Coverage& coverage)
 {
     std::string strText;
-    if (!LumReadFile(strPath, strText))
-    {
-        fprintf(stderr, "%s: error: cannot read the source file\n", strPath.c_str());
+    if (!LumReadNamedFile(strPath, strText)) // it names the reason
         return false;
-    }
     coverage.m_strSource = CLumSourceFiles().AbsolutePath(strPath);
     CLumCompiler compiler;
     std::vector<uint8_t> aImage;

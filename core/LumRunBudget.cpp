@@ -4,30 +4,37 @@
 
 #include "core/LumFrame.h"
 
+namespace
+{
+void Watch(std::atomic<unsigned>& nWatch, unsigned nBit, bool fOn)
+{
+    if (fOn)
+        nWatch.fetch_or(nBit, std::memory_order_relaxed);
+    else
+        nWatch.fetch_and(~nBit, std::memory_order_relaxed);
+}
+} // namespace
+
 void CLumBasic::SLumRunBudget::SetLimit(unsigned long nLimit)
 {
     m_nLimit = nLimit;
-    if (nLimit != 0)
-        m_nWatch.fetch_or(LIMIT, std::memory_order_relaxed);
-    else
-        m_nWatch.fetch_and(~static_cast<unsigned>(LIMIT), std::memory_order_relaxed);
+    Watch(m_nWatch, LIMIT, nLimit != 0);
 }
 
 void CLumBasic::SLumRunBudget::SetMemoryLimit(size_t nBytes)
 {
     m_nMemoryLimit = nBytes;
-    if (nBytes != 0)
-        m_nWatch.fetch_or(MEMORY, std::memory_order_relaxed);
-    else
-        m_nWatch.fetch_and(~static_cast<unsigned>(MEMORY), std::memory_order_relaxed);
+    Watch(m_nWatch, MEMORY, nBytes != 0);
+}
+
+bool CLumBasic::SLumRunBudget::IsOverMemory() const noexcept
+{
+    return m_nMemoryLimit != 0 && LumValueBytes() - m_nBytesAtStart > static_cast<int64_t>(m_nMemoryLimit);
 }
 
 bool CLumBasic::SLumRunBudget::Admit() noexcept
 {
-    unsigned nWatch = m_nWatch.load(std::memory_order_relaxed);
-    if ((nWatch & STOP) != 0)
-        return false;
-    if ((nWatch & MEMORY) != 0 && LumValueBytes() - m_nBytesAtStart > static_cast<int64_t>(m_nMemoryLimit))
+    if ((m_nWatch.load(std::memory_order_relaxed) & STOP) != 0 || IsOverMemory())
         return false;
     if (m_nLimit != 0 && ++m_nCount > m_nLimit)
     {
@@ -44,7 +51,7 @@ void CLumBasic::SLumRunBudget::Enforce()
     // A request is answered once: the next run starts afresh.
     if ((m_nWatch.fetch_and(~static_cast<unsigned>(STOP), std::memory_order_relaxed) & STOP) != 0)
         LumRaise(LUM_MSG_STOP_REQUESTED);
-    if (m_nMemoryLimit != 0 && LumValueBytes() - m_nBytesAtStart > static_cast<int64_t>(m_nMemoryLimit))
+    if (IsOverMemory())
         LumRaise(LUM_MSG_MEMORY_LIMIT, static_cast<unsigned long>(m_nMemoryLimit));
     LumRaise(LUM_MSG_STATEMENT_LIMIT, m_nLimit);
 }

@@ -198,6 +198,7 @@ protected:
         bool IsWatched() const noexcept { return m_nWatch.load(std::memory_order_relaxed) != 0; }
         void SetLimit(unsigned long nLimit);
         void SetMemoryLimit(size_t nBytes);
+        bool IsOverMemory() const noexcept;
         // Counts a statement against the limit; false, and nothing counted, where the
         // run must end before it.
         bool Admit() noexcept;
