@@ -33,10 +33,16 @@ public:
 
     // Fails when less than a safe margin of the thread's stack is left.
     static void CheckStack();
+    // Whether more than that margin is left, for recursion that gives up instead.
+    static bool HasStackRoom()
+    {
+        return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) >= s_nStackLimit || FindStackRoom();
+    }
     static int GetDepth(Kind eKind) { return s_anDepth[eKind]; }
 
 private:
     [[noreturn]] static void Fail(Kind eKind, int nLimit);
+    static bool FindStackRoom();
 
     Kind m_eKind;
     static thread_local int s_anDepth[KIND_COUNT];

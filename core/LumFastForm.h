@@ -23,11 +23,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CLumBasic;
 class CLumBasicFile;
 class CLumFunctions;
+class CLumFunctionStack;
 struct CallInfo;
 class CLumTermNode;
 
@@ -92,6 +94,33 @@ struct SLumFastExpr
     const CLumBasic* m_pSourceOf = nullptr;
     uint64_t m_nSourceSerial = 0;
     bool m_fSameSource = false;
+    // USERCALL: how often a closed run of the call gave up on what the regular way
+    // does not change (failures), and on links and caches the regular way makes
+    // (warm-ups, counted since the last closed run that went through).
+    uint16_t m_nClosedFailures = 0;
+    uint16_t m_nClosedWarmups = 0;
+    // USERCALL: the closed run that found the callee fit, and the depth of runs from
+    // which calls from here run the regular way, as a call whose closed run gave up
+    // runs that way (0: none).
+    uint64_t m_nClosedRun = 0;
+    int m_nRegularFrom = 0;
+};
+
+// Where a statement or a parameter wrote last in a closed run, so that a variable
+// goes into the run's undo list once, not at every write.
+struct SLumKept
+{
+    uint64_t m_nRun = 0;
+    const CLumsVarValue* m_pValue = nullptr;
+};
+
+// Where a link of a statement leads past the line markers there, for closed runs,
+// and the line of the last marker passed.
+struct SLumPastMarkers
+{
+    struct SLumFastStep* m_pStep = nullptr;
+    bool m_fLine = false;
+    long m_nLine = 0;
 };
 
 // A statement of the fast form.
@@ -161,17 +190,23 @@ struct SLumFastStep
         std::string m_strKey;
         char m_cType;
         CLumNameCache m_cCache;
+        SLumKept m_cKept{};
     };
     std::vector<SParam> m_aParams;
     uint64_t m_nScope = 0;
     // ASSIGN: whether the target names the function running, for the scope it was
-    // looked at in. ASSIGN_ELEMENT: whether the procedure's name has a ':'. END of a Function: where its result was found, for the scope of
-    // the function as well as the one it returns to.
+    // looked at in. ASSIGN_ELEMENT: whether the procedure's name has a ':'. END of a Function: where its
+    // result was found, for the scope of the function as well as the one it returns to.
     uint64_t m_nCheckedScope = 0;
     bool m_fResultTarget = false;
     CLumNameCache m_cResult;
     uint64_t m_nResultOf = 0;
     std::string m_strResultKey;
+    // ASSIGN: where a closed run wrote last.
+    SLumKept m_cKept;
+    // m_pNext and m_pTaken past the line markers they lead to.
+    SLumPastMarkers m_cClosedNext;
+    SLumPastMarkers m_cClosedTaken;
 };
 
 // The helpers below sit in the innermost loops of a run: always inlined.
@@ -355,13 +390,13 @@ private:
 
     enum EOutcome
     {
-        GO_ON,  // on to the statement behind
-        JUMP,   // on to the statement the skip leads to
+        GO_ON,   // on to the statement behind
+        JUMP,    // on to the statement the skip leads to
         CALLED,  // on to the head of the procedure the statement called
         ENTERED, // on behind the head of the procedure the statement called and entered
-        RETURN, // back behind the call the procedure came from
-        STOP,   // the statement ends the run loop
-        HANDLER // the statement is for its handler after all
+        RETURN,  // back behind the call the procedure came from
+        STOP,    // the statement ends the run loop
+        HANDLER  // the statement is for its handler after all
     };
 
     SLumFastStep* StepAt(CLumBasic& basic, unsigned char* pAt);
@@ -412,10 +447,54 @@ private:
     void EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     void EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
+    CLumsVarValue* CallClosed(CLumBasic& basic, SLumFastExpr& expr);
+    CLumsVarValue* CallRegular(CLumBasic& basic, SLumFastExpr& expr);
     SLumFastStep* CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);
     void PushArguments(CLumBasic& basic, SLumFastExpr& expr);
     bool DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info, SLumNumber* pNumbers,
                          SArguments& args);
+
+    // Calls run whole, without the interpreter's stacks (LumFastClosed.cpp).
+    struct SClosedFrame
+    {
+        // The procedure running (null for the one of the stacks) and how many run, as
+        // variable names resolve by them.
+        const SLumFastStep* m_pHead;
+        int m_nNames;
+        uint64_t m_nScope;
+    };
+    struct SUndo
+    {
+        CLumsVarValue* m_pValue;
+        int m_nType;
+        SLumNumber m_cNumber;
+    };
+    bool RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedCallee(CLumBasic& basic, SLumFastExpr& expr);
+    bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out);
+    bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
+    SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
+    SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken);
+    static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
+    bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
+    bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
+    bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
+    bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
+    bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
+    const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
+    bool Keep(CLumsVarValue& target, SLumKept& kept);
+    void Undo();
+    // A closed run gives up: for good where the regular way would do the same again,
+    // or for a warm-up, which the regular way's run of the call makes unnecessary.
+    bool GiveUp() { return false; }
+    bool WarmUp()
+    {
+        m_fWarmUp = true;
+        return false;
+    }
+    static bool SameSource(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);
 
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
@@ -453,6 +532,16 @@ private:
     uint64_t m_nScope = 0;
     // The call statement an End Sub returns to, null for a call made by a handler.
     SLumFastStep* m_pReturnTo = nullptr;
+    // The closed run going on: its number, its undo list, how many calls and Ifs it
+    // holds open, and whether it gave up for a warm-up.
+    uint64_t m_nClosedRun = 0;
+    std::vector<SUndo> m_aUndo;
+    int m_nClosedDepth = 0;
+    int m_nClosedDepthLimit = 0;
+    int m_nClosedIfs = 0;
+    int m_nClosedIfLimit = 0;
+    bool m_fWarmUp = false;
+    const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;

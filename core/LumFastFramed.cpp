@@ -220,18 +220,8 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
         basic.m_pBudget->IsWatched() ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING)
         return false;
-    // A debugger follows a call into another source: that is for the regular way.
-    if (basic.m_pDebugger != nullptr)
-    {
-        if (expr.m_pSourceOf != &basic || expr.m_nSourceSerial != basic.m_nSourceSerial)
-        {
-            expr.m_fSameSource = info.m_strSource == basic.m_strSource;
-            expr.m_pSourceOf = &basic;
-            expr.m_nSourceSerial = basic.m_nSourceSerial;
-        }
-        if (!expr.m_fSameSource)
-            return false;
-    }
+    if (!SameSource(basic, expr, info))
+        return false;
     for (size_t i = 0; i < nArgs; ++i)
     {
         SLumFastExpr& arg = *expr.m_apIndices[i];
@@ -246,9 +236,42 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
     return true;
 }
 
-// A call as UserFunction makes it: Call finds the procedure and enters it, a nested
-// run of the interpreter runs the function, whose End leaves the result.
+// A call of a function of the program: run whole where that goes through, else as
+// UserFunction makes it: Call finds the procedure and enters it, a nested run of the
+// interpreter runs the function, whose End leaves the result.
 CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
+{
+    // While a call that gave up a closed run runs the regular way, the calls it makes
+    // from the same place, one run deeper or more, run that way too: trying again at
+    // every level of a recursion would cost the depth's square.
+    int nRun = CLumDepthGuard::GetDepth(CLumDepthGuard::RUN);
+    bool fRedo = false;
+    if (expr.m_nRegularFrom == 0 || nRun < expr.m_nRegularFrom)
+    {
+        expr.m_nRegularFrom = 0;
+        if (CLumsVarValue* pResult = CallClosed(basic, expr))
+            return pResult;
+        expr.m_nRegularFrom = nRun + 1;
+        fRedo = true;
+    }
+    CLumsVarValue* pResult = CallRegular(basic, expr);
+    if (fRedo)
+        expr.m_nRegularFrom = 0;
+    return pResult;
+}
+
+// The result of a closed run of the call, null where it gave up.
+CLumsVarValue* CLumFastForm::CallClosed(CLumBasic& basic, SLumFastExpr& expr)
+{
+    SLumNumber closed;
+    if (!RunClosed(basic, expr, closed))
+        return nullptr;
+    std::unique_ptr<CLumsVarValue> pResult(new CLumsVarValue());
+    LumFastStore(*pResult, closed);
+    return pResult.release();
+}
+
+LUM_HOT CLumsVarValue* CLumFastForm::CallRegular(CLumBasic& basic, SLumFastExpr& expr)
 {
     return LumFrame("LUMBASICUSERFUNCTION", "CLumExpression::UserFunction()", [&]() LUM_INLINE_BODY {
         SLumFastStep* pStart = nullptr;

@@ -1,0 +1,478 @@
+// Closed runs of calls: a call of a function of the program, with every call it makes
+// in turn, run whole in the fast form, without the interpreter's stacks and without a
+// nested run loop. While a closed run goes on, no handler, module, debugger or host
+// code runs, so nothing can look at the stacks; what the run leaves is the store's
+// numbers and the line, and those it leaves as the regular way would.
+//
+// A closed run takes on only what cannot turn out differently: numbers, If, While and
+// Do, and calls of functions whose heads the form has entered before. Whatever else it
+// meets (a string, a missing link or cache, a division by zero, a depth near a limit, a
+// stop request), it gives up: it puts back every variable it wrote, from its undo
+// list, and the call runs the regular way from its start, which then does or reports
+// whatever it must. A call whose closed runs keep giving up stops trying.
+#include "core/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumDepthGuard.h"
+#include "core/LumScopedKey.h"
+#include "expr/LumExpression.h"
+
+#include <algorithm>
+
+namespace
+{
+// More arguments than this run the regular way.
+const size_t MAX_CLOSED_ARGS = 8;
+// Ifs that one procedure holds open in a closed run, one bit each.
+const int MAX_CLOSED_IFS = 64;
+// A call stops trying closed runs after this many gave up for good, or this many
+// warm-ups in a row.
+const uint16_t MAX_CLOSED_FAILURES = 16;
+const uint16_t MAX_CLOSED_WARMUPS = 4096;
+// Variables a closed run notes before it gives up. A statement notes its variable once
+// a run, so only a damaged image that runs one statement in two scopes comes near it.
+const size_t MAX_UNDO = 65536;
+} // namespace
+
+// The call as a closed run, where that goes through: true with its result in `out`.
+// False leaves everything as it was, for the regular way.
+bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+{
+    if (expr.m_nClosedFailures >= MAX_CLOSED_FAILURES || expr.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
+        !basic.m_pExtModuls->empty() || basic.m_pBudget->IsWatched() ||
+        (basic.m_pDebugger != nullptr && basic.m_fDebugMode) || &basic.m_pQuelle->GetFastForm() != this)
+        return false;
+    const CLumFunctionStack& names = basic.m_cFunctionStack;
+    m_pNames = &names;
+    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope()};
+    m_pStore = basic.m_pVariables;
+    m_nScope = caller.m_nScope;
+    ++m_nClosedRun;
+    m_aUndo.clear();
+    m_nClosedDepth = 0;
+    m_nClosedIfs = 0;
+    m_fWarmUp = false;
+    // Well before any limit of the regular way, which then reports it.
+    m_nClosedDepthLimit = std::min(
+        {CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
+         CLumBasic::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::RUN),
+         (CLumExpression::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION)) / 2});
+    m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
+    long nLine = basic.m_nLine;
+    bool fDone = false;
+    try
+    {
+        fDone = ClosedCall(basic, expr, caller, out);
+    }
+    catch (...)
+    {
+        m_fWarmUp = false; // out of memory for the undo list: the regular way reports it
+    }
+    m_nScope = caller.m_nScope;
+    if (fDone)
+    {
+        expr.m_nClosedWarmups = 0;
+        return true;
+    }
+    Undo();
+    basic.m_nLine = nLine;
+    if (m_fWarmUp)
+        ++expr.m_nClosedWarmups;
+    else
+        ++expr.m_nClosedFailures;
+    return false;
+}
+
+// The variables written, back to their values before the run, the oldest last.
+void CLumFastForm::Undo()
+{
+    for (size_t i = m_aUndo.size(); i-- > 0;)
+    {
+        const SUndo& undo = m_aUndo[i];
+        if (undo.m_nType == CLumsVarValue::VT_EMPTY)
+            *undo.m_pValue = CLumsVarValue();
+        else
+            LumFastStore(*undo.m_pValue, undo.m_cNumber);
+    }
+    m_aUndo.clear();
+}
+
+// Notes a variable's value before a closed run writes it for the first time. Only a
+// number or an empty value is noted: a string would be more than a number to put back.
+LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
+{
+    if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
+        return true; // a number since, as the run writes nothing else
+    SUndo undo{&target, target.GetType(), {}};
+    if (!LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
+        return GiveUp();
+    m_aUndo.push_back(undo);
+    kept = SLumKept{m_nClosedRun, &target};
+    return true;
+}
+
+// A debugger follows a call into another source: that is for the regular way.
+bool CLumFastForm::SameSource(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info)
+{
+    if (basic.m_pDebugger == nullptr)
+        return true;
+    if (expr.m_pSourceOf != &basic || expr.m_nSourceSerial != basic.m_nSourceSerial)
+    {
+        expr.m_fSameSource = info.m_strSource == basic.m_strSource;
+        expr.m_pSourceOf = &basic;
+        expr.m_nSourceSerial = basic.m_nSourceSerial;
+    }
+    return expr.m_fSameSource;
+}
+
+// Whether a call may run closed: the procedure as UserCall finds it, with a head that
+// the form has entered before, parameters for every argument, and the parameters'
+// locals found. Nothing of this changes during a closed run: looked at once per run.
+bool CLumFastForm::ClosedCallee(CLumBasic& basic, SLumFastExpr& expr)
+{
+    CLumFunctions& table = *basic.m_pFunctions;
+    if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
+    {
+        CallInfo* pFound = table.Lookup(expr.m_pszName);
+        if (pFound != expr.m_pInfo)
+            expr.m_pSourceOf = nullptr;
+        expr.m_pInfo = pFound;
+        expr.m_pTable = &table;
+        expr.m_nTableGeneration = table.GetGeneration();
+    }
+    const CallInfo* pInfo = expr.m_pInfo;
+    if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr))
+        return GiveUp();
+    const SLumFastStep* pHead = expr.m_pCallee;
+    if (pHead == nullptr || pHead->m_pAt != pInfo->m_pCode || pHead->m_eKind != SLumFastStep::SUB ||
+        pHead->m_pNext == nullptr || pHead->m_nScope == 0)
+        return WarmUp();
+    size_t nArgs = expr.m_apIndices.size();
+    if (pHead->m_aParams.size() != nArgs || nArgs > MAX_CLOSED_ARGS || !SameSource(basic, expr, *pInfo))
+        return GiveUp();
+    for (const SLumFastStep::SParam& param : pHead->m_aParams)
+    {
+        if (param.m_cType == '$')
+            return GiveUp();
+        const CLumNameCache& cache = param.m_cCache;
+        if (cache.m_pStore != m_pStore || cache.m_nGeneration != m_pStore->GetGeneration())
+            return WarmUp();
+    }
+    expr.m_nClosedRun = m_nClosedRun;
+    return true;
+}
+
+// A call: the arguments computed left to right and bound to the parameters' locals,
+// the body run to its End, the result read as End reads it.
+bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
+                              SLumNumber& out)
+{
+    if (expr.m_nClosedRun != m_nClosedRun && !ClosedCallee(basic, expr))
+        return false;
+    int nDepth = m_nClosedDepth + 1;
+    if (nDepth >= m_nClosedDepthLimit || !CLumDepthGuard::HasStackRoom() || basic.m_pBudget->IsWatched())
+        return GiveUp();
+    SLumFastStep& head = *expr.m_pCallee;
+    size_t nArgs = expr.m_apIndices.size();
+    SLumNumber aArgs[MAX_CLOSED_ARGS];
+    for (size_t i = 0; i < nArgs; ++i)
+        if (!ClosedArgument(basic, *expr.m_apIndices[i], caller, aArgs[i]))
+            return false;
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        SLumFastStep::SParam& param = head.m_aParams[i];
+        if (!Keep(*param.m_cCache.m_pValue, param.m_cKept))
+            return false;
+        LumFastStore(*param.m_cCache.m_pValue, aArgs[i], param.m_cType);
+    }
+    // The callee's names resolve in its scope, with more than one procedure running.
+    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1};
+    m_nScope = frame.m_nScope;
+    m_nClosedDepth = nDepth;
+    SLumFastStep* pEnd = ClosedBody(basic, head, frame);
+    m_nClosedDepth = nDepth - 1;
+    m_nScope = caller.m_nScope;
+    if (pEnd == nullptr)
+        return false;
+    if (pEnd->m_wLoopKind != LBT_FUNCTION)
+        return GiveUp();
+    return ClosedResult(*pEnd, frame.m_nScope, caller, out);
+}
+
+// An argument as a direct call or PushParams computes it, for a number parameter.
+LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller,
+                                          SLumNumber& out)
+{
+    if (!arg.m_fPure)
+        return ClosedValue(basic, arg, caller, out);
+    if (arg.m_fNumericValue)
+        return ClosedNumber(arg, out);
+    if (arg.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = arg.m_cNumber;
+        return arg.m_fNumber || GiveUp();
+    }
+    if (arg.m_eOp != SLumFastExpr::VARIABLE)
+        return GiveUp();
+    // An empty variable reads as 0 for a number parameter, as in a direct call.
+    const CLumsVarValue* pValue = Cached(arg.m_cCache);
+    if (pValue == nullptr)
+        return WarmUp();
+    return LumFastNumber(*pValue, out) || GiveUp();
+}
+
+// Statements from the head's link to the End, which it gives; null where the run
+// gives up.
+SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame)
+{
+    // The conditions of the Ifs this procedure holds open, the innermost lowest.
+    uint64_t nConditions = 0;
+    int nIfs = 0;
+    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+    SLumFastStep* pStep = Onward(basic, head, false);
+    while (pStep != nullptr)
+    {
+        bool fTaken = false;
+        switch (pStep->m_eKind)
+        {
+        case SLumFastStep::ASSIGN:
+            if (!ClosedAssign(basic, *pStep, frame))
+                return nullptr;
+            break;
+        case SLumFastStep::IF:
+        {
+            bool fTrue = false;
+            if (nIfs == MAX_CLOSED_IFS || m_nClosedIfs >= m_nClosedIfLimit)
+                return GiveUp(), nullptr;
+            if (!ClosedCondition(basic, *pStep, frame, fTrue))
+                return nullptr;
+            nConditions = (nConditions << 1) | (fTrue ? 1 : 0);
+            ++nIfs;
+            ++m_nClosedIfs;
+            fTaken = !fTrue;
+            break;
+        }
+        case SLumFastStep::ELSE:
+            if (nIfs == 0)
+                return GiveUp(), nullptr;
+            fTaken = (nConditions & 1) != 0;
+            break;
+        case SLumFastStep::ENDIF:
+            if (nIfs == 0)
+                return GiveUp(), nullptr;
+            nConditions >>= 1;
+            --nIfs;
+            --m_nClosedIfs;
+            break;
+        case SLumFastStep::WHILE:
+            if (!ClosedCondition(basic, *pStep, frame, fTaken))
+                return nullptr;
+            fTaken = !fTaken;
+            break;
+        case SLumFastStep::WEND:
+            // Every way back checks for a stop request, a limit or a budget set meanwhile.
+            if (budget.IsWatched())
+                return GiveUp(), nullptr;
+            fTaken = true;
+            break;
+        case SLumFastStep::DO:
+            break;
+        case SLumFastStep::LOOP:
+            if (!ClosedCondition(basic, *pStep, frame, fTaken))
+                return nullptr;
+            fTaken = fTaken == (pStep->m_wLoopKind == LBT_WHILE);
+            if (fTaken && budget.IsWatched())
+                return GiveUp(), nullptr;
+            break;
+        case SLumFastStep::MARKER:
+            basic.m_nLine = pStep->m_nLine;
+            break;
+        case SLumFastStep::END:
+            // An If left open stays on the command stack the regular way.
+            return nIfs == 0 ? pStep : (GiveUp(), nullptr);
+        default:
+            return GiveUp(), nullptr;
+        }
+        pStep = Onward(basic, *pStep, fTaken);
+    }
+    return nullptr;
+}
+
+// The statement a link leads to past the line markers there, with the line of the last
+// marker passed noted, as the markers would note it. Null for a warm-up where a link is
+// still missing.
+LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken)
+{
+    SLumPastMarkers& past = fTaken ? step.m_cClosedTaken : step.m_cClosedNext;
+    if (past.m_pStep == nullptr && !PassMarkers(fTaken ? step.m_pTaken : step.m_pNext, past))
+        return WarmUp(), nullptr;
+    if (past.m_fLine)
+        basic.m_nLine = past.m_nLine;
+    return past.m_pStep;
+}
+
+bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)
+{
+    SLumPastMarkers found;
+    // Markers stand alone in front of a statement; a long run of them is left to the
+    // regular way rather than followed.
+    for (int i = 0; i < 16 && pLink != nullptr; ++i)
+    {
+        if (pLink->m_eKind != SLumFastStep::MARKER)
+        {
+            found.m_pStep = pLink;
+            past = found;
+            return true;
+        }
+        found.m_fLine = true;
+        found.m_nLine = pLink->m_nLine;
+        pLink = pLink->m_pNext;
+    }
+    return false;
+}
+
+// An assignment of a number to a variable found before, as Assign or AssignCommitted
+// makes it.
+LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
+{
+    SLumNumber n;
+    if (step.m_cType == '$')
+        return GiveUp();
+    if (step.m_fCommitted  ? !ClosedValue(basic, *step.m_pExpr, frame, n)
+        : !step.m_fNumeric ? GiveUp()
+                           : !ClosedLeaf(*step.m_pExpr, n))
+        return false;
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    if (pTarget == nullptr)
+        return WarmUp();
+    if (!Keep(*pTarget, step.m_cKept))
+        return false;
+    LumFastStore(*pTarget, n, step.m_cType);
+    return true;
+}
+
+// The condition of If, While or Loop, as Condition computes it.
+LUM_HOT bool CLumFastForm::ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
+                                           bool& fTrue)
+{
+    SLumNumber n;
+    if (step.m_fCommitted  ? !ClosedValue(basic, *step.m_pExpr, frame, n)
+        : !step.m_fNumeric ? GiveUp()
+                           : !ClosedLeaf(*step.m_pExpr, n))
+        return false;
+    fTrue = LumFastTruth(n);
+    return true;
+}
+
+// A value as EvalFramed computes it, where that is a number (not an empty value).
+bool CLumFastForm::ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame,
+                               SLumNumber& out)
+{
+    if (expr.m_fPure)
+    {
+        if (expr.m_fNumericValue)
+            return ClosedNumber(expr, out);
+        if (expr.m_eOp == SLumFastExpr::CONSTANT)
+        {
+            out = expr.m_cNumber;
+            return expr.m_fNumber || GiveUp();
+        }
+        if (expr.m_eOp != SLumFastExpr::VARIABLE)
+            return GiveUp();
+        const CLumsVarValue* pValue = Cached(expr.m_cCache);
+        if (pValue == nullptr)
+            return WarmUp();
+        return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+    }
+    if (expr.m_eOp == SLumFastExpr::USERCALL)
+        return ClosedCall(basic, expr, frame, out);
+    if (expr.m_eOp != SLumFastExpr::OPERATOR)
+        return GiveUp();
+    SLumNumber r;
+    if (!ClosedOperand(basic, *expr.m_pLeft, frame, out) || !ClosedOperand(basic, *expr.m_pRight, frame, r))
+        return false;
+    return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
+}
+
+// An operand of an operator that calls functions: its two most frequent kinds, a
+// constant and a call, without a detour.
+LUM_HOT bool CLumFastForm::ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame,
+                                         SLumNumber& out)
+{
+    if (expr.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = expr.m_cNumber;
+        return expr.m_fNumber || GiveUp();
+    }
+    if (expr.m_eOp == SLumFastExpr::USERCALL)
+        return ClosedCall(basic, expr, frame, out);
+    return ClosedValue(basic, expr, frame, out);
+}
+
+// A number as EvalNumber computes it, from variables found before; constants and
+// variables, the leaves of nearly every tree, without a call.
+LUM_HOT bool CLumFastForm::ClosedLeaf(SLumFastExpr& expr, SLumNumber& out)
+{
+    if (expr.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = expr.m_cNumber;
+        return expr.m_fNumber || GiveUp();
+    }
+    if (expr.m_eOp != SLumFastExpr::VARIABLE)
+        return ClosedNumber(expr, out);
+    const CLumsVarValue* pValue = Cached(expr.m_cCache);
+    if (pValue == nullptr)
+        return WarmUp();
+    return LumFastNumber(*pValue, out) || GiveUp();
+}
+
+bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+    case SLumFastExpr::VARIABLE:
+        return ClosedLeaf(expr, out);
+    case SLumFastExpr::OPERATOR:
+    {
+        SLumNumber r;
+        if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
+            return false;
+        return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
+    }
+    default:
+        return GiveUp();
+    }
+}
+
+// The result as Result reads it, in the caller's scope under the key "@F@F".
+LUM_HOT bool CLumFastForm::ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller,
+                                        SLumNumber& out)
+{
+    if (end.m_nResultOf != nCalleeScope)
+        return WarmUp();
+    const CLumsVarValue* pValue = Cached(end.m_cResult);
+    if (pValue == nullptr && (pValue = FindResult(end, caller)) == nullptr)
+        return GiveUp(); // an empty result
+    return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+}
+
+// The result's variable as GetVar finds it: where more than one procedure runs, the
+// caller's own key for it comes first. Remembered for the caller's scope.
+const CLumsVarValue* CLumFastForm::FindResult(SLumFastStep& end, const SClosedFrame& caller)
+{
+    CLumsVarValue* pFound = nullptr;
+    if (caller.m_nNames > 1)
+    {
+        std::string_view name = caller.m_pHead != nullptr ? std::string_view(caller.m_pHead->m_pszName,
+                                                                             caller.m_pHead->m_nNameLength)
+                                                          : std::string_view(m_pNames->TopString());
+        pFound = m_pStore->Find(CLumScopedKey(name, end.m_strResultKey).c_str(), nullptr);
+    }
+    if (pFound == nullptr)
+        pFound = m_pStore->Find(end.m_strResultKey.c_str(), nullptr);
+    if (pFound != nullptr)
+        end.m_cResult = CLumNameCache{m_pStore, m_pStore->GetGeneration(), caller.m_nScope, pFound};
+    return pFound;
+}
