@@ -5,11 +5,13 @@
 // numbers and the line, and those it leaves as the regular way would.
 //
 // A closed run takes on only what cannot turn out differently: numbers, If, While and
-// Do, and calls of functions whose heads the form has entered before. Whatever else it
-// meets (a string, a missing link or cache, a division by zero, a depth near a limit, a
-// stop request), it gives up: it puts back every variable it wrote, from its undo
-// list, and the call runs the regular way from its start, which then does or reports
-// whatever it must. A call whose closed runs keep giving up stops trying.
+// Do, and calls of functions whose heads the form has entered before. It counts its
+// statements against the run's statement limit as the regular way counts them.
+// Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
+// near a limit, a stop request, the statement limit), it gives up: it puts back every
+// variable it wrote, from its undo list, and the call runs the regular way from its
+// start, which then does or reports whatever it must. A call whose closed runs keep
+// giving up stops trying.
 #include "core/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
@@ -35,14 +37,26 @@ const uint16_t MAX_CLOSED_WARMUPS = 4096;
 const size_t MAX_UNDO = 65536;
 } // namespace
 
+// A stop request ends a closed run at its next call or way back: the regular way then
+// answers it.
+LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
+{
+    return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) != 0;
+}
+
 // The call as a closed run, where that goes through: true with its result in `out`.
 // False leaves everything as it was, for the regular way.
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
 {
+    CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
+    unsigned nWatch = budget.m_nWatch.load(std::memory_order_relaxed);
+    // A closed run makes no values: a budget of memory passed now is the regular way's.
     if (expr.m_nClosedFailures >= MAX_CLOSED_FAILURES || expr.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
-        !basic.m_pExtModuls->empty() || basic.m_pBudget->IsWatched() ||
+        !basic.m_pExtModuls->empty() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
+        ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
         (basic.m_pDebugger != nullptr && basic.m_fDebugMode) || &basic.m_pQuelle->GetFastForm() != this)
         return false;
+    bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
     m_pNames = &names;
     SClosedFrame caller{nullptr, names.GetCount(), names.GetScope()};
@@ -59,6 +73,8 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& o
          CLumBasic::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::RUN),
          (CLumExpression::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION)) / 2});
     m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
+    m_nClosedSteps = 0;
+    m_nClosedStepLimit = fCounted ? budget.m_nLimit - std::min(budget.m_nCount, budget.m_nLimit) : ~0ul;
     long nLine = basic.m_nLine;
     bool fDone = false;
     try
@@ -70,8 +86,11 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& o
         m_fWarmUp = false; // out of memory for the undo list: the regular way reports it
     }
     m_nScope = caller.m_nScope;
-    if (fDone)
+    if (fDone && m_nClosedSteps <= m_nClosedStepLimit)
     {
+        // The statements it ran count as the regular way counts them.
+        if (fCounted)
+            budget.m_nCount += m_nClosedSteps;
         expr.m_nClosedWarmups = 0;
         return true;
     }
@@ -171,8 +190,9 @@ bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClose
     if (expr.m_nClosedRun != m_nClosedRun && !ClosedCallee(basic, expr))
         return false;
     int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit || !CLumDepthGuard::HasStackRoom() || basic.m_pBudget->IsWatched())
+    if (nDepth >= m_nClosedDepthLimit || !CLumDepthGuard::HasStackRoom() || IsStopRequested(basic))
         return GiveUp();
+    ++m_nClosedSteps; // the head
     SLumFastStep& head = *expr.m_pCallee;
     size_t nArgs = expr.m_apIndices.size();
     SLumNumber aArgs[MAX_CLOSED_ARGS];
@@ -229,10 +249,18 @@ SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, con
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;
     int nIfs = 0;
-    const CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
-    SLumFastStep* pStep = Onward(basic, head, false);
+    // Statements and markers run, counted here and added to the run's count at every
+    // way back and at the End: only a loop or a call can make a run long.
+    unsigned long nSteps = 0;
+    auto Count = [&] {
+        m_nClosedSteps += nSteps;
+        nSteps = 0;
+        return m_nClosedSteps <= m_nClosedStepLimit;
+    };
+    SLumFastStep* pStep = Onward(basic, head, false, nSteps);
     while (pStep != nullptr)
     {
+        ++nSteps;
         bool fTaken = false;
         switch (pStep->m_eKind)
         {
@@ -271,8 +299,7 @@ SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, con
             fTaken = !fTaken;
             break;
         case SLumFastStep::WEND:
-            // Every way back checks for a stop request, a limit or a budget set meanwhile.
-            if (budget.IsWatched())
+            if (!Count() || IsStopRequested(basic))
                 return GiveUp(), nullptr;
             fTaken = true;
             break;
@@ -282,7 +309,7 @@ SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, con
             if (!ClosedCondition(basic, *pStep, frame, fTaken))
                 return nullptr;
             fTaken = fTaken == (pStep->m_wLoopKind == LBT_WHILE);
-            if (fTaken && budget.IsWatched())
+            if (fTaken && (!Count() || IsStopRequested(basic)))
                 return GiveUp(), nullptr;
             break;
         case SLumFastStep::MARKER:
@@ -290,11 +317,11 @@ SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, con
             break;
         case SLumFastStep::END:
             // An If left open stays on the command stack the regular way.
-            return nIfs == 0 ? pStep : (GiveUp(), nullptr);
+            return nIfs == 0 && Count() ? pStep : (GiveUp(), nullptr);
         default:
             return GiveUp(), nullptr;
         }
-        pStep = Onward(basic, *pStep, fTaken);
+        pStep = Onward(basic, *pStep, fTaken, nSteps);
     }
     return nullptr;
 }
@@ -302,13 +329,17 @@ SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, con
 // The statement a link leads to past the line markers there, with the line of the last
 // marker passed noted, as the markers would note it. Null for a warm-up where a link is
 // still missing.
-LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken)
+LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken,
+                                           unsigned long& nSteps)
 {
     SLumPastMarkers& past = fTaken ? step.m_cClosedTaken : step.m_cClosedNext;
     if (past.m_pStep == nullptr && !PassMarkers(fTaken ? step.m_pTaken : step.m_pNext, past))
         return WarmUp(), nullptr;
-    if (past.m_fLine)
+    if (past.m_nMarkers != 0)
+    {
         basic.m_nLine = past.m_nLine;
+        nSteps += past.m_nMarkers;
+    }
     return past.m_pStep;
 }
 
@@ -325,7 +356,7 @@ bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)
             past = found;
             return true;
         }
-        found.m_fLine = true;
+        ++found.m_nMarkers;
         found.m_nLine = pLink->m_nLine;
         pLink = pLink->m_pNext;
     }

@@ -114,12 +114,12 @@ struct SLumKept
     const CLumsVarValue* m_pValue = nullptr;
 };
 
-// Where a link of a statement leads past the line markers there, for closed runs,
-// and the line of the last marker passed.
+// Where a link of a statement leads past the line markers there, for closed runs:
+// how many it passes, and the line of the last.
 struct SLumPastMarkers
 {
     struct SLumFastStep* m_pStep = nullptr;
-    bool m_fLine = false;
+    unsigned m_nMarkers = 0;
     long m_nLine = 0;
 };
 
@@ -474,7 +474,8 @@ private:
     bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
-    SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken);
+    SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken, unsigned long& nSteps);
+    static bool IsStopRequested(const CLumBasic& basic);
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
@@ -540,6 +541,9 @@ private:
     int m_nClosedDepthLimit = 0;
     int m_nClosedIfs = 0;
     int m_nClosedIfLimit = 0;
+    // The statements it ran, and how many the run's statement limit leaves it.
+    unsigned long m_nClosedSteps = 0;
+    unsigned long m_nClosedStepLimit = 0;
     bool m_fWarmUp = false;
     const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;

@@ -45,6 +45,41 @@ TEST(RunLoop, AStatementLimitEndsTheRunAtItsBoundaryAndCountsImports)
     EXPECT_EQ(vars.GetValue("n%", nullptr)->GetLong(), 4);
 }
 
+// Functions run whole count their statements, markers, heads and ends as the stream
+// counts them: every limit ends the run at the same statement with the same store.
+TEST(RunLoop, AStatementLimitEndsFunctionsRunWholeWhereTheStreamEndsThem)
+{
+    std::vector<uint8_t> aImage;
+    ASSERT_EQ(CompileText(
+                  "Sub Main\n For i% = 1 To 5\n  t% = t% + Depth%(i% * 2)\n Next i%\nEnd Sub\n"
+                  "Function Depth%(k%)\n If k% > 0 Then\n  Depth% = Depth%(k% - 1) + 1\n Else\n"
+                  "  j% = 0\n  While j% < 3\n   j% = j% + 1\n  Wend\n  Depth% = j%\n End If\nEnd Function\n",
+                  aImage),
+              "");
+    int nEnded = 0;
+    for (unsigned long nLimit = 1;; nLimit += 3)
+    {
+        std::string aOutcome[2];
+        for (bool fStream : {false, true})
+        {
+            CLumVariables vars;
+            std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars)
+                                                      : new CLumBasic(&vars, nullptr));
+            pBasic->SetStatementLimit(nLimit);
+            for (const std::string& str : RunImage(*pBasic, aImage))
+                aOutcome[fStream] += str + "\n";
+            vars.MakeString(&aOutcome[fStream]);
+        }
+        ASSERT_EQ(aOutcome[0], aOutcome[1]) << nLimit;
+        if (aOutcome[0].find("L:t%=45") != std::string::npos)
+            break;
+        ASSERT_NE(aOutcome[0].find("Grenze von " + std::to_string(nLimit) + " Anweisungen"),
+                  std::string::npos);
+        ++nEnded;
+    }
+    EXPECT_GT(nEnded, 50);
+}
+
 // A stop request from another thread ends an endless run wherever it stands: in a loop
 // of Main, in a user function, in an imported image; the interpreter runs the next
 // image as if nothing had happened, in both forms of the run. A function that the fast
