@@ -1,6 +1,7 @@
 // Hot paths of the interpreter: evaluation, procedure calls, variable access. The
 // programs loop, as real ones do, so that each statement runs many times per image.
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumCompile.h>
 
 #include "tests/LumProgramBuilder.h"
 
@@ -54,6 +55,21 @@ void BM_ProcedureCallTwoParameters(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * PASSES);
 }
 BENCHMARK(BM_ProcedureCallTwoParameters);
+
+// A recursive function, 101 calls deep, called ten times: the calls run whole in the
+// fast form once they are warmed up.
+void BM_RecursiveFunctionCall(benchmark::State& state)
+{
+    std::vector<uint8_t> image = LumCompile("Sub Main\n For i% = 1 To 10\n  t% = t% + Depth%(100)\n Next i%\n"
+                                            "End Sub\nFunction Depth%(k%)\n If k% > 0 Then\n"
+                                            "  Depth% = Depth%(k% - 1) + 1\n Else\n  Depth% = 0\n End If\n"
+                                            "End Function\n");
+    CLumBasic cBasic;
+    for (auto _ : state)
+        cBasic.DoMemory(image.data(), image.size());
+    state.SetItemsProcessed(state.iterations() * 1010);
+}
+BENCHMARK(BM_RecursiveFunctionCall);
 
 // An empty loop: what one For/Next pass costs on its own.
 void BM_EmptyLoop(benchmark::State& state)

@@ -244,7 +244,8 @@ LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, c
 
 // Statements from the head's link to the End, which it gives; null where the run
 // gives up.
-SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame)
+LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head,
+                                               const SClosedFrame& frame)
 {
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;
@@ -467,6 +468,21 @@ bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
         return ClosedLeaf(expr, out);
     case SLumFastExpr::OPERATOR:
     {
+        // A long variable and a long constant, as in k% - 1 or n% < 2, the most
+        // frequent operation of all.
+        const SLumFastExpr& left = *expr.m_pLeft;
+        const SLumFastExpr& right = *expr.m_pRight;
+        if (left.m_eOp == SLumFastExpr::VARIABLE && right.m_eOp == SLumFastExpr::CONSTANT &&
+            right.m_fNumber && !right.m_cNumber.m_fDouble)
+        {
+            const CLumsVarValue* pValue = Cached(left.m_cCache);
+            if (pValue != nullptr && pValue->GetType() == CLumsVarValue::VT_LONG)
+            {
+                SLumNumber l{false, pValue->LongValue(), 0.0};
+                SLumNumber r{false, right.m_cNumber.m_nLong, 0.0};
+                return LumFastOperate(expr.m_wToken, l, r, out) || GiveUp();
+            }
+        }
         SLumNumber r;
         if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
             return false;
