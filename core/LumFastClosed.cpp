@@ -333,7 +333,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
 LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken,
                                            unsigned long& nSteps)
 {
-    SLumPastMarkers& past = fTaken ? step.m_cClosedTaken : step.m_cClosedNext;
+    SLumPastMarkers& past = fTaken ? step.m_cPastTaken : step.m_cPastNext;
     if (past.m_pStep == nullptr && !PassMarkers(fTaken ? step.m_pTaken : step.m_pNext, past))
         return WarmUp(), nullptr;
     if (past.m_nMarkers != 0)
@@ -468,21 +468,9 @@ bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
         return ClosedLeaf(expr, out);
     case SLumFastExpr::OPERATOR:
     {
-        // A long variable and a long constant, as in k% - 1 or n% < 2, the most
-        // frequent operation of all.
-        const SLumFastExpr& left = *expr.m_pLeft;
-        const SLumFastExpr& right = *expr.m_pRight;
-        if (left.m_eOp == SLumFastExpr::VARIABLE && right.m_eOp == SLumFastExpr::CONSTANT &&
-            right.m_fNumber && !right.m_cNumber.m_fDouble)
-        {
-            const CLumsVarValue* pValue = Cached(left.m_cCache);
-            if (pValue != nullptr && pValue->GetType() == CLumsVarValue::VT_LONG)
-            {
-                SLumNumber l{false, pValue->LongValue(), 0.0};
-                SLumNumber r{false, right.m_cNumber.m_nLong, 0.0};
-                return LumFastOperate(expr.m_wToken, l, r, out) || GiveUp();
-            }
-        }
+        bool fDone;
+        if (OperateOnLong(expr, out, fDone))
+            return fDone || GiveUp();
         SLumNumber r;
         if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
             return false;

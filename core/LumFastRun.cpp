@@ -141,6 +141,9 @@ bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& 
         return Leaf(basic, expr, out);
     case SLumFastExpr::OPERATOR:
     {
+        bool fDone;
+        if (OperateOnLong(expr, out, fDone))
+            return fDone;
         SLumNumber r;
         return Leaf(basic, *expr.m_pLeft, out) && Leaf(basic, *expr.m_pRight, r) &&
                LumFastOperate(expr.m_wToken, out, r, out);

@@ -91,8 +91,18 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     char szName[CLumVariables::MAX_KEY + 1];
     size_t nName = 0;
     // The result of a function goes by its own rule: for its handler.
-    if (!fSimple && (!ElementName(name, aIndices, szName, nName) || strTop == std::string_view(szName, nName)))
+    if (!fSimple &&
+        (!ElementName(name, aIndices, szName, nName) || strTop == std::string_view(szName, nName)))
         return HANDLER;
+    // A number goes straight into a global element by a single index.
+    SLumNumber n;
+    if (fSimple && step.m_fNumeric && step.m_cType != '$')
+    {
+        if (!EvalNumber(basic, *step.m_pExpr, n))
+            return HANDLER;
+        LumFastStore(*store.ObtainElement(name, aIndices, target.m_cElements), n, step.m_cType);
+        return GO_ON;
+    }
     CLumsVarValue value;
     if (!ValueFor(basic, step, value))
         return HANDLER;
