@@ -428,7 +428,21 @@ private:
     EOutcome Next(CLumBasic& basic);
     bool Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     bool EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
-    bool Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    // Constants and variables, the leaves of nearly every tree, without a call.
+    LUM_HOT bool Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+    {
+        if (expr.m_eOp == SLumFastExpr::CONSTANT)
+        {
+            out = expr.m_cNumber;
+            return expr.m_fNumber;
+        }
+        if (expr.m_eOp == SLumFastExpr::VARIABLE)
+        {
+            const CLumsVarValue* pValue = Cached(expr.m_cCache);
+            return LumFastNumber(pValue != nullptr ? *pValue : *Variable(basic, expr), out);
+        }
+        return EvalNumber(basic, expr, out);
+    }
     // The variable a cache names, while store, generation and scope are the same.
     CLumsVarValue* Cached(const CLumNameCache& cache) const
     {

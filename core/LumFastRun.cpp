@@ -116,22 +116,6 @@ const CLumsVarValue* CLumFastForm::Variable(CLumBasic& basic, SLumFastExpr& expr
     return basic.CachedVar(expr.m_cCache, expr.m_pszName);
 }
 
-// Constants and variables, the leaves of nearly every tree, without a call.
-LUM_HOT bool CLumFastForm::Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
-{
-    if (expr.m_eOp == SLumFastExpr::CONSTANT)
-    {
-        out = expr.m_cNumber;
-        return expr.m_fNumber;
-    }
-    if (expr.m_eOp == SLumFastExpr::VARIABLE)
-    {
-        const CLumsVarValue* pValue = Cached(expr.m_cCache);
-        return LumFastNumber(pValue != nullptr ? *pValue : *Variable(basic, expr), out);
-    }
-    return EvalNumber(basic, expr, out);
-}
-
 bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
 {
     switch (expr.m_eOp)

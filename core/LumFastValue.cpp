@@ -182,7 +182,7 @@ bool CLumFastForm::Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
     for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
     {
         SLumNumber n;
-        if (!EvalNumber(basic, *expr.m_apIndices[i], n))
+        if (!Leaf(basic, *expr.m_apIndices[i], n))
             return false;
         pIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
     }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Times each pair of equivalent programs in this folder, LumBasic against Lua 5.4 with
-# global variables, and prints the time per pass of each and their ratio. The results
+# global variables, and prints the median time per pass of each and their ratio. The results
 # of both programs are checked equal first. Needs hyperfine and lua5.4 (Debian
 # packages of those names) and a built tree:
 #     bench/compare/run.sh [path/to/lumbasic]
@@ -30,9 +30,11 @@ result_of_lumbasic() { # kind n
   "$lumbasic" run --vars "$work/n.vars" --dump "$work/$1.lbc" | sed -n 's/^D:result=//p'
 }
 
-mean_of() { # command...: mean seconds of several runs
+# The median of several runs: on a shared machine a run that another job slowed down
+# moves the mean, not the median.
+median_of() { # command...: median seconds of several runs
   hyperfine -N --warmup 1 --runs "${RUNS:-5}" --export-json "$work/t.json" "$*" >/dev/null 2>&1
-  sed -n 's/.*"mean": *\([0-9.e-]*\).*/\1/p' "$work/t.json" | head -1
+  sed -n 's/.*"median": *\([0-9.e-]*\).*/\1/p' "$work/t.json" | head -1
 }
 
 printf '%-44s %14s %14s %8s\n' "kind of work" "LumBasic ns" "Lua 5.4 ns" "ratio"
@@ -48,10 +50,10 @@ for entry in "${kinds[@]}"; do
   fi
   echo "L:n%=$n" > "$work/n.vars"; cp "$work/n.vars" "$work/full.vars"
   echo "L:n%=0" > "$work/zero.vars"
-  t_lum=$(mean_of "$lumbasic" run --vars "$work/full.vars" "$work/$kind.lbc")
-  t_lum0=$(mean_of "$lumbasic" run --vars "$work/zero.vars" "$work/$kind.lbc")
-  t_lua=$(mean_of lua5.4 "$here/$kind.lua" "$n")
-  t_lua0=$(mean_of lua5.4 "$here/$kind.lua" 0)
+  t_lum=$(median_of "$lumbasic" run --vars "$work/full.vars" "$work/$kind.lbc")
+  t_lum0=$(median_of "$lumbasic" run --vars "$work/zero.vars" "$work/$kind.lbc")
+  t_lua=$(median_of lua5.4 "$here/$kind.lua" "$n")
+  t_lua0=$(median_of lua5.4 "$here/$kind.lua" 0)
   awk -v l="$label" -v a="$t_lum" -v a0="$t_lum0" -v b="$t_lua" -v b0="$t_lua0" -v n="$n" 'BEGIN {
     x = (a - a0) / n * 1e9; y = (b - b0) / n * 1e9
     printf "%-44s %14.1f %14.1f %8.2f\n", l, x, y, (y > 0 ? x / y : 0) }'
