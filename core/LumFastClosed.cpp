@@ -44,14 +44,14 @@ LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
     return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) != 0;
 }
 
-// The call as a closed run, where that goes through: true with its result in `out`.
-// False leaves everything as it was, for the regular way.
-bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+// A call as a closed run, where that goes through: true where `run` did the call
+// whole. False leaves everything as it was, for the regular way.
+template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Site& site, Body&& body)
 {
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
     unsigned nWatch = budget.m_nWatch.load(std::memory_order_relaxed);
     // A closed run makes no values: a budget of memory passed now is the regular way's.
-    if (expr.m_nClosedFailures >= MAX_CLOSED_FAILURES || expr.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
+    if (site.m_nClosedFailures >= MAX_CLOSED_FAILURES || site.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
         !basic.m_pExtModuls->empty() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
         ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
         (basic.m_pDebugger != nullptr && basic.m_fDebugMode) || &basic.m_pQuelle->GetFastForm() != this)
@@ -79,7 +79,7 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& o
     bool fDone = false;
     try
     {
-        fDone = ClosedCall(basic, expr, caller, out);
+        fDone = body(caller);
     }
     catch (...)
     {
@@ -91,16 +91,27 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& o
         // The statements it ran count as the regular way counts them.
         if (fCounted)
             budget.m_nCount += m_nClosedSteps;
-        expr.m_nClosedWarmups = 0;
+        site.m_nClosedWarmups = 0;
         return true;
     }
     Undo();
     basic.m_nLine = nLine;
     if (m_fWarmUp)
-        ++expr.m_nClosedWarmups;
+        ++site.m_nClosedWarmups;
     else
-        ++expr.m_nClosedFailures;
+        ++site.m_nClosedFailures;
     return false;
+}
+
+bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+{
+    return Closed(basic, expr,
+                  [&](const SClosedFrame& caller) { return ClosedCall(basic, expr, caller, out); });
+}
+
+bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
+{
+    return Closed(basic, step, [&](const SClosedFrame& caller) { return ClosedSub(basic, step, caller); });
 }
 
 // The variables written, back to their values before the run, the oldest last.
@@ -131,6 +142,32 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
     return true;
 }
 
+// The procedure a function's name gives, as UserCall finds it, and whether a debugger
+// would follow the call into another source, which is for the regular way.
+const CallInfo* CLumFastForm::ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource)
+{
+    CLumFunctions& table = *basic.m_pFunctions;
+    if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
+    {
+        CallInfo* pFound = table.Lookup(expr.m_pszName);
+        if (pFound != expr.m_pInfo)
+            expr.m_pSourceOf = nullptr;
+        expr.m_pInfo = pFound;
+        expr.m_pTable = &table;
+        expr.m_nTableGeneration = table.GetGeneration();
+    }
+    fOtherSource = expr.m_pInfo != nullptr && !SameSource(basic, expr, *expr.m_pInfo);
+    return expr.m_pInfo;
+}
+
+// A Sub's, as Call finds it.
+const CallInfo* CLumFastForm::ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource)
+{
+    const CallInfo* pInfo = Callee(basic, step);
+    fOtherSource = pInfo != nullptr && basic.m_pDebugger != nullptr && !step.m_fSameSource;
+    return pInfo;
+}
+
 // A debugger follows a call into another source: that is for the regular way.
 bool CLumFastForm::SameSource(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info)
 {
@@ -145,30 +182,21 @@ bool CLumFastForm::SameSource(CLumBasic& basic, SLumFastExpr& expr, const CallIn
     return expr.m_fSameSource;
 }
 
-// Whether a call may run closed: the procedure as UserCall finds it, with a head that
-// the form has entered before, parameters for every argument, and the parameters'
-// locals found. Nothing of this changes during a closed run: looked at once per run.
-bool CLumFastForm::ClosedCallee(CLumBasic& basic, SLumFastExpr& expr)
+// Whether a call may run closed: the procedure found, with a head that the form has
+// entered before, parameters for every argument, and the parameters' locals found.
+// Nothing of this changes during a closed run: looked at once per run.
+template <class Site>
+bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args)
 {
-    CLumFunctions& table = *basic.m_pFunctions;
-    if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
-    {
-        CallInfo* pFound = table.Lookup(expr.m_pszName);
-        if (pFound != expr.m_pInfo)
-            expr.m_pSourceOf = nullptr;
-        expr.m_pInfo = pFound;
-        expr.m_pTable = &table;
-        expr.m_nTableGeneration = table.GetGeneration();
-    }
-    const CallInfo* pInfo = expr.m_pInfo;
-    if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr))
+    bool fOtherSource = false;
+    const CallInfo* pInfo = ClosedLookup(basic, site, fOtherSource);
+    if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) || fOtherSource)
         return GiveUp();
-    const SLumFastStep* pHead = expr.m_pCallee;
+    const SLumFastStep* pHead = site.m_pCallee;
     if (pHead == nullptr || pHead->m_pAt != pInfo->m_pCode || pHead->m_eKind != SLumFastStep::SUB ||
         pHead->m_pNext == nullptr || pHead->m_nScope == 0)
         return WarmUp();
-    size_t nArgs = expr.m_apIndices.size();
-    if (pHead->m_aParams.size() != nArgs || nArgs > MAX_CLOSED_ARGS || !SameSource(basic, expr, *pInfo))
+    if (pHead->m_aParams.size() != args.size() || args.size() > MAX_CLOSED_ARGS)
         return GiveUp();
     for (const SLumFastStep::SParam& param : pHead->m_aParams)
     {
@@ -178,46 +206,65 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, SLumFastExpr& expr)
         if (cache.m_pStore != m_pStore || cache.m_nGeneration != m_pStore->GetGeneration())
             return WarmUp();
     }
-    expr.m_nClosedRun = m_nClosedRun;
+    site.m_nClosedRun = m_nClosedRun;
     return true;
 }
 
 // A call: the arguments computed left to right and bound to the parameters' locals,
-// the body run to its End, the result read as End reads it.
-bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
-                              SLumNumber& out)
+// the body run to its End, which it gives, with the callee's scope.
+template <class Site>
+SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
+                                        const SClosedFrame& caller, uint64_t& nScope)
 {
-    if (expr.m_nClosedRun != m_nClosedRun && !ClosedCallee(basic, expr))
-        return false;
+    if (site.m_nClosedRun != m_nClosedRun && !ClosedCallee(basic, site, args))
+        return nullptr;
     int nDepth = m_nClosedDepth + 1;
     if (nDepth >= m_nClosedDepthLimit || !CLumDepthGuard::HasStackRoom() || IsStopRequested(basic))
-        return GiveUp();
+        return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
-    SLumFastStep& head = *expr.m_pCallee;
-    size_t nArgs = expr.m_apIndices.size();
+    SLumFastStep& head = *site.m_pCallee;
+    size_t nArgs = args.size();
     SLumNumber aArgs[MAX_CLOSED_ARGS];
     for (size_t i = 0; i < nArgs; ++i)
-        if (!ClosedArgument(basic, *expr.m_apIndices[i], caller, aArgs[i]))
-            return false;
+        if (!ClosedArgument(basic, *args[i], caller, aArgs[i]))
+            return nullptr;
     for (size_t i = 0; i < nArgs; ++i)
     {
         SLumFastStep::SParam& param = head.m_aParams[i];
         if (!Keep(*param.m_cCache.m_pValue, param.m_cKept))
-            return false;
+            return nullptr;
         LumFastStore(*param.m_cCache.m_pValue, aArgs[i], param.m_cType);
     }
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1};
+    nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     m_nClosedDepth = nDepth;
     SLumFastStep* pEnd = ClosedBody(basic, head, frame);
     m_nClosedDepth = nDepth - 1;
     m_nScope = caller.m_nScope;
+    return pEnd;
+}
+
+// A function's call, with its result.
+bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
+                              SLumNumber& out)
+{
+    uint64_t nScope = 0;
+    SLumFastStep* pEnd = ClosedEnter(basic, expr, expr.m_apIndices, caller, nScope);
     if (pEnd == nullptr)
         return false;
     if (pEnd->m_wLoopKind != LBT_FUNCTION)
         return GiveUp();
-    return ClosedResult(*pEnd, frame.m_nScope, caller, out);
+    return ClosedResult(*pEnd, nScope, caller, out);
+}
+
+// A Sub's call: it returns behind the call statement.
+bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
+{
+    uint64_t nScope = 0;
+    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, nScope);
+    return pEnd != nullptr && (pEnd->m_wLoopKind == LBT_SUB || GiveUp());
 }
 
 // An argument as a direct call or PushParams computes it, for a number parameter.
@@ -312,6 +359,10 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             fTaken = fTaken == (pStep->m_wLoopKind == LBT_WHILE);
             if (fTaken && (!Count() || IsStopRequested(basic)))
                 return GiveUp(), nullptr;
+            break;
+        case SLumFastStep::CALL:
+            if (!ClosedSub(basic, *pStep, frame))
+                return nullptr;
             break;
         case SLumFastStep::MARKER:
             basic.m_nLine = pStep->m_nLine;

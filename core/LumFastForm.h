@@ -184,6 +184,12 @@ struct SLumFastStep
     const CLumBasic* m_pSourceOf = nullptr;
     uint64_t m_nSourceSerial = 0;
     bool m_fSameSource = false;
+    // CALL: closed runs of the call, as for a function's call (SLumFastExpr); the
+    // depth of the call stack from which calls from here run the regular way.
+    uint16_t m_nClosedFailures = 0;
+    uint16_t m_nClosedWarmups = 0;
+    uint64_t m_nClosedRun = 0;
+    int m_nRegularFrom = 0;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
     struct SParam
     {
@@ -500,9 +506,19 @@ private:
         int m_nType;
         SLumNumber m_cNumber;
     };
+    // A function's call in an expression, with its result; a Sub's call statement.
     bool RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
-    bool ClosedCallee(CLumBasic& basic, SLumFastExpr& expr);
+    bool RunClosed(CLumBasic& basic, SLumFastStep& step);
+    template <class Site, class Body> bool Closed(CLumBasic& basic, Site& site, Body&& body);
+    const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource);
+    const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);
+    template <class Site>
+    bool ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args);
+    template <class Site>
+    SLumFastStep* ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
+                              const SClosedFrame& caller, uint64_t& nScope);
     bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out);
+    bool ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
     SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken, unsigned long& nSteps);

@@ -45,17 +45,19 @@ TEST(RunLoop, AStatementLimitEndsTheRunAtItsBoundaryAndCountsImports)
     EXPECT_EQ(vars.GetValue("n%", nullptr)->GetLong(), 4);
 }
 
-// Functions run whole count their statements, markers, heads and ends as the stream
-// counts them: every limit ends the run at the same statement with the same store.
+// Functions and Subs run whole count their statements, markers, heads and ends as the
+// stream counts them: every limit ends the run at the same statement with the same
+// store.
 TEST(RunLoop, AStatementLimitEndsFunctionsRunWholeWhereTheStreamEndsThem)
 {
     std::vector<uint8_t> aImage;
-    ASSERT_EQ(CompileText(
-                  "Sub Main\n For i% = 1 To 5\n  t% = t% + Depth%(i% * 2)\n Next i%\nEnd Sub\n"
-                  "Function Depth%(k%)\n If k% > 0 Then\n  Depth% = Depth%(k% - 1) + 1\n Else\n"
-                  "  j% = 0\n  While j% < 3\n   j% = j% + 1\n  Wend\n  Depth% = j%\n End If\nEnd Function\n",
-                  aImage),
-              "");
+    ASSERT_EQ(
+        CompileText("Sub Main\n For i% = 1 To 5\n  t% = t% + Depth%(i% * 2)\n Next i%\nEnd Sub\n"
+                    "Function Depth%(k%)\n If k% > 0 Then\n  Depth% = Depth%(k% - 1) + 1\n Else\n"
+                    "  j% = 0\n  While j% < 3\n   j% = j% + 1\n   Bump j%\n  Wend\n  Depth% = j%\n End If\n"
+                    "End Function\nSub Bump(v%)\n b% = b% + v%\nEnd Sub\n",
+                    aImage),
+        "");
     int nEnded = 0;
     for (unsigned long nLimit = 1;; nLimit += 3)
     {
