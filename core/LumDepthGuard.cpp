@@ -55,11 +55,11 @@ void CLumDepthGuard::CheckStack()
         LumRaise(LUM_MSG_NESTING_TOO_DEEP, s_anDepth[RUN]);
 }
 
-bool CLumDepthGuard::FindStackRoom()
+uintptr_t CLumDepthGuard::GetStackFloor()
 {
     if (s_nStackLimit == UINTPTR_MAX)
         s_nStackLimit = FindStackLimit();
-    return s_nStackLimit == 0 || reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) >= s_nStackLimit;
+    return s_nStackLimit;
 }
 
 void CLumDepthGuard::Fail(Kind eKind, int nLimit)

@@ -33,16 +33,15 @@ public:
 
     // Fails when less than a safe margin of the thread's stack is left.
     static void CheckStack();
-    // Whether more than that margin is left, for recursion that gives up instead.
-    static bool HasStackRoom()
-    {
-        return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) >= s_nStackLimit || FindStackRoom();
-    }
+    // The lowest frame address that leaves that margin (0 where the stack is unknown),
+    // for recursion that gives up instead of failing.
+    static uintptr_t GetStackFloor();
     static int GetDepth(Kind eKind) { return s_anDepth[eKind]; }
+    // The depths of all kinds at once, with one look at this thread's counts.
+    static const int* GetDepths() { return s_anDepth; }
 
 private:
     [[noreturn]] static void Fail(Kind eKind, int nLimit);
-    static bool FindStackRoom();
 
     Kind m_eKind;
     static thread_local int s_anDepth[KIND_COUNT];

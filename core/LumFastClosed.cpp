@@ -68,10 +68,15 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedIfs = 0;
     m_fWarmUp = false;
     // Well before any limit of the regular way, which then reports it.
-    m_nClosedDepthLimit = std::min(
-        {CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
-         CLumBasic::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::RUN),
-         (CLumExpression::MAX_NESTING - 1 - CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION)) / 2});
+    const int* pDepths = CLumDepthGuard::GetDepths();
+    m_nClosedDepthLimit =
+        std::min({CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
+                  CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN],
+                  (CLumExpression::MAX_NESTING - 1 - pDepths[CLumDepthGuard::EXPRESSION]) / 2});
+    m_nStackFloor = CLumDepthGuard::GetStackFloor();
+    m_cCheck = SLumClosedCheck{
+        m_pStore, m_pStore->GetGeneration(), basic.m_pFunctions, basic.m_pFunctions->GetGeneration(),
+        &basic,   basic.m_nSourceSerial,     basic.m_pDebugger};
     m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
     m_nClosedSteps = 0;
     m_nClosedStepLimit = fCounted ? budget.m_nLimit - std::min(budget.m_nCount, budget.m_nLimit) : ~0ul;
@@ -184,7 +189,8 @@ bool CLumFastForm::SameSource(CLumBasic& basic, SLumFastExpr& expr, const CallIn
 
 // Whether a call may run closed: the procedure found, with a head that the form has
 // entered before, parameters for every argument, and the parameters' locals found.
-// Nothing of this changes during a closed run: looked at once per run.
+// Nothing of this changes while the store, the procedure table, the source and the
+// debugger stay as they were: looked at once for as long.
 template <class Site>
 bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args)
 {
@@ -207,6 +213,7 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
             return WarmUp();
     }
     site.m_nClosedRun = m_nClosedRun;
+    site.m_cChecked = m_cCheck;
     return true;
 }
 
@@ -216,10 +223,16 @@ template <class Site>
 SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
                                         const SClosedFrame& caller, uint64_t& nScope)
 {
-    if (site.m_nClosedRun != m_nClosedRun && !ClosedCallee(basic, site, args))
-        return nullptr;
+    if (site.m_nClosedRun != m_nClosedRun)
+    {
+        if (site.m_cChecked == m_cCheck)
+            site.m_nClosedRun = m_nClosedRun;
+        else if (!ClosedCallee(basic, site, args))
+            return nullptr;
+    }
     int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit || !CLumDepthGuard::HasStackRoom() || IsStopRequested(basic))
+    if (nDepth >= m_nClosedDepthLimit ||
+        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
     SLumFastStep& head = *site.m_pCallee;

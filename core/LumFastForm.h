@@ -43,6 +43,26 @@ struct SLumNumber
     double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
 };
 
+// What a call's fitness for closed runs depends on: the store and its generation, the
+// procedure table and its generation, the interpreter, its source and its debugger.
+struct SLumClosedCheck
+{
+    const void* m_pStore = nullptr;
+    uint64_t m_nStoreGeneration = 0;
+    const void* m_pTable = nullptr;
+    uint64_t m_nTableGeneration = 0;
+    const void* m_pBasic = nullptr;
+    uint64_t m_nSourceSerial = 0;
+    const void* m_pDebugger = nullptr;
+
+    bool operator==(const SLumClosedCheck& o) const
+    {
+        return m_pStore == o.m_pStore && m_nStoreGeneration == o.m_nStoreGeneration &&
+               m_pTable == o.m_pTable && m_nTableGeneration == o.m_nTableGeneration &&
+               m_pBasic == o.m_pBasic && m_nSourceSerial == o.m_nSourceSerial && m_pDebugger == o.m_pDebugger;
+    }
+};
+
 // A node of a compiled expression tree.
 struct SLumFastExpr
 {
@@ -99,9 +119,11 @@ struct SLumFastExpr
     // (warm-ups, counted since the last closed run that went through).
     uint16_t m_nClosedFailures = 0;
     uint16_t m_nClosedWarmups = 0;
-    // USERCALL: the closed run that found the callee fit, and the depth of runs from
+    // USERCALL: what the callee was last found fit against, the closed run that found
+    // it so, and the depth of runs from
     // which calls from here run the regular way, as a call whose closed run gave up
     // runs that way (0: none).
+    SLumClosedCheck m_cChecked;
     uint64_t m_nClosedRun = 0;
     int m_nRegularFrom = 0;
 };
@@ -188,6 +210,7 @@ struct SLumFastStep
     // depth of the call stack from which calls from here run the regular way.
     uint16_t m_nClosedFailures = 0;
     uint16_t m_nClosedWarmups = 0;
+    SLumClosedCheck m_cChecked;
     uint64_t m_nClosedRun = 0;
     int m_nRegularFrom = 0;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
@@ -586,6 +609,8 @@ private:
     std::vector<SUndo> m_aUndo;
     int m_nClosedDepth = 0;
     int m_nClosedDepthLimit = 0;
+    uintptr_t m_nStackFloor = 0;
+    SLumClosedCheck m_cCheck;
     int m_nClosedIfs = 0;
     int m_nClosedIfLimit = 0;
     // The statements it ran, and how many the run's statement limit leaves it.
