@@ -119,6 +119,22 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
     return Closed(basic, step, [&](const SClosedFrame& caller) { return ClosedSub(basic, step, caller); });
 }
 
+// A statement's expression that calls functions of the program, computed whole. While
+// a statement whose closed run gave up runs the regular way, the same statement in the
+// runs of the calls it makes runs that way too, as with calls.
+bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr& expr, SLumNumber& out)
+{
+    int nRun = CLumDepthGuard::GetDepth(CLumDepthGuard::RUN);
+    if (step.m_nRegularFrom != 0 && nRun >= step.m_nRegularFrom)
+        return false;
+    step.m_nRegularFrom = 0;
+    if (Closed(basic, step,
+               [&](const SClosedFrame& caller) { return ClosedValue(basic, expr, caller, out); }))
+        return true;
+    step.m_nRegularFrom = nRun + 1;
+    return false;
+}
+
 // The variables written, back to their values before the run, the oldest last.
 void CLumFastForm::Undo()
 {

@@ -206,8 +206,9 @@ struct SLumFastStep
     const CLumBasic* m_pSourceOf = nullptr;
     uint64_t m_nSourceSerial = 0;
     bool m_fSameSource = false;
-    // CALL: closed runs of the call, as for a function's call (SLumFastExpr); the
-    // depth of the call stack from which calls from here run the regular way.
+    // CALL, and a statement whose expression calls functions: closed runs of it, as for
+    // a function's call (SLumFastExpr); the depth (of the call stack for a call, of
+    // runs otherwise) from which it runs the regular way.
     uint16_t m_nClosedFailures = 0;
     uint16_t m_nClosedWarmups = 0;
     SLumClosedCheck m_cChecked;
@@ -529,9 +530,11 @@ private:
         int m_nType;
         SLumNumber m_cNumber;
     };
-    // A function's call in an expression, with its result; a Sub's call statement.
+    // A function's call in an expression, with its result; a Sub's call statement; the
+    // expression of an assignment or a condition, with its value.
     bool RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     bool RunClosed(CLumBasic& basic, SLumFastStep& step);
+    bool RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr& expr, SLumNumber& out);
     template <class Site, class Body> bool Closed(CLumBasic& basic, Site& site, Body&& body);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);

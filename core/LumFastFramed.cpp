@@ -46,6 +46,18 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
 {
     if (basic.m_cFunctionStack.IsEmpty())
         return HANDLER;
+    // A number for a variable found before, computed whole with its calls.
+    if (step.m_cType != '$')
+    {
+        m_nScope = basic.m_cFunctionStack.GetScope();
+        CLumsVarValue* pTarget = Cached(step.m_cTarget);
+        SLumNumber n;
+        if (pTarget != nullptr && RunClosed(basic, step, *step.m_pExpr, n))
+        {
+            LumFastStore(*pTarget, n, step.m_cType);
+            return GO_ON;
+        }
+    }
     LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&]() LUM_INLINE_BODY {
         LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&]() LUM_INLINE_BODY {
             CLumsVarValue value;
@@ -94,6 +106,12 @@ bool CLumFastForm::IsResultTarget(CLumBasic& basic, SLumFastStep& step)
 // The condition of If, While or Loop, in the frames of the dispatch and of its handler.
 void CLumFastForm::ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
 {
+    SLumNumber n;
+    if (RunClosed(basic, step, *step.m_pExpr, n))
+    {
+        fTrue = LumFastTruth(n);
+        return;
+    }
     const char* pszMethod = step.m_eKind == SLumFastStep::IF      ? "CLumBasic::If()"
                             : step.m_eKind == SLumFastStep::WHILE ? "CLumBasic::While()"
                                                                   : "CLumBasic::Loop()";
