@@ -502,6 +502,8 @@ private:
 
     // Statements whose expressions call functions of the program (LumFastFramed.cpp).
     EOutcome AssignCommitted(CLumBasic& basic, SLumFastStep& step);
+    __attribute__((noinline)) bool AssignClosed(CLumBasic& basic, SLumFastStep& step);
+    __attribute__((noinline)) bool ConditionClosed(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     bool IsResultTarget(CLumBasic& basic, SLumFastStep& step);
     void ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     void EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);

@@ -42,22 +42,27 @@ void CLumFastForm::EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarV
 }
 
 // An assignment as Assign does it, in the frames of the dispatch and of its handler.
+// A number for a variable found before, computed whole with its calls. Apart from the
+// regular way, whose frames recursion stacks up.
+bool CLumFastForm::AssignClosed(CLumBasic& basic, SLumFastStep& step)
+{
+    if (step.m_cType == '$')
+        return false;
+    m_nScope = basic.m_cFunctionStack.GetScope();
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    SLumNumber n;
+    if (pTarget == nullptr || !RunClosed(basic, step, *step.m_pExpr, n))
+        return false;
+    LumFastStore(*pTarget, n, step.m_cType);
+    return true;
+}
+
 CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastStep& step)
 {
     if (basic.m_cFunctionStack.IsEmpty())
         return HANDLER;
-    // A number for a variable found before, computed whole with its calls.
-    if (step.m_cType != '$')
-    {
-        m_nScope = basic.m_cFunctionStack.GetScope();
-        CLumsVarValue* pTarget = Cached(step.m_cTarget);
-        SLumNumber n;
-        if (pTarget != nullptr && RunClosed(basic, step, *step.m_pExpr, n))
-        {
-            LumFastStore(*pTarget, n, step.m_cType);
-            return GO_ON;
-        }
-    }
+    if (AssignClosed(basic, step))
+        return GO_ON;
     LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&]() LUM_INLINE_BODY {
         LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&]() LUM_INLINE_BODY {
             CLumsVarValue value;
@@ -104,14 +109,19 @@ bool CLumFastForm::IsResultTarget(CLumBasic& basic, SLumFastStep& step)
 }
 
 // The condition of If, While or Loop, in the frames of the dispatch and of its handler.
-void CLumFastForm::ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
+bool CLumFastForm::ConditionClosed(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
 {
     SLumNumber n;
-    if (RunClosed(basic, step, *step.m_pExpr, n))
-    {
-        fTrue = LumFastTruth(n);
+    if (!RunClosed(basic, step, *step.m_pExpr, n))
+        return false;
+    fTrue = LumFastTruth(n);
+    return true;
+}
+
+void CLumFastForm::ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
+{
+    if (ConditionClosed(basic, step, fTrue))
         return;
-    }
     const char* pszMethod = step.m_eKind == SLumFastStep::IF      ? "CLumBasic::If()"
                             : step.m_eKind == SLumFastStep::WHILE ? "CLumBasic::While()"
                                                                   : "CLumBasic::Loop()";
