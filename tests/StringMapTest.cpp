@@ -14,13 +14,15 @@ namespace
 std::string RandomKey(std::mt19937& random, std::string& strName, uint32_t& nIndex, bool& fElement)
 {
     static const char* const s_apszNames[] = {"a", "b$", "m:3", "@P@x", "n%"};
-    static const char* const s_apszOthers[] = {"a:-1", "a:007", "a:1234567890", ":5", "x1", "total", "a:", "a"};
+    static const char* const s_apszOthers[] = {"a:-1", "a:007", "a:1234567890", ":5",
+                                               "x1",   "total", "a:",           "a"};
     strName = s_apszNames[random() % 5];
     fElement = random() % 8 != 0;
     if (!fElement)
         return s_apszOthers[random() % 8];
     // Mostly near each other, so that pages fill; now and then far apart.
-    nIndex = random() % 4 == 0 ? static_cast<uint32_t>(random() % 999999999) : static_cast<uint32_t>(random() % 300);
+    nIndex = random() % 4 == 0 ? static_cast<uint32_t>(random() % 999999999)
+                               : static_cast<uint32_t>(random() % 300);
     return strName + ":" + std::to_string(nIndex);
 }
 } // namespace
@@ -53,7 +55,7 @@ TEST(StringMap, FindsWhatAPlainMapFindsInInsertionOrder)
             if (pFound == nullptr && n % 2 == 0)
             {
                 bool fInserted = false;
-                map.ObtainElement(strName, nIndex, [&] { return std::string_view(strKey); }, fInserted, cache) = n;
+                map.ObtainElement(strName, nIndex, fInserted, cache) = n;
                 ASSERT_TRUE(fInserted);
                 reference[strKey] = n;
                 aOrder.push_back(strKey);

@@ -93,13 +93,13 @@ CLumsVarValue* CLumVariables::Obtain(std::string_view key)
     return *pp;
 }
 
-void CLumVariables::Inserted(std::string_view key)
+void CLumVariables::Inserted(std::string_view key, bool fElement)
 {
     // Only a scoped key can hide a variable that a name resolved to before.
     if (key.empty() || key[0] != '@')
         return;
     m_nGeneration = NextGeneration();
-    if (key.find(':') != std::string_view::npos)
+    if (fElement || key.find(':') != std::string_view::npos)
         ++m_nScopedElements;
 }
 
@@ -157,47 +157,29 @@ CLumsVarValue* CLumVariables::Find(const char* pszName, const long* pIndices) co
     return pp ? *pp : nullptr;
 }
 
-namespace
+CLumsVarValue* CLumVariables::FindComposed(std::string_view name, const long* pIndices) const
 {
-// One index that the key holds in full: the map finds the element by name and number.
-bool IsSimpleElement(std::string_view name, const long* pIndices)
-{
-    return pIndices[0] > 0 && pIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
-           (CLumVariables::MAX_INDICES == 1 || pIndices[1] == 0) && !name.empty() &&
-           name.size() + 11 <= CLumVariables::MAX_KEY;
-}
-} // namespace
-
-CLumsVarValue* CLumVariables::FindElement(std::string_view name, const long* pIndices,
-                                          CLumElementCache& cache) const
-{
-    CLumsVarValue* const* pp;
-    if (IsSimpleElement(name, pIndices))
-        pp = const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(name, static_cast<uint32_t>(pIndices[0]),
-                                                                           cache);
-    else
-    {
-        char key[MAX_KEY + 1];
-        pp = m_map.Find(std::string_view(key, MakeName(key, name, pIndices)));
-    }
+    char key[MAX_KEY + 1];
+    CLumsVarValue* const* pp = m_map.Find(std::string_view(key, MakeName(key, name, pIndices)));
     return pp ? *pp : nullptr;
 }
 
-CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache)
+CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices,
+                                            CLumElementCache& cache)
 {
-    char key[MAX_KEY + 1];
     if (!IsSimpleElement(name, pIndices))
+    {
+        char key[MAX_KEY + 1];
         return Obtain(std::string_view(key, MakeName(key, name, pIndices)));
+    }
     bool fInserted = false;
-    CLumsVarValue*& pValue = m_map.ObtainElement(
-        name, static_cast<uint32_t>(pIndices[0]), [&] { return std::string_view(key, MakeName(key, name, pIndices)); },
-        fInserted, cache);
+    CLumsVarValue*& pValue = m_map.ObtainElement(name, static_cast<uint32_t>(pIndices[0]), fInserted, cache);
     if (pValue == nullptr)
     {
         pValue = new CLumsVarValue();
         // A new key, or a variable's object replaced, as SetValue does it.
         if (fInserted)
-            Inserted(std::string_view(key));
+            Inserted(name, true);
         else
             m_nGeneration = NextGeneration();
     }

@@ -138,11 +138,9 @@ public:
         return n == EMPTY ? nullptr : &At(n).m_value;
     }
 
-    // The element NAME:INDEX; where it is missing, inserted with a null value under the
-    // key that `makeKey` composes of the two, with `fInserted` set.
-    template <class MakeKey>
-    T& ObtainElement(std::string_view name, uint32_t nIndex, const MakeKey& makeKey, bool& fInserted,
-                     CLumElementCache& cache)
+    // The element NAME:INDEX; where it is missing, inserted with a null value under that
+    // key, with `fInserted` set.
+    T& ObtainElement(std::string_view name, uint32_t nIndex, bool& fInserted, CLumElementCache& cache)
     {
         uint32_t nName = CachedName(name, cache);
         uint32_t nPage = EMPTY;
@@ -161,7 +159,7 @@ public:
         if (nPage == EMPTY)
             nPage = AddPage(PageKey(nName, nIndex));
         fInserted = true;
-        return Append(makeKey(), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
+        return Append(StoreElementKey(name, nIndex), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
     }
 
     size_t GetCount() const noexcept { return m_nCount; }
@@ -247,9 +245,12 @@ private:
     // A new entry, found by its page entry where given, else by its hash.
     T& Append(std::string_view key, uint32_t nHash, T value, uint32_t* pPageEntry)
     {
+        return Append(StoreKey(key), nHash, std::move(value), pPageEntry);
+    }
+    T& Append(CLumKey cKey, uint32_t nHash, T value, uint32_t* pPageEntry)
+    {
         if (m_nCount % BLOCK_ENTRIES == 0 && m_nCount / BLOCK_ENTRIES == m_aBlocks.size())
             m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
-        CLumKey cKey = StoreKey(key);
         uint32_t nEntry = static_cast<uint32_t>(m_nCount);
         Entry& e = At(nEntry);
         e.m_strKey = cKey;
@@ -340,7 +341,37 @@ private:
 
     CLumKey StoreKey(std::string_view key)
     {
-        size_t nNeed = key.size() + 1;
+        char* p = ReserveKey(key.size() + 1);
+        if (!key.empty())
+            memcpy(p, key.data(), key.size());
+        p[key.size()] = '\0';
+        return CLumKey(p, static_cast<uint32_t>(key.size()));
+    }
+
+    // NAME:INDEX written straight into the key blocks.
+    CLumKey StoreElementKey(std::string_view name, uint32_t nIndex)
+    {
+        char digits[10];
+        size_t nDigits = 0;
+        do
+        {
+            digits[nDigits++] = static_cast<char>('0' + nIndex % 10);
+            nIndex /= 10;
+        } while (nIndex != 0);
+        size_t nLength = name.size() + 1 + nDigits;
+        char* p = ReserveKey(nLength + 1);
+        memcpy(p, name.data(), name.size());
+        char* q = p + name.size();
+        *q++ = ':';
+        while (nDigits != 0)
+            *q++ = digits[--nDigits];
+        *q = '\0';
+        return CLumKey(p, static_cast<uint32_t>(nLength));
+    }
+
+    // Room for a key of `nNeed` bytes with its terminator.
+    char* ReserveKey(size_t nNeed)
+    {
         char* p;
         if (nNeed > KEY_BLOCK / 4)
         {
@@ -360,10 +391,7 @@ private:
             m_pKeyFree += nNeed;
             m_nKeyFree -= nNeed;
         }
-        if (!key.empty())
-            memcpy(p, key.data(), key.size());
-        p[key.size()] = '\0';
-        return CLumKey(p, static_cast<uint32_t>(key.size()));
+        return p;
     }
 
     // A cache names this map while it was made by it since the map was last emptied.

@@ -75,7 +75,15 @@ public:
     bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
     // What Find(name, indices) gives, found without composing the key where that can
     // be; `cache` remembers where the name's elements are, for the next element.
-    CLumsVarValue* FindElement(std::string_view name, const long* pIndices, CLumElementCache& cache) const;
+    CLumsVarValue* FindElement(std::string_view name, const long* pIndices, CLumElementCache& cache) const
+    {
+        if (!IsSimpleElement(name, pIndices))
+            return FindComposed(name, pIndices);
+        // The cache is the caller's; the map stays as it is.
+        CLumsVarValue* const* pp = const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(
+            name, static_cast<uint32_t>(pIndices[0]), cache);
+        return pp ? *pp : nullptr;
+    }
     // The element under the key that name and indices compose, made empty where there
     // is none, as Obtain would make it.
     CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache);
@@ -99,11 +107,22 @@ public:
     static uint64_t NextGeneration();
 
 private:
+    // One index that the key holds in full: the map finds the element by name and number.
+    static bool IsSimpleElement(std::string_view name, const long* pIndices)
+    {
+        return pIndices[0] > 0 &&
+               pIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+               (MAX_INDICES == 1 || pIndices[1] == 0) && !name.empty() && name.size() + 11 <= MAX_KEY;
+    }
+
+    CLumsVarValue* FindComposed(std::string_view name, const long* pIndices) const;
+
     CLumStringMap<CLumsVarValue*> m_map;
     uint64_t m_nGeneration = NextGeneration();
     size_t m_nScopedElements = 0;
 
-    void Inserted(std::string_view key);
+    // A key was added; `fElement`: an element's, given by the element's name alone.
+    void Inserted(std::string_view key, bool fElement = false);
 
     static CLumsVarValue m_cDoubleNull;
     static CLumsVarValue m_cLongNull;
