@@ -167,18 +167,9 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 // would follow the call into another source, which is for the regular way.
 const CallInfo* CLumFastForm::ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource)
 {
-    CLumFunctions& table = *basic.m_pFunctions;
-    if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
-    {
-        CallInfo* pFound = table.Lookup(expr.m_pszName);
-        if (pFound != expr.m_pInfo)
-            expr.m_pSourceOf = nullptr;
-        expr.m_pInfo = pFound;
-        expr.m_pTable = &table;
-        expr.m_nTableGeneration = table.GetGeneration();
-    }
-    fOtherSource = expr.m_pInfo != nullptr && !SameSource(basic, expr, *expr.m_pInfo);
-    return expr.m_pInfo;
+    const CallInfo* pInfo = Callee(basic, expr);
+    fOtherSource = pInfo != nullptr && !SameSource(basic, expr, *pInfo);
+    return pInfo;
 }
 
 // A Sub's, as Call finds it.

@@ -63,8 +63,36 @@ struct SLumClosedCheck
     }
 };
 
+// A place that calls a procedure: a function's call in an expression (USERCALL), a
+// call statement (CALL); closed runs start from these and from statements whose
+// expressions call functions.
+struct SLumFastCallSite
+{
+    // The procedure the name gave while the table stays as it was, the statement at its
+    // head, and whether its source is the one the interpreter runs, as last seen.
+    const CLumFunctions* m_pTable = nullptr;
+    uint64_t m_nTableGeneration = 0;
+    CallInfo* m_pInfo = nullptr;
+    struct SLumFastStep* m_pCallee = nullptr;
+    const CLumBasic* m_pSourceOf = nullptr;
+    uint64_t m_nSourceSerial = 0;
+    bool m_fSameSource = false;
+    // How often a closed run from here gave up on what the regular way does not change
+    // (failures), and on links and caches the regular way makes (warm-ups, counted
+    // since the last closed run that went through).
+    uint16_t m_nClosedFailures = 0;
+    uint16_t m_nClosedWarmups = 0;
+    // What the callee was last found fit against, and the closed run that found it so.
+    SLumClosedCheck m_cChecked;
+    uint64_t m_nClosedRun = 0;
+    // The depth (of the call stack for a call statement, of runs otherwise) from which
+    // it runs the regular way, while a run from here that gave up runs that way (0:
+    // none).
+    int m_nRegularFrom = 0;
+};
+
 // A node of a compiled expression tree.
-struct SLumFastExpr
+struct SLumFastExpr : SLumFastCallSite
 {
     enum EOp : uint8_t
     {
@@ -103,29 +131,8 @@ struct SLumFastExpr
     // ELEMENT: the index expressions. USERCALL: the arguments.
     std::vector<SLumFastExpr*> m_apIndices;
     // USERCALL: where the arguments end in the node's data, the place a call returns
-    // to, and the procedure the name gave while the table stays as it was.
+    // to.
     const unsigned char* m_pArgsEnd = nullptr;
-    const CLumFunctions* m_pTable = nullptr;
-    uint64_t m_nTableGeneration = 0;
-    CallInfo* m_pInfo = nullptr;
-    // USERCALL: the head of the function it called last, and whether the function's
-    // source is the one the interpreter runs, as last seen.
-    struct SLumFastStep* m_pCallee = nullptr;
-    const CLumBasic* m_pSourceOf = nullptr;
-    uint64_t m_nSourceSerial = 0;
-    bool m_fSameSource = false;
-    // USERCALL: how often a closed run of the call gave up on what the regular way
-    // does not change (failures), and on links and caches the regular way makes
-    // (warm-ups, counted since the last closed run that went through).
-    uint16_t m_nClosedFailures = 0;
-    uint16_t m_nClosedWarmups = 0;
-    // USERCALL: what the callee was last found fit against, the closed run that found
-    // it so, and the depth of runs from
-    // which calls from here run the regular way, as a call whose closed run gave up
-    // runs that way (0: none).
-    SLumClosedCheck m_cChecked;
-    uint64_t m_nClosedRun = 0;
-    int m_nRegularFrom = 0;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -146,7 +153,7 @@ struct SLumPastMarkers
 };
 
 // A statement of the fast form.
-struct SLumFastStep
+struct SLumFastStep : SLumFastCallSite
 {
     enum EKind : uint8_t
     {
@@ -195,25 +202,8 @@ struct SLumFastStep
     SLumFastExpr* m_pExpr = nullptr;
     // ASSIGN_ELEMENT: the element whose name is the target.
     SLumFastExpr* m_pTarget = nullptr;
-    // CALL: the arguments, and the procedure the name gave while the table stays as it
-    // was, with the statement at its head.
+    // CALL: the arguments.
     std::vector<SLumFastExpr*> m_apArgs;
-    const CLumFunctions* m_pTable = nullptr;
-    uint64_t m_nTableGeneration = 0;
-    CallInfo* m_pInfo = nullptr;
-    SLumFastStep* m_pCallee = nullptr;
-    // Whether the procedure's source is the one the interpreter runs, as last seen.
-    const CLumBasic* m_pSourceOf = nullptr;
-    uint64_t m_nSourceSerial = 0;
-    bool m_fSameSource = false;
-    // CALL, and a statement whose expression calls functions: closed runs of it, as for
-    // a function's call (SLumFastExpr); the depth (of the call stack for a call, of
-    // runs otherwise) from which it runs the regular way.
-    uint16_t m_nClosedFailures = 0;
-    uint16_t m_nClosedWarmups = 0;
-    SLumClosedCheck m_cChecked;
-    uint64_t m_nClosedRun = 0;
-    int m_nRegularFrom = 0;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
     struct SParam
     {
@@ -510,6 +500,7 @@ private:
     void EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     void EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
+    CallInfo* Callee(CLumBasic& basic, SLumFastExpr& expr);
     CLumsVarValue* CallClosed(CLumBasic& basic, SLumFastExpr& expr);
     CLumsVarValue* CallRegular(CLumBasic& basic, SLumFastExpr& expr);
     SLumFastStep* CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);

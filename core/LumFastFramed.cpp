@@ -312,16 +312,7 @@ LUM_HOT CLumsVarValue* CLumFastForm::CallRegular(CLumBasic& basic, SLumFastExpr&
                 CLumFunctions& m_table;
                 ~Unpin() { m_table.Unpin(); }
             } unpin{table};
-            if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
-            {
-                CallInfo* pFound = table.Lookup(expr.m_pszName);
-                if (pFound != expr.m_pInfo)
-                    expr.m_pSourceOf = nullptr;
-                expr.m_pInfo = pFound;
-                expr.m_pTable = &table;
-                expr.m_nTableGeneration = table.GetGeneration();
-            }
-            CallInfo* pInfo = expr.m_pInfo;
+            CallInfo* pInfo = Callee(basic, expr);
             if (pInfo == nullptr)
                 LumRaise(LUM_MSG_NOT_DECLARED, expr.m_pszName);
             if (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr)
@@ -358,6 +349,22 @@ LUM_HOT CLumsVarValue* CLumFastForm::CallRegular(CLumBasic& basic, SLumFastExpr&
         basic.m_pQuelle->SetMemoryMode(nullptr);
         return pResult;
     });
+}
+
+// The procedure a function's name gives, remembered while the table is unchanged.
+CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastExpr& expr)
+{
+    const CLumFunctions& table = *basic.m_pFunctions;
+    if (expr.m_pTable != &table || expr.m_nTableGeneration != table.GetGeneration())
+    {
+        CallInfo* pFound = table.Lookup(expr.m_pszName);
+        if (pFound != expr.m_pInfo)
+            expr.m_pSourceOf = nullptr;
+        expr.m_pInfo = pFound;
+        expr.m_pTable = &table;
+        expr.m_nTableGeneration = table.GetGeneration();
+    }
+    return expr.m_pInfo;
 }
 
 // The head of the called function as a statement of this form, for the nested run
