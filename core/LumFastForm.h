@@ -493,6 +493,8 @@ private:
     // Statements whose expressions call functions of the program (LumFastFramed.cpp).
     EOutcome AssignCommitted(CLumBasic& basic, SLumFastStep& step);
     __attribute__((noinline)) bool AssignClosed(CLumBasic& basic, SLumFastStep& step);
+    __attribute__((noinline)) static void StoreUnbalanced(CLumBasic& basic, SLumFastStep& step, bool fResult,
+                                                          CLumsVarValue& value);
     __attribute__((noinline)) bool ConditionClosed(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     bool IsResultTarget(CLumBasic& basic, SLumFastStep& step);
     void ConditionCommitted(CLumBasic& basic, SLumFastStep& step, bool& fTrue);

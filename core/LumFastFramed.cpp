@@ -42,6 +42,17 @@ void CLumFastForm::EvalCommitted(CLumBasic& basic, SLumFastStep& step, CLumsVarV
 }
 
 // An assignment as Assign does it, in the frames of the dispatch and of its handler.
+// Stores an assignment's value after functions left the procedures running otherwise
+// than they found them, as only a damaged image makes them: where the handler's would
+// go. Apart from AssignCommitted, whose frame recursion stacks up.
+void CLumFastForm::StoreUnbalanced(CLumBasic& basic, SLumFastStep& step, bool fResult, CLumsVarValue& value)
+{
+    std::unique_ptr<CLumsVarValue> pValue(new CLumsVarValue());
+    pValue->Swap(value);
+    const char* pszName = step.m_pszName;
+    basic.SetVar(fResult ? CLumScopedKey(pszName, pszName).c_str() : pszName, pValue.release());
+}
+
 // A number for a variable found before, computed whole with its calls. Apart from the
 // regular way, whose frames recursion stacks up.
 bool CLumFastForm::AssignClosed(CLumBasic& basic, SLumFastStep& step)
@@ -65,12 +76,15 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
         return GO_ON;
     LumFrame("LUMBASIC", "CLumBasic::DispatchToken()", [&]() LUM_INLINE_BODY {
         LumFrame("LUMBASICCOMMAND", "CLumBasic::Assign()", [&]() LUM_INLINE_BODY {
+            // As the handler, the target is named before the value is computed.
+            uint64_t nScope = basic.m_cFunctionStack.GetScope();
+            bool fResult = IsResultTarget(basic, step);
             CLumsVarValue value;
             EvalCommitted(basic, step, value);
             // The messages name the result of a function by its full key.
             auto Refuse = [&](int nMessage) {
                 const char* pszName = step.m_pszName;
-                if (IsResultTarget(basic, step))
+                if (fResult)
                     LumRaise(nMessage, CLumScopedKey(pszName, pszName).c_str());
                 LumRaise(nMessage, pszName);
             };
@@ -84,9 +98,10 @@ CLumFastForm::EOutcome CLumFastForm::AssignCommitted(CLumBasic& basic, SLumFastS
                 value = static_cast<long>(value.GetLong());
             else if (step.m_cType != '$')
                 value = value.GetDouble();
-            // The scope may differ from the one at the start: functions ran meanwhile.
             m_nScope = basic.m_cFunctionStack.GetScope();
-            if (CLumsVarValue* pTarget = Cached(step.m_cTarget))
+            if (m_nScope != nScope)
+                StoreUnbalanced(basic, step, fResult, value);
+            else if (CLumsVarValue* pTarget = Cached(step.m_cTarget))
                 pTarget->Swap(value);
             else
                 Store(basic, step.m_pszName, value, &step.m_cTarget);

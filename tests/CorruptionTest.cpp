@@ -20,8 +20,10 @@ struct Image
     std::vector<uint8_t> m_aBytes;
 };
 
-// A source with the extension table beside it, if it has one (NAME.ext).
-void AddCompiled(std::vector<Image>& aImages, const std::filesystem::path& source)
+// A source with the extension table beside it, if it has one (NAME.ext). The image
+// records the source by its name in the tree, so that its bytes, and with them the
+// places the damage goes to, are the same in every checkout.
+void AddCompiled(std::vector<Image>& aImages, const std::filesystem::path& source, const std::string& strName)
 {
     SLumCompileOptions options;
     CLumExtensionTable table;
@@ -35,7 +37,7 @@ void AddCompiled(std::vector<Image>& aImages, const std::filesystem::path& sourc
     }
     CLumCompiler compiler(options);
     Image image{source.filename().string(), {}};
-    if (compiler.CompileFile(source.string(), image.m_aBytes))
+    if (compiler.Compile(ReadText(source.string()), strName, image.m_aBytes))
         aImages.push_back(image);
 }
 
@@ -75,10 +77,10 @@ const std::vector<Image>& Images()
     static const std::vector<Image> s_aImages = [] {
         std::vector<Image> aImages{{"hand-written", HandWritten()}};
         const std::string strRoot = LUM_SOURCE_DIR;
-        for (const char* pszDir : {"/tests/programs", "/tests/golden", "/examples", "/examples/modules"})
-            for (const auto& entry : std::filesystem::directory_iterator(strRoot + pszDir))
+        for (const char* pszDir : {"tests/programs/", "tests/golden/", "examples/", "examples/modules/"})
+            for (const auto& entry : std::filesystem::directory_iterator(strRoot + "/" + pszDir))
                 if (entry.path().extension() == ".lbd")
-                    AddCompiled(aImages, entry.path());
+                    AddCompiled(aImages, entry.path(), pszDir + entry.path().filename().string());
         return aImages;
     }();
     return s_aImages;

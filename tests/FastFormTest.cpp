@@ -2,8 +2,8 @@
 // that replaces a handler, a variable whose type changes between passes, a damaged
 // statement behind statements that ran. Programs of the compiler run both ways in
 // CompilerProgramTest; these are the forms it does not write.
+#include "tests/LumCompilerTestSupport.h"
 #include "tests/LumProgramBuilder.h"
-#include "tests/LumTestSupport.h"
 
 #include <algorithm>
 
@@ -94,4 +94,37 @@ TEST(FastForm, AnImageCutBehindALoopFailsAsOnTheStream)
     EXPECT_NE(strFast.find("D:s=6.000000"), std::string::npos) << strFast;
     EXPECT_EQ(strFast.find("D:after"), std::string::npos) << strFast;
     EXPECT_NE(strFast.find("CLumBasic::Do()"), std::string::npos) << strFast;
+}
+
+// B%'s declaration damaged to lead into the middle of C's body: C's End then ends A%'s
+// call, and A%'s own End Main's. Each assignment that called a function stores where
+// the handler stores (the target named before the call), and Main's next statement,
+// outside every procedure now, fails as it does on the stream.
+TEST(FastForm, FunctionsThatUnbalanceTheProceduresLeaveTheStoreAsOnTheStream)
+{
+    std::vector<uint8_t> aImage;
+    ASSERT_EQ(
+        CompileText("Declare Function A%(n%)\nDeclare Function B%(n%)\nSub Main\n x% = A%(1)\n y% = 5\n"
+                    "End Sub\nFunction A%(n%)\n A% = B%(n%)\nEnd Function\n"
+                    "Function B%(n%)\n B% = 7\nEnd Function\nFunction C(k%)\n s = 0\n C = 3\nEnd Function\n",
+                    aImage),
+        "");
+    std::string strListing = Listing(aImage);
+    auto OffsetOf = [&](const std::string& strText) {
+        size_t n = strListing.find(strText);
+        EXPECT_NE(n, std::string::npos) << strText;
+        return std::stoul(strListing.substr(strListing.rfind("0x", n), 6), nullptr, 16);
+    };
+    uint32_t nHead = static_cast<uint32_t>(OffsetOf("LBT_FUNCTION     \"B%\""));
+    uint32_t nMiddle = static_cast<uint32_t>(OffsetOf("LBT_ASSIGN       \"C\" = 3"));
+    const uint8_t aHead[4] = {uint8_t(nHead), uint8_t(nHead >> 8), uint8_t(nHead >> 16),
+                              uint8_t(nHead >> 24)};
+    auto it = std::search(aImage.begin(), aImage.end(), std::begin(aHead), std::end(aHead));
+    ASSERT_NE(it, aImage.end());
+    for (int i = 0; i < 4; ++i)
+        it[i] = static_cast<uint8_t>(nMiddle >> (8 * i));
+    std::string strFast = RunOutcome(aImage, false);
+    EXPECT_EQ(strFast, RunOutcome(aImage, true));
+    EXPECT_NE(strFast.find("außerhalb aller Subs"), std::string::npos) << strFast;
+    EXPECT_NE(strFast.find("L:@A%@A%=0"), std::string::npos) << strFast;
 }
