@@ -1,11 +1,12 @@
-// Closed runs of calls: a call of a function of the program, with every call it makes
-// in turn, run whole in the fast form, without the interpreter's stacks and without a
-// nested run loop. While a closed run goes on, no handler, module, debugger or host
-// code runs, so nothing can look at the stacks; what the run leaves is the store's
-// numbers and the line, and those it leaves as the regular way would.
+// Closed runs: a call of a procedure of the program (a function's call in an
+// expression, a call statement) or a statement's expression that calls functions, with
+// every call it makes in turn, run whole in the fast form, without the interpreter's
+// stacks and without a nested run loop. While a closed run goes on, no handler, module,
+// debugger or host code runs, so nothing can look at the stacks; what the run leaves is
+// the store's numbers and the line, and those it leaves as the regular way would.
 //
 // A closed run takes on only what cannot turn out differently: numbers, If, While and
-// Do, and calls of functions whose heads the form has entered before. It counts its
+// Do, and calls of procedures whose heads the form has entered before. It counts its
 // statements against the run's statement limit as the regular way counts them.
 // Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
 // near a limit, a stop request, the statement limit), it gives up: it puts back every
@@ -44,7 +45,7 @@ LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
     return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) != 0;
 }
 
-// A call as a closed run, where that goes through: true where `run` did the call
+// A closed run from `site`, where that goes through: true where `body` did its work
 // whole. False leaves everything as it was, for the regular way.
 template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Site& site, Body&& body)
 {
