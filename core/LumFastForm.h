@@ -215,8 +215,9 @@ struct SLumFastStep : SLumFastCallSite
     std::vector<SParam> m_aParams;
     uint64_t m_nScope = 0;
     // ASSIGN: whether the target names the function running, for the scope it was
-    // looked at in. ASSIGN_ELEMENT: whether the procedure's name has a ':'. END of a Function: where its
-    // result was found, for the scope of the function as well as the one it returns to.
+    // looked at in. ASSIGN_ELEMENT: whether the procedure's name has a ':'. END of a
+    // Function: where its result was found, for the scope of the function as well as
+    // the one it returns to.
     uint64_t m_nCheckedScope = 0;
     bool m_fResultTarget = false;
     CLumNameCache m_cResult;
