@@ -89,16 +89,9 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
 // goes to the handler before anything is changed.
 CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
 {
-    // A Sub run whole returns behind its call at once. While a call whose closed run gave
-    // up runs the regular way, the calls from here in it run that way too.
-    int nCalls = basic.m_cCallStack.GetCount();
-    if (step.m_nRegularFrom == 0 || nCalls < step.m_nRegularFrom)
-    {
-        step.m_nRegularFrom = 0;
-        if (RunClosed(basic, step))
-            return GO_ON;
-        step.m_nRegularFrom = nCalls + 1;
-    }
+    // A Sub run whole returns behind its call at once.
+    if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
+        return GO_ON;
     CallInfo* pInfo = Callee(basic, step);
     if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
         basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||

@@ -120,20 +120,13 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
     return Closed(basic, step, [&](const SClosedFrame& caller) { return ClosedSub(basic, step, caller); });
 }
 
-// A statement's expression that calls functions of the program, computed whole. While
-// a statement whose closed run gave up runs the regular way, the same statement in the
-// runs of the calls it makes runs that way too, as with calls.
+// A statement's expression that calls functions of the program, computed whole.
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr& expr, SLumNumber& out)
 {
-    int nRun = CLumDepthGuard::GetDepth(CLumDepthGuard::RUN);
-    if (step.m_nRegularFrom != 0 && nRun >= step.m_nRegularFrom)
-        return false;
-    step.m_nRegularFrom = 0;
-    if (Closed(basic, step,
-               [&](const SClosedFrame& caller) { return ClosedValue(basic, expr, caller, out); }))
-        return true;
-    step.m_nRegularFrom = nRun + 1;
-    return false;
+    return TryClosed(step, CLumDepthGuard::GetDepth(CLumDepthGuard::RUN), [&] {
+        return Closed(basic, step,
+                      [&](const SClosedFrame& caller) { return ClosedValue(basic, expr, caller, out); });
+    });
 }
 
 // The variables written, back to their values before the run, the oldest last.
@@ -292,22 +285,28 @@ bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosed
 LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller,
                                           SLumNumber& out)
 {
-    if (!arg.m_fPure)
-        return ClosedValue(basic, arg, caller, out);
-    if (arg.m_fNumericValue)
-        return ClosedNumber(arg, out);
-    if (arg.m_eOp == SLumFastExpr::CONSTANT)
-    {
-        out = arg.m_cNumber;
-        return arg.m_fNumber || GiveUp();
-    }
-    if (arg.m_eOp != SLumFastExpr::VARIABLE)
-        return GiveUp();
     // An empty variable reads as 0 for a number parameter, as in a direct call.
-    const CLumsVarValue* pValue = Cached(arg.m_cCache);
+    return arg.m_fPure ? ClosedPure(arg, true, out) : ClosedValue(basic, arg, caller, out);
+}
+
+// A part that only computes, as the quick way of EvalPureFramed or a direct call's
+// argument computes it: a number, a constant, or a variable holding a number (or, where
+// `fEmptyIsZero`, nothing yet).
+LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLumNumber& out)
+{
+    if (expr.m_fNumericValue)
+        return ClosedNumber(expr, out);
+    if (expr.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = expr.m_cNumber;
+        return expr.m_fNumber || GiveUp();
+    }
+    if (expr.m_eOp != SLumFastExpr::VARIABLE)
+        return GiveUp();
+    const CLumsVarValue* pValue = Cached(expr.m_cCache);
     if (pValue == nullptr)
         return WarmUp();
-    return LumFastNumber(*pValue, out) || GiveUp();
+    return ((fEmptyIsZero || pValue->IsNumber()) && LumFastNumber(*pValue, out)) || GiveUp();
 }
 
 // Statements from the head's link to the End, which it gives; null where the run
@@ -474,21 +473,7 @@ bool CLumFastForm::ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClos
                                SLumNumber& out)
 {
     if (expr.m_fPure)
-    {
-        if (expr.m_fNumericValue)
-            return ClosedNumber(expr, out);
-        if (expr.m_eOp == SLumFastExpr::CONSTANT)
-        {
-            out = expr.m_cNumber;
-            return expr.m_fNumber || GiveUp();
-        }
-        if (expr.m_eOp != SLumFastExpr::VARIABLE)
-            return GiveUp();
-        const CLumsVarValue* pValue = Cached(expr.m_cCache);
-        if (pValue == nullptr)
-            return WarmUp();
-        return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
-    }
+        return ClosedPure(expr, false, out);
     if (expr.m_eOp == SLumFastExpr::USERCALL)
         return ClosedCall(basic, expr, frame, out);
     if (expr.m_eOp != SLumFastExpr::OPERATOR)

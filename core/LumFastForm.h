@@ -504,7 +504,7 @@ private:
     void EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     CLumsVarValue* UserCall(CLumBasic& basic, SLumFastExpr& expr);
     CallInfo* Callee(CLumBasic& basic, SLumFastExpr& expr);
-    CLumsVarValue* CallClosed(CLumBasic& basic, SLumFastExpr& expr);
+    __attribute__((noinline)) CLumsVarValue* CallClosed(CLumBasic& basic, SLumFastExpr& expr, int nRun);
     CLumsVarValue* CallRegular(CLumBasic& basic, SLumFastExpr& expr);
     SLumFastStep* CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info);
     void PushArguments(CLumBasic& basic, SLumFastExpr& expr);
@@ -526,6 +526,20 @@ private:
         int m_nType;
         SLumNumber m_cNumber;
     };
+    // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
+    // statement), except while a run from there that gave up runs the regular way, one
+    // level up or more: trying again at every level of a recursion would cost the
+    // depth's square.
+    template <class Attempt> static bool TryClosed(SLumFastCallSite& site, int nDepth, Attempt&& attempt)
+    {
+        if (site.m_nRegularFrom != 0 && nDepth >= site.m_nRegularFrom)
+            return false;
+        site.m_nRegularFrom = 0;
+        if (attempt())
+            return true;
+        site.m_nRegularFrom = nDepth + 1;
+        return false;
+    }
     // A function's call in an expression, with its result; a Sub's call statement; the
     // expression of an assignment or a condition, with its value.
     bool RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
@@ -549,6 +563,7 @@ private:
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
+    bool ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLumNumber& out);
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);

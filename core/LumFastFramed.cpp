@@ -284,30 +284,22 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
 // interpreter runs the function, whose End leaves the result.
 CLumsVarValue* CLumFastForm::UserCall(CLumBasic& basic, SLumFastExpr& expr)
 {
-    // While a call that gave up a closed run runs the regular way, the calls it makes
-    // from the same place, one run deeper or more, run that way too: trying again at
-    // every level of a recursion would cost the depth's square.
     int nRun = CLumDepthGuard::GetDepth(CLumDepthGuard::RUN);
-    bool fRedo = false;
-    if (expr.m_nRegularFrom == 0 || nRun < expr.m_nRegularFrom)
-    {
-        expr.m_nRegularFrom = 0;
-        if (CLumsVarValue* pResult = CallClosed(basic, expr))
-            return pResult;
-        expr.m_nRegularFrom = nRun + 1;
-        fRedo = true;
-    }
+    if (CLumsVarValue* pClosed = CallClosed(basic, expr, nRun))
+        return pClosed;
     CLumsVarValue* pResult = CallRegular(basic, expr);
-    if (fRedo)
+    // The regular run that this call began is over: calls from here may try again.
+    if (expr.m_nRegularFrom == nRun + 1)
         expr.m_nRegularFrom = 0;
     return pResult;
 }
 
-// The result of a closed run of the call, null where it gave up.
-CLumsVarValue* CLumFastForm::CallClosed(CLumBasic& basic, SLumFastExpr& expr)
+// The result of a closed run of the call, null where it gave up or was not tried.
+// Apart from UserCall, whose frame recursion stacks up.
+CLumsVarValue* CLumFastForm::CallClosed(CLumBasic& basic, SLumFastExpr& expr, int nRun)
 {
     SLumNumber closed;
-    if (!RunClosed(basic, expr, closed))
+    if (!TryClosed(expr, nRun, [&] { return RunClosed(basic, expr, closed); }))
         return nullptr;
     std::unique_ptr<CLumsVarValue> pResult(new CLumsVarValue());
     LumFastStore(*pResult, closed);
