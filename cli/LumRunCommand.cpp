@@ -23,7 +23,7 @@ namespace
 const char* const USAGE =
     "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
     "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-    "           [--extensions FILE] IMAGE|SOURCE";
+    "           [--extensions FILE] [--plain] IMAGE|SOURCE";
 
 // A whole decimal number that fits an int.
 bool ParseAnswer(const std::string& str, int& nAnswer)
@@ -92,6 +92,7 @@ struct RunOptions
     bool m_fStrict = false;
     bool m_fTrail = false;
     bool m_fAnswer = false;
+    bool m_fPlain = false;
     int m_nAnswer = 0;
     unsigned long long m_nMaxSteps = 0;
     unsigned long long m_nMaxMegabytes = 0;
@@ -123,6 +124,8 @@ bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage
             options.m_fStrict = true;
         else if (str == "--trail")
             options.m_fTrail = true;
+        else if (str == "--plain")
+            options.m_fPlain = true;
         else if (str == "--max-steps" && i + 1 < aArgs.size())
             fOk = ParseCount(aArgs[++i], ULONG_MAX, options.m_nMaxSteps);
         else if (str == "--max-memory" && i + 1 < aArgs.size())
@@ -196,6 +199,7 @@ int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::
         modules.AttachTo(cBasic);
         cBasic.SetStatementLimit(static_cast<unsigned long>(options.m_nMaxSteps));
         cBasic.SetMemoryLimit(static_cast<size_t>(options.m_nMaxMegabytes << 20));
+        cBasic.SetFastPaths(!options.m_fPlain);
         CStopOnInterrupt stopOnInterrupt(cBasic);
         if (file.m_fSource)
             cBasic.DoMemory(aSource.data(), aSource.size());

@@ -176,7 +176,7 @@ void CLumBasic::RunLoopFrom(SLumFastStep* pStart)
         int nResult = 0;
         // A derived class may replace any handler, and attached modules see every
         // statement through the dispatch: both run from the stream alone.
-        if (wToken != 0 && IsPlainAccess() && m_pExtModuls->empty())
+        if (wToken != 0 && TakesFastPaths() && m_pExtModuls->empty())
             pFile->GetFastForm().Run(*this, wToken, nResult, pStart);
         while (wToken != 0 && nResult == 0)
         {

@@ -114,7 +114,7 @@ bool CLumBasic::FindPlainAccess()
 
 CLumsVarValue* CLumBasic::CachedVar(CLumNameCache& cache, const char* pszName)
 {
-    if (!IsPlainAccess())
+    if (!TakesFastPaths())
         return nullptr;
     if (CLumsVarValue* pValue = CachedVarOrNull(cache))
         return pValue;

@@ -294,6 +294,7 @@ int CLumBasic::Import()
             // A plain interpreter of its own stacks, sharing store and table only.
             CLumBasic cImport(m_pVariables, m_pFunctions);
             cImport.m_pBudget = m_pBudget;
+            cImport.m_fFastPaths = m_fFastPaths;
             HandUpImports handUp{m_cImportFiles, cImport.m_cImportFiles};
             std::unique_ptr<CLumBasicFile> pFile(cImport.DoImport(pPath->GetText(), m_pDebugger));
             m_cImportFiles.push_back(pFile.get());

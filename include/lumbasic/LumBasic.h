@@ -98,6 +98,13 @@ public:
     {
         m_cBudget.m_nWatch.fetch_or(SLumRunBudget::STOP, std::memory_order_relaxed);
     }
+    // Whether runs take the fast paths: the fast form, functions run whole, names
+    // remembered where they were found. On by default. Off, every statement runs from
+    // the image through its handler and every name is looked up anew: slower, and the
+    // same in every result, failure, trail and count, which makes it the twin to
+    // compare with where the fast paths are suspected. Imports follow the importer.
+    void SetFastPaths(bool fOn) { m_fFastPaths = fOn; }
+    bool GetFastPaths() const { return m_fFastPaths; }
 
     // The extension module chain. LoadExtModul attaches a module at the chain's end
     // and takes ownership; it stays attached across runs until UnLoadAllExtModuls,
@@ -210,6 +217,7 @@ protected:
     // Whether this object's variable access is the one of this class: only then may
     // the run remember where a name was found. -1 until asked.
     int m_nPlainAccess = -1;
+    bool m_fFastPaths = true;
 
     // The variable `pszName` resolves to now, as GetVar gives it, remembered in
     // `cache`. Null when this object resolves names its own way (a derived class
@@ -218,8 +226,13 @@ protected:
     CLumsVarValue* CachedVar(CLumNameCache& cache, const char* pszName);
     // Whether a store must go through SetVar for the change notice of debug mode: the
     // notice of this class goes nowhere, so only a derived class needs it.
-    bool NeedsChangeNotice() { return m_fDebugMode && !IsPlainAccess(); }
-    bool IsPlainAccess() { return m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess(); }
+    bool NeedsChangeNotice() { return m_fDebugMode && !TakesFastPaths(); }
+    // Whether a run may take the fast form and remember names: the fast paths are on
+    // and the variable access is this class's own.
+    bool TakesFastPaths()
+    {
+        return m_fFastPaths && (m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess());
+    }
     bool FindPlainAccess();
     void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
     // The variable that `cache` still names, or null when it names none any more.
