@@ -440,11 +440,7 @@ bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)
 LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
 {
     SLumNumber n;
-    if (step.m_cType == '$')
-        return GiveUp();
-    if (step.m_fCommitted  ? !ClosedValue(basic, *step.m_pExpr, frame, n)
-        : !step.m_fNumeric ? GiveUp()
-                           : !ClosedLeaf(*step.m_pExpr, n))
+    if (step.m_cType == '$' || !ClosedExpression(basic, step, frame, n))
         return false;
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr)
@@ -460,12 +456,22 @@ LUM_HOT bool CLumFastForm::ClosedCondition(CLumBasic& basic, SLumFastStep& step,
                                            bool& fTrue)
 {
     SLumNumber n;
-    if (step.m_fCommitted  ? !ClosedValue(basic, *step.m_pExpr, frame, n)
-        : !step.m_fNumeric ? GiveUp()
-                           : !ClosedLeaf(*step.m_pExpr, n))
+    if (!ClosedExpression(basic, step, frame, n))
         return false;
     fTrue = LumFastTruth(n);
     return true;
+}
+
+// The number a statement's expression gives: with its calls, or computed throughout
+// as a number. Anything else (a text, a comparison of texts) is for the regular way.
+LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
+                                            SLumNumber& out)
+{
+    if (step.m_fCommitted)
+        return ClosedValue(basic, *step.m_pExpr, frame, out);
+    if (!step.m_fNumeric)
+        return GiveUp();
+    return ClosedLeaf(*step.m_pExpr, out);
 }
 
 // A value as EvalFramed computes it, where that is a number (not an empty value).

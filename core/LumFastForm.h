@@ -562,6 +562,7 @@ private:
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
+    bool ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLumNumber& out);
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
