@@ -188,19 +188,19 @@ void CLumFastForm::EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVar
     // Inside the expression the regular way holds open already; where an index of it
     // might pass the nesting limit, the machinery counts and reports it.
     SLift lift(m_nLift, 0);
-    bool fDone = CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + expr.m_nLevels <=
-                     CLumExpression::MAX_NESTING &&
-                 LumSucceeds([&] {
-        SLumNumber n;
-        if (!expr.m_fNumericValue)
-            EvalValue(basic, expr, out);
-        else if (!EvalNumber(basic, expr, n))
-            throw std::exception();
-        else if (n.m_fDouble)
-            out = n.m_dDouble;
-        else
-            out = static_cast<long>(n.m_nLong);
-    });
+    bool fFits =
+        CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + expr.m_nLevels <= CLumExpression::MAX_NESTING;
+    bool fDone = fFits && LumSucceeds([&] {
+                     SLumNumber n;
+                     if (!expr.m_fNumericValue)
+                         EvalValue(basic, expr, out);
+                     else if (!EvalNumber(basic, expr, n))
+                         throw std::exception();
+                     else if (n.m_fDouble)
+                         out = n.m_dDouble;
+                     else
+                         out = static_cast<long>(n.m_nLong);
+                 });
     if (!fDone)
         Machinery(basic, expr.m_pNode, out);
 }
