@@ -139,22 +139,20 @@ void CLumFastForm::Undo()
     for (size_t i = m_aUndo.size(); i-- > 0;)
     {
         const SUndo& undo = m_aUndo[i];
-        if (undo.m_nType == CLumsVarValue::VT_EMPTY)
-            *undo.m_pValue = CLumsVarValue();
-        else
-            LumFastStore(*undo.m_pValue, undo.m_cNumber);
+        LumFastStore(*undo.m_pValue, undo.m_cNumber);
     }
     m_aUndo.clear();
 }
 
 // Notes a variable's value before a closed run writes it for the first time. Only a
-// number or an empty value is noted: a string would be more than a number to put back.
+// number is noted: a string would be more to put back, and an empty value, which no
+// statement stores and a variable found before never holds, is left to the regular way.
 LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    SUndo undo{&target, target.GetType(), {}};
-    if (!LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
+    SUndo undo{&target, {}};
+    if (!target.IsNumber() || !LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
         return GiveUp();
     m_aUndo.push_back(undo);
     kept = SLumKept{m_nClosedRun, &target};

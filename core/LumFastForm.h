@@ -539,7 +539,6 @@ private:
     struct SUndo
     {
         CLumsVarValue* m_pValue;
-        int m_nType;
         SLumNumber m_cNumber;
     };
     // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
