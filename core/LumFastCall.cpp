@@ -316,6 +316,7 @@ CLumFastForm::EOutcome CLumFastForm::End(CLumBasic& basic, SLumFastStep& step)
     names.Drop();
     m_nScope = names.GetScope();
     m_pReturnTo = static_cast<SLumFastStep*>(pCall->m_pFastCaller);
+    basic.NoteReturn(pCall->m_nCallerLine);
     delete calls.Pop();
     return RETURN;
 }

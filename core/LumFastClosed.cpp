@@ -97,6 +97,9 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
         if (fCounted)
             budget.m_nCount += m_nClosedSteps;
         site.m_nClosedWarmups = 0;
+        // Markers passed: the calls returned, as the regular way's would.
+        if (basic.m_nLine != nLine)
+            basic.NoteReturn(nLine == basic.m_nReturnedLine ? basic.m_nReturnedTo : nLine);
         return true;
     }
     Undo();

@@ -360,6 +360,7 @@ LUM_HOT CLumsVarValue* CLumFastForm::CallRegular(CLumBasic& basic, SLumFastExpr&
         if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
             LumRaise(LUM_MSG_END_SUB_IN_FUNCTION);
         std::unique_ptr<CallData> pCall(stack.Pop());
+        basic.NoteReturn(pCall->m_nCallerLine);
         CLumsVarValue* pResult = pCall->m_pResult;
         pCall->m_pResult = nullptr;
         basic.m_pQuelle->SetMemoryMode(nullptr);

@@ -23,6 +23,7 @@ CLumsVarValue* CLumExpression::UserFunction()
         if (stack.IsEmpty() || stack.Top()->m_pResult == nullptr)
             LumRaise(LUM_MSG_END_SUB_IN_FUNCTION);
         std::unique_ptr<CallData> pCall(stack.Pop());
+        pBasic->NoteReturn(pCall->m_nCallerLine);
         CLumsVarValue* pResult = pCall->m_pResult;
         pCall->m_pResult = nullptr;
         return pResult;

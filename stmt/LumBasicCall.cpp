@@ -155,7 +155,7 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
         LumRaise(LUM_MSG_CALLS_TOO_DEEP, MAX_CALL_DEPTH);
     std::unique_ptr<CallData> pCall(new CallData());
     pCall->m_pReturn = m_pQuelle->GetPosition();
-    pCall->m_nCallerLine = m_nLine;
+    pCall->m_nCallerLine = CallerLine();
     pCall->m_nDepth = m_cFunctionStack.GetCount();
     pCall->m_fSourceChanged =
         nSourceChanged >= 0 ? nSourceChanged : m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
@@ -198,7 +198,7 @@ void CLumBasic::AddCallSites(CLumsException& e) const
     // The line each procedure stood at: the innermost at the failing line, each other
     // at the line from which the one above it was called.
     const size_t nKeep = CLumsException::MAX_HEAD + CLumsException::MAX_TAIL;
-    long nLine = m_nLine;
+    long nLine = CallerLine();
     for (int i = nNames - 1; i >= 0; --i)
     {
         size_t nFromTop = static_cast<size_t>(nNames - 1 - i);
@@ -268,6 +268,7 @@ int CLumBasic::End()
         }
         if (pCall->m_fSourceChanged)
             m_pDebugger->RecallSource();
+        NoteReturn(pCall->m_nCallerLine);
         return 0;
     });
 }

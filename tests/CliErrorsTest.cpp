@@ -145,7 +145,8 @@ TEST(CliErrors, StrictWarnsOfVariablesNothingAssignsUnlessVarsFillsThem)
 }
 
 // The report of a failed run: the message at the failing line of the source the
-// failing procedure came from, then the calls that led there, innermost first. An
+// failing procedure came from, then the calls that led there, innermost first, each at
+// the line of its statement also where a call before it in that statement returned. An
 // imported image's procedure, the run of an imported image, a recursion, a program
 // without line markers; --trail gives the whole trail instead.
 TEST(CliErrors, AFailedRunIsReportedAtItsSourceLineWithItsCalls)
@@ -159,9 +160,11 @@ TEST(CliErrors, AFailedRunIsReportedAtItsSourceLineWithItsCalls)
           "    Call Show(1)\n"
           "End Sub\n"
           "Sub Show(v)\n"
-          "    y = Ratio(v, 0)\n"
+          "    y = Ratio(v, 1) + Ratio(v, 0)\n"
           "End Sub\n");
     Write(dir, "setup.lbd", "Sub Main\n    x = 1\n    y = x / 0\nEnd Sub\n");
+    Write(dir, "after.lbd",
+          "Sub Main\n    r = G(1) + 1 / 0\nEnd Sub\nFunction G(k)\n    G = k\nEnd Function\n");
     Write(dir, "start.lbd", "Sub Main\n    Import \"setup.lbc\"\nEnd Sub\n");
     Write(dir, "missing.lbd", "Sub Main\n    x = 1\n    Import \"nowhere.lbc\"\nEnd Sub\n");
     Write(dir, "deep.lbd",
@@ -184,6 +187,7 @@ TEST(CliErrors, AFailedRunIsReportedAtItsSourceLineWithItsCalls)
         {"invoice.lbd", strInvoice},
         {"invoice.img", strInvoice},
         {"setup.lbd", "setup.lbd:3: Division durch Null.\n"},
+        {"after.lbd", "after.lbd:2: Division durch Null.\n"},
         {"bare.lbc", "setup.lbd: Division durch Null.\n"},
         {"start.lbd", "setup.lbd:3: Division durch Null.\n"
                       "  in Main of setup.lbd, imported by Main at start.lbd:2\n"},

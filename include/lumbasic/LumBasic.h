@@ -263,6 +263,18 @@ private:
     // `nSourceChanged` is whether the procedure's source differs from the running one,
     // -1 to find out.
     void EnterProcedure(const CallInfo* pInfo, int nSourceChanged = -1);
+    // A procedure called at `nCallerLine` returned. Its last line stays in m_nLine
+    // until the caller's next marker, as failures report it; the call sites of a
+    // failure and of further calls from the same statement name the caller's line.
+    void NoteReturn(long nCallerLine)
+    {
+        m_nReturnedLine = m_nLine;
+        m_nReturnedTo = nCallerLine;
+    }
+    // The line of the statement running in the procedure on top.
+    long CallerLine() const { return m_nLine == m_nReturnedLine ? m_nReturnedTo : m_nLine; }
+    long m_nReturnedLine = -1;
+    long m_nReturnedTo = 0;
     // Runs the image at `pszPath` as an import and gives its file, which the caller owns.
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
 };
