@@ -49,8 +49,8 @@ TEST(Cli, FailurePrintsTheTrailAndStillDumps)
 TEST(Cli, WrongUsageExitsWithTwo)
 {
     CImageDir dir;
-    for (const char* pszArgs :
-         {"", "run", "fly x.lbc", "run --bogus x.lbc", "run a.lbc b.lbc", "profile", "profile --bogus a.lbd"})
+    for (const char* pszArgs : {"", "run", "fly x.lbc", "run --bogus x.lbc", "run a.lbc b.lbc", "profile",
+                                "profile --bogus a.lbd", "compile", "dis a b"})
     {
         CliResult o = RunCli(dir, pszArgs);
         EXPECT_EQ(o.m_nStatus, 2) << pszArgs;
