@@ -20,15 +20,6 @@ std::vector<std::string> Joined(std::vector<std::string> a, const std::vector<st
 }
 } // namespace
 
-TEST(Trail, UnknownTokenNamesItInHexWithEveryFrame)
-{
-    CLumBasic basic;
-    CLumImageWriter w;
-    w.Token(0x0581);
-    w.Terminator();
-    EXPECT_EQ(RunImage(basic, w.Finish()), Joined({"Kein Befehl mit dem Token 581 bekannt."}, RUN_FRAMES));
-}
-
 TEST(Trail, LineMarkerAddsTheLineOfTheFailingStatement)
 {
     for (long nLine : {1L, 7L})
