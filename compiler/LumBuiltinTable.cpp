@@ -41,6 +41,12 @@ const SLumBuiltin* LumFindBuiltin(std::string_view name)
     return nullptr;
 }
 
+const SLumBuiltin* LumBuiltins(size_t& nCount)
+{
+    nCount = sizeof(s_aBuiltins) / sizeof(s_aBuiltins[0]);
+    return s_aBuiltins;
+}
+
 const char* LumOperatorSymbol(unsigned short wToken)
 {
     switch (wToken)

@@ -2,6 +2,7 @@
 // table serves the code generator (names, argument checks) and the documentation.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 // What an expression is known to give before it runs.
@@ -25,6 +26,8 @@ struct SLumBuiltin
 
 // The entry for a name, case-insensitive, "Left$" and "Left" alike; null if none.
 const SLumBuiltin* LumFindBuiltin(std::string_view name);
+// The whole table, `nCount` entries.
+const SLumBuiltin* LumBuiltins(size_t& nCount);
 
 // The source text of an operator token ("+", "<>", "And"); null for any other token.
 const char* LumOperatorSymbol(unsigned short wToken);

@@ -1,6 +1,7 @@
 #include "LumCodeGen.h"
 
 #include "LumLexer.h"
+#include "LumNearMiss.h"
 
 #include <stdexcept>
 
@@ -53,17 +54,34 @@ const CLumCodeGen::ProcInfo* CLumCodeGen::FindProc(const std::string& strName) c
     return it == m_mapProcs.end() ? nullptr : &it->second;
 }
 
-// Names are case-sensitive; a near miss in case is the likeliest fault, so say so.
+// An unknown name is most often a slip on a known one, so the nearest one that could
+// stand here is named: in a statement a procedure or a statement of the host, in an
+// expression a procedure, an array or a function.
 std::string CLumCodeGen::UnknownName(const std::string& strName, bool fStatement) const
 {
+    CLumNearMiss nearMiss(strName);
     for (const auto& entry : m_mapProcs)
-        if (LumEqualsNoCase(entry.first, strName))
-            return "'" + strName + "' is not declared; names are case-sensitive, did you mean '" +
-                   entry.first + "'?";
-    for (const std::string& strArray : m_setArrays)
-        if (LumEqualsNoCase(strArray, strName))
-            return "'" + strName + "' is not declared; names are case-sensitive, did you mean '" + strArray +
-                   "'?";
+        nearMiss.Offer(entry.first);
+    if (!fStatement)
+        for (const std::string& strArray : m_setArrays)
+            nearMiss.Offer(strArray);
+    size_t nBuiltins = 0;
+    const SLumBuiltin* pBuiltins = LumBuiltins(nBuiltins);
+    for (size_t i = 0; i < nBuiltins; ++i)
+        if (!fStatement || pBuiltins[i].m_wToken == LBT_SHOWMESSAGE)
+        {
+            std::string_view name(pBuiltins[i].m_pszName);
+            nearMiss.Offer(name);
+            if (name.back() == '$')
+                nearMiss.Offer(name.substr(0, name.size() - 1));
+        }
+    if (m_options.m_pExtensions != nullptr)
+        for (const CLumExtensionTable::Entry& entry : m_options.m_pExtensions->GetEntries())
+            if (entry.m_fFunction != fStatement)
+                nearMiss.Offer(entry.m_strName);
+    std::string strMeant = nearMiss.DidYouMean();
+    if (!strMeant.empty())
+        return "'" + strName + "' is not declared; " + strMeant;
     if (fStatement)
         return "'" + strName +
                "' is not a declared procedure: a procedure of an imported image needs 'Declare Sub " +
@@ -71,6 +89,15 @@ std::string CLumCodeGen::UnknownName(const std::string& strName, bool fStatement
     return "'" + strName +
            "' is neither an array nor a declared procedure: Dim the array, or Declare a procedure of an "
            "imported image";
+}
+
+// The arrays near a name that is used as one but is none.
+std::string CLumCodeGen::NearArray(const std::string& strName) const
+{
+    CLumNearMiss nearMiss(strName);
+    for (const std::string& strArray : m_setArrays)
+        nearMiss.Offer(strArray);
+    return nearMiss.DidYouMean();
 }
 
 bool CLumCodeGen::CheckNewName(const std::string& strName, SLumPos pos, const char* pszWhat)

@@ -61,6 +61,7 @@ private:
     bool CheckTypeWord(const std::string& strName, const std::string& strType, SLumPos pos);
     const ProcInfo* FindProc(const std::string& strName) const;
     std::string UnknownName(const std::string& strName, bool fStatement) const;
+    std::string NearArray(const std::string& strName) const;
     static bool IsMainName(const std::string& strName);
     static ELumType TypeOfName(const std::string& strName);
 

@@ -216,8 +216,9 @@ CLumCodeGen::Typed CLumCodeGen::NameOf(const CLumExpr& expr)
         return Typed{CLumTree::Variable(target.m_strText, true), ELumType::String};
     if (m_setArrays.count(target.m_strText) == 0)
     {
-        Error(target.m_pos,
-              "NameOf needs a variable or an element of an array; '" + target.m_strText + "' is no array");
+        std::string strMeant = NearArray(target.m_strText);
+        Error(target.m_pos, "NameOf needs a variable or an element of an array: '" + target.m_strText +
+                                "' is no array" + (strMeant.empty() ? "" : "; " + strMeant));
         return Placeholder();
     }
     return Typed{ArrayElement(target, target.m_strText, target.m_aArgs, true), ELumType::String};

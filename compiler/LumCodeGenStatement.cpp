@@ -100,7 +100,11 @@ void CLumCodeGen::EmitAssign(const CLumStmt& stmt)
     if (fArray && !stmt.m_fHasIndices)
         Error(stmt.m_pos, "'" + stmt.m_strName + "' is an array; assign to one of its elements");
     else if (!fArray && stmt.m_fHasIndices)
-        Error(stmt.m_pos, "'" + stmt.m_strName + "' is not an array; Dim " + stmt.m_strName + "(...) first");
+    {
+        std::string strMeant = NearArray(stmt.m_strName);
+        Error(stmt.m_pos, "'" + stmt.m_strName + "' is not an array; " +
+                              (strMeant.empty() ? "Dim " + stmt.m_strName + "(...) first" : strMeant));
+    }
     else
         CheckAssignable(stmt.m_strName, value.m_eType, stmt.m_pos);
     m_writer.Token(LBT_ASSIGN);

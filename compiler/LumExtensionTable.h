@@ -28,6 +28,7 @@ public:
     const Entry* Find(std::string_view name) const;
     const Entry* FindToken(unsigned short wToken) const;
     bool IsEmpty() const { return m_aEntries.empty(); }
+    const std::vector<Entry>& GetEntries() const { return m_aEntries; }
 
 private:
     std::vector<Entry> m_aEntries;

@@ -2,6 +2,7 @@
 
 #include "LumBuiltinTable.h"
 #include "LumLexer.h"
+#include "LumNearMiss.h"
 
 #include <map>
 #include <set>
@@ -294,14 +295,39 @@ public:
             if (m_setAssigned.count(strName) > 0 ||
                 (m_options.m_pHostNames != nullptr && m_options.m_pHostNames->count(strName) > 0))
                 continue;
-            m_diagnostics.Warning(read.second, "'" + strName +
-                                                   "' is read but assigned nowhere in the program; if the "
-                                                   "host or an imported program sets it, say so with Dim " +
-                                                   strName + " in Sub Main");
+            std::string strMeant = NearAssigned(strName, read.second.second);
+            m_diagnostics.Warning(read.second.first,
+                                  "'" + strName + "' is read but assigned nowhere in the program; " +
+                                      (strMeant.empty() ? "if" : strMeant + " If") +
+                                      " the host or an imported program sets it, say so with Dim " + strName +
+                                      " in Sub Main");
         }
     }
 
 private:
+    // The variable of the same type nearest to an unassigned one: a global assigned
+    // somewhere, one the host fills, or one the reading procedure keeps itself.
+    std::string NearAssigned(const std::string& strName, const CLumProc* pProc) const
+    {
+        CLumNearMiss nearMiss(strName);
+        auto offer = [&](const NameSet& setNames) {
+            for (const std::string& strOther : setNames)
+                if (TypeChar(strOther) == TypeChar(strName))
+                    nearMiss.Offer(strOther);
+        };
+        offer(m_setAssigned);
+        if (m_options.m_pHostNames != nullptr)
+            offer(*m_options.m_pHostNames);
+        offer(LocalsOf(pProc));
+        return nearMiss.DidYouMean();
+    }
+
+    static char TypeChar(const std::string& strName)
+    {
+        char c = strName.empty() ? '\0' : strName.back();
+        return c == '$' || c == '%' ? c : '\0';
+    }
+
     void CollectArrays(const Block& block)
     {
         for (const auto& pStmt : block)
@@ -357,10 +383,10 @@ private:
             {
                 auto it = m_mapReads.find(expr.m_strText);
                 if (it == m_mapReads.end())
-                    m_mapReads.emplace(expr.m_strText, expr.m_pos);
+                    m_mapReads.emplace(expr.m_strText, std::make_pair(expr.m_pos, m_pProc));
                 else if (std::make_pair(expr.m_pos.m_nLine, expr.m_pos.m_nColumn) <
-                         std::make_pair(it->second.m_nLine, it->second.m_nColumn))
-                    it->second = expr.m_pos;
+                         std::make_pair(it->second.first.m_nLine, it->second.first.m_nColumn))
+                    it->second = std::make_pair(expr.m_pos, m_pProc);
             }
             return;
         case ELumExpr::NameOf:
@@ -456,8 +482,8 @@ private:
     const CLumProc* m_pProc = nullptr;
     NameSet m_setLocals;
     NameSet m_setAssigned;
-    // Each global read, at its first place in the source.
-    std::map<std::string, SLumPos> m_mapReads;
+    // Each global read, at its first place in the source, with the procedure there.
+    std::map<std::string, std::pair<SLumPos, const CLumProc*>> m_mapReads;
     bool m_fAnyTarget = false;
 };
 } // namespace

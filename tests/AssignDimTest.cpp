@@ -78,17 +78,6 @@ TEST(Assign, FailuresKeepTheTargetAsItWas)
     }
 }
 
-TEST(Assign, OutsideEveryProcedureIsRefused)
-{
-    CLumBasic basic;
-    CLumImageWriter w;
-    AssignName(w, "x", CLumTree::LongConst(1));
-    w.Terminator();
-    std::vector<std::string> trail = RunImage(basic, w.Finish());
-    ASSERT_FALSE(trail.empty());
-    EXPECT_EQ(trail[0], LoadMessage(57040));
-}
-
 TEST(Dim, AsDecidesTheTypeOfALocalOverItsName)
 {
     CLumVariables vars;

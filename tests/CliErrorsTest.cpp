@@ -31,6 +31,7 @@ TEST(CliErrors, AFileThatCannotBeOpenedNamesTheReason)
         {"run .", "lumbasic: .: Is a directory\n"},
         {"debug folder.lbd", "lumbasic: folder.lbd: Is a directory\n"},
         {"compile folder.lbd", "lumbasic: folder.lbd: Is a directory\n"},
+        {"compile missing.lbd", "lumbasic: missing.lbd: No such file or directory\n"},
         {"dis missing.lbc", "lumbasic: missing.lbc: No such file or directory\n"},
         {"run --vars missing.vars prog.lbd", "lumbasic: missing.vars: No such file or directory\n"},
         {"run --vars folder.lbd prog.lbd", "lumbasic: folder.lbd: Is a directory\n"},

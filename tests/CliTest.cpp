@@ -1,25 +1,8 @@
-// The command-line host's run command: store in and out, failures, usage.
+// The command-line host's run command: the trail of a failure, usage.
 #include "tests/LumImageDir.h"
 #include "tests/LumTestSupport.h"
 
-#include <fstream>
-
 using namespace lumtest;
-
-TEST(Cli, RunFillsAndDumpsTheStore)
-{
-    CImageDir dir;
-    std::string strImage = dir.Save(
-        "double.lbc", MainProgram([](CLumImageWriter& w) {
-            AssignName(w, "n%",
-                       CLumTree::Operator(LBT_MUL, CLumTree::Variable("n%"), CLumTree::LongConst(2)));
-        }));
-    std::ofstream(dir.Path("vars.txt")) << "L:n%=21\nS:keep$=a b\n";
-    CliResult o = RunCli(dir, "run --vars vars.txt --dump " + strImage);
-    EXPECT_EQ(o.m_nStatus, 0);
-    EXPECT_EQ(o.m_strOut, "L:n%=42\nS:keep$=a b\n");
-    EXPECT_EQ(o.m_strErr, "");
-}
 
 // --trail prints the whole trail, each frame's labels too; without it the report of
 // tests/CliErrorsTest.cpp.
@@ -49,8 +32,8 @@ TEST(Cli, FailurePrintsTheTrailAndStillDumps)
 TEST(Cli, WrongUsageExitsWithTwo)
 {
     CImageDir dir;
-    for (const char* pszArgs :
-         {"", "run", "fly x.lbc", "run --bogus x.lbc", "run a.lbc b.lbc", "profile", "profile --bogus a.lbd"})
+    for (const char* pszArgs : {"", "run", "fly x.lbc", "run --bogus x.lbc", "run a.lbc b.lbc", "profile",
+                                "profile --bogus a.lbd", "compile", "dis a b"})
     {
         CliResult o = RunCli(dir, pszArgs);
         EXPECT_EQ(o.m_nStatus, 2) << pszArgs;

@@ -103,6 +103,68 @@ TEST(CompilerErrors, ConstructsThatWouldRunWronglyAreRefused)
         EXPECT_EQ(Errors(c.m_pszSource), c.m_pszErrors) << c.m_pszSource;
 }
 
+// An unknown name suggests the known one nearest to it that could stand there, if one
+// is near enough for its length; with --strict a variable that nothing assigns suggests
+// an assigned one of its type.
+TEST(CompilerErrors, AnUnknownNameSuggestsTheNearestKnownOne)
+{
+    CLumExtensionTable extensions;
+    CLumDiagnostics tableDiagnostics;
+    extensions.Parse("statement Input 0x2083\nfunction Fetch 0x2084\n", tableDiagnostics);
+    SLumCompileOptions strict;
+    strict.m_fStrict = true;
+    strict.m_pExtensions = &extensions;
+    auto diagnose = [&](const std::string& strMain) {
+        std::vector<uint8_t> aImage;
+        return CompileText("Dim total(3)\nFunction Discount(x)\n  Discount = x\nEnd Function\nSub Report(a)\n"
+                           "End Sub\nSub Main\n  " +
+                               strMain + "\nEnd Sub\n",
+                           aImage, strict);
+    };
+    const std::pair<const char*, const char*> aCases[] = {
+        {"net = 1 - Discont(1)", "did you mean 'Discount'?"},
+        {"Reprot 1", "did you mean 'Report'?"},
+        {"x = Roudn(1.5)", "did you mean 'Round'?"},
+        {"s$ = Lef$(\"ab\", 1)", "did you mean 'Left$'?"},
+        {"s$ = Lft(\"ab\", 1)", "did you mean 'Left'?"},
+        {"ShowMesage \"a\", \"b\", 0", "did you mean 'ShowMessage'?"},
+        {"Inptu x", "did you mean 'Input'?"},
+        {"x = Fecth(1)", "did you mean 'Fetch'?"},
+        {"x = totl(1)", "did you mean 'total'?"},
+        {"totl(1) = 2", "did you mean 'total'?"},
+        {"n$ = NameOf(totl(1))", "did you mean 'total'?"},
+        {"amount = 1\n  net = amout", "did you mean 'amount'?"},
+        {"amount = 1\n  net = Amount", "names are case-sensitive, did you mean 'amount'?"},
+        {"End Sub\nSub Book(amount)\n  x = amout", "did you mean 'amount'?"},
+        // A statement is no function, a function no statement; a name of another type
+        // is no candidate; too many edits for the length, a two-letter name none.
+        {"Fecth 1", nullptr},
+        {"x = Inpt(1)", nullptr},
+        {"names$ = \"a\"\n  x = names", nullptr},
+        {"x = Dscnt(1)", nullptr},
+        {"x = Ab(-1)", nullptr},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strText = diagnose(c.first);
+        size_t nMeant = strText.find("did you mean");
+        std::string strMeant;
+        if (nMeant != std::string::npos)
+        {
+            size_t nStart = strText.rfind("; ", nMeant) + 2;
+            strMeant = strText.substr(nStart, strText.find('?', nMeant) + 1 - nStart);
+        }
+        EXPECT_NE(strText, "") << c.first;
+        EXPECT_EQ(strMeant, c.second ? c.second : "") << strText;
+    }
+    EXPECT_EQ(diagnose("net = 1 - Discont(1)"),
+              "t.lbd:8:13: error: 'Discont' is not declared; did you mean 'Discount'?\n");
+    EXPECT_EQ(
+        diagnose("amount = 1\n  net = amout"),
+        "t.lbd:9:9: warning: 'amout' is read but assigned nowhere in the program; did you mean 'amount'? "
+        "If the host or an imported program sets it, say so with Dim amout in Sub Main\n");
+}
+
 TEST(CompilerErrors, OnePassReportsEveryErrorInOrder)
 {
     const char* pszSource = "Sub Main\n"

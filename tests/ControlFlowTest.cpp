@@ -148,14 +148,6 @@ TEST(ControlFlow, ALoopLeftOpenByOneRunIsMetSafelyByTheNext)
 
 namespace
 {
-struct BadImage
-{
-    const char* m_pszWhat;
-    std::function<void(CLumImageWriter&)> m_body;
-    int m_nMessage;
-    const char* m_pszMethod;
-};
-
 void WriteFor(CLumImageWriter& w, int32_t nEnd = 1)
 {
     w.Token(LBT_FOR);
@@ -163,97 +155,78 @@ void WriteFor(CLumImageWriter& w, int32_t nEnd = 1)
     w.Expression(L(1));
     w.Expression(L(nEnd));
 }
+
+// A statement that skips back onto itself at `self`.
+std::function<void(CLumImageWriter&)> SkipOntoItself(unsigned short wToken)
+{
+    return [wToken](CLumImageWriter& w) {
+        CLumImageWriter::Label self = w.NewLabel();
+        w.Place(self);
+        w.Token(wToken);
+        int nSkip = w.Skip(self);
+        if (wToken == LBT_IF)
+        {
+            w.Expression(L(0));
+            w.SkipFrom(nSkip);
+        }
+    };
+}
 } // namespace
 
+// Structures that only a damaged image has, and skips that could only spin.
 TEST(ControlFlow, BadStructuresFailWithTheirMessage)
 {
-    const BadImage aCases[] = {
+    const struct
+    {
+        const char* m_pszWhat;
+        std::function<void(CLumImageWriter&)> m_body;
+        int m_nMessage;
+        const char* m_pszMethod;
+        unsigned m_nArgument;
+    } aCases[] = {
         {"If without condition", [](CLumImageWriter& w) { w.Token(LBT_IF), w.DWord(0), w.Separator(); },
-         LUM_MSG_IF_NO_CONDITION, "CLumBasic::If()"},
+         LUM_MSG_IF_NO_CONDITION, "CLumBasic::If()", 0},
         {"Else without If", [](CLumImageWriter& w) { w.Token(LBT_ELSE), w.DWord(0); }, LUM_MSG_ELSE_NO_IF,
-         "CLumBasic::Else()"},
+         "CLumBasic::Else()", 0},
         {"Else on a For",
          [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_ELSE), w.DWord(0);
          },
-         LUM_MSG_ELSE_NO_IF, "CLumBasic::Else()"},
+         LUM_MSG_ELSE_NO_IF, "CLumBasic::Else()", 0},
         {"For without end",
          [](CLumImageWriter& w) {
              w.Token(LBT_FOR), w.CountedText("i%"), w.Expression(L(1));
              w.Separator();
          },
-         LUM_MSG_FOR_NO_END, "CLumBasic::For()"},
+         LUM_MSG_FOR_NO_END, "CLumBasic::For()", 0},
         {"For without start",
          [](CLumImageWriter& w) { w.Token(LBT_FOR), w.CountedText("i%"), w.Separator(); },
-         LUM_MSG_FOR_NO_START, "CLumBasic::For()"},
+         LUM_MSG_FOR_NO_START, "CLumBasic::For()", 0},
         {"Next inside an If inside the For",
          [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_IF), w.DWord(0), w.Expression(L(1));
              w.Token(LBT_NEXT), w.DWord(0);
          },
-         LUM_MSG_BAD_NESTING, "CLumBasic::Next()"},
+         LUM_MSG_BAD_NESTING, "CLumBasic::Next()", 0},
         {"Next without For", [](CLumImageWriter& w) { w.Token(LBT_NEXT), w.DWord(0); }, LUM_MSG_NEXT_NO_FOR,
-         "CLumBasic::Next()"},
+         "CLumBasic::Next()", 0},
         {"EndIf took the For record",
          [](CLumImageWriter& w) {
              WriteFor(w);
              w.Token(LBT_ENDIF);
              w.Token(LBT_NEXT), w.DWord(0);
          },
-         LUM_MSG_NEXT_NO_FOR, "CLumBasic::Next()"},
+         LUM_MSG_NEXT_NO_FOR, "CLumBasic::Next()", 0},
         {"While without condition", [](CLumImageWriter& w) { w.Token(LBT_WHILE), w.DWord(0), w.Separator(); },
-         LUM_MSG_WHILE_NO_EXPRESSION, "CLumBasic::While()"},
+         LUM_MSG_WHILE_NO_EXPRESSION, "CLumBasic::While()", 0},
         {"Loop without condition",
          [](CLumImageWriter& w) { w.Token(LBT_LOOP), w.Word(LBT_WHILE), w.DWord(0), w.Separator(); },
-         LUM_MSG_LOOP_NO_EXPRESSION, "CLumBasic::Loop()"},
-    };
-    for (const BadImage& c : aCases)
-    {
-        SCOPED_TRACE(c.m_pszWhat);
-        CLumBasic basic;
-        CLumImageWriter w;
-        lumtest::Head(w, "Main");
-        c.m_body(w);
-        lumtest::EndProc(w);
-        w.Terminator();
-        std::vector<std::string> aTrail = RunImage(basic, w.Finish());
-        ASSERT_GE(aTrail.size(), 3u);
-        EXPECT_EQ(aTrail[0], LoadMessage(c.m_nMessage));
-        EXPECT_EQ(aTrail[1], "LUMBASICCOMMAND");
-        EXPECT_EQ(aTrail[2], c.m_pszMethod);
-    }
-}
-
-TEST(ControlFlow, SkipsThatCouldOnlySpinAreRefused)
-{
-    struct Case
-    {
-        const char* m_pszWhat;
-        std::function<void(CLumImageWriter&)> m_body;
-        int m_nMessage;
-        unsigned m_nArgument;
-    };
-    const Case aCases[] = {
-        {"If skipping backward onto itself",
-         [](CLumImageWriter& w) {
-             CLumImageWriter::Label self = w.NewLabel();
-             w.Place(self);
-             w.Token(LBT_IF);
-             int nSkip = w.Skip(self);
-             w.Expression(L(0));
-             w.SkipFrom(nSkip);
-         },
-         LUM_MSG_BAD_SKIP, LBT_IF},
-        {"Wend onto itself",
-         [](CLumImageWriter& w) {
-             CLumImageWriter::Label self = w.NewLabel();
-             w.Place(self);
-             w.Token(LBT_WEND);
-             w.Skip(self);
-         },
-         LUM_MSG_BAD_SKIP, LBT_WEND},
+         LUM_MSG_LOOP_NO_EXPRESSION, "CLumBasic::Loop()", 0},
+        {"If skipping backward onto itself", SkipOntoItself(LBT_IF), LUM_MSG_BAD_SKIP, "CLumBasic::If()",
+         LBT_IF},
+        {"Wend onto itself", SkipOntoItself(LBT_WEND), LUM_MSG_BAD_SKIP, "CLumBasic::Wend()", LBT_WEND},
         {"Next back onto its For",
          [](CLumImageWriter& w) {
              CLumImageWriter::Label loop = w.NewLabel();
@@ -262,21 +235,16 @@ TEST(ControlFlow, SkipsThatCouldOnlySpinAreRefused)
              w.Token(LBT_NEXT);
              w.Skip(loop);
          },
-         LUM_MSG_TOO_MANY_OPEN, 100000},
+         LUM_MSG_TOO_MANY_OPEN, "CLumBasic::For()", 100000},
     };
-    for (const Case& c : aCases)
+    for (const auto& c : aCases)
     {
         SCOPED_TRACE(c.m_pszWhat);
         CLumBasic basic;
-        CLumImageWriter w;
-        lumtest::Head(w, "Main");
-        c.m_body(w);
-        lumtest::EndProc(w);
-        w.Terminator();
-        std::vector<std::string> aTrail = RunImage(basic, w.Finish());
-        char szExpected[512];
-        snprintf(szExpected, sizeof szExpected, LoadMessage(c.m_nMessage).c_str(), c.m_nArgument);
-        ASSERT_FALSE(aTrail.empty());
-        EXPECT_EQ(aTrail[0], szExpected);
+        std::vector<std::string> aTrail = RunImage(basic, MainProgram(c.m_body));
+        ASSERT_GE(aTrail.size(), 3u);
+        EXPECT_EQ(aTrail[0], LumFormatForTest(LoadMessage(c.m_nMessage), c.m_nArgument));
+        EXPECT_EQ(aTrail[1], "LUMBASICCOMMAND");
+        EXPECT_EQ(aTrail[2], c.m_pszMethod);
     }
 }
