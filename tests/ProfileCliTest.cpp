@@ -61,7 +61,9 @@ TEST(ProfileCli, ALineCountsEachTimeItIsEntered)
     EXPECT_EQ(o.m_strErr, "");
     std::string strSource = std::filesystem::canonical(dir.Path("prog.lbd")).string();
     std::string strListing;
-    std::string strGcov = "        -:    0:Source:" + strSource + "\n        -:    0:Runs:2\n";
+    std::string strGcov = "        -:    0:Source:" + strSource +
+                          "\n        -:    0:Data:" + strSource.substr(0, strSource.size() - 4) +
+                          ".Profile\n        -:    0:Runs:2\n";
     std::string strLcov = "TN:\nSF:" + strSource + "\n";
     int nLine = 0, nFound = 0, nHit = 0;
     for (const LineShape& shape : s_aShapes)
@@ -95,4 +97,28 @@ TEST(ProfileCli, ALineCountsEachTimeItIsEntered)
         if (entry.path().filename() == "prog.lbd.gcov.html")
             strPage = dir.Read(std::filesystem::relative(entry.path(), dir.Dir()).string());
     EXPECT_NE(strPage.find("Tell j% : m = m + 1"), std::string::npos);
+}
+
+// A folder as `mktemp -d` makes it, tmp.XXXXXXXXXX, holds a dot: the files are named
+// after the path up to it and lie beside the folder. The run says so, and `profile`
+// finds them there.
+TEST(ProfileCli, TheCountsOfASourceInAFolderWithADotAreToldAndFound)
+{
+    CImageDir dir;
+    std::string strFolder = dir.Path("tmp.XXXXXXXXXX");
+    ASSERT_NE(mkdtemp(&strFolder[0]), nullptr);
+    std::ofstream(strFolder + "/price.lbd") << "Sub Main\n    p = 1\nEnd Sub\n";
+    std::string strSource = std::filesystem::canonical(strFolder + "/price.lbd").string();
+    std::string strStem = std::filesystem::canonical(dir.Dir()).string() + "/tmp";
+
+    CliResult o = RunCli(dir, "run --profile " + strFolder + "/price.lbd");
+    EXPECT_EQ(o.m_nStatus, 0);
+    EXPECT_EQ(o.m_strErr, "lumbasic: the counts of " + strSource + " are in " + strStem + ".Profile and " +
+                              strStem + "_Profile.txt, named after the source's path up to its first dot\n");
+    EXPECT_EQ(dir.Read("tmp_Profile.txt"), "      Sub Main\n00001     p = 1\n00001 End Sub\n");
+
+    o = RunCli(dir, "profile " + strFolder + "/price.lbd");
+    EXPECT_EQ(o.m_strOut, "        -:    0:Source:" + strSource + "\n        -:    0:Data:" + strStem +
+                              ".Profile\n        -:    0:Runs:1\n        -:    1:Sub Main\n"
+                              "        1:    2:    p = 1\n        1:    3:End Sub\n");
 }
