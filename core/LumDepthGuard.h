@@ -37,6 +37,22 @@ public:
     // for recursion that gives up instead of failing.
     static uintptr_t GetStackFloor();
     static int GetDepth(Kind eKind) { return s_anDepth[eKind]; }
+
+    // Counts `nLevels` more of a kind while it lives, unchecked: for a caller that went
+    // through those levels without guards and made sure the limit allows them, so that
+    // what it calls sees the depth it would see behind the guards.
+    class CLift
+    {
+    public:
+        CLift(Kind eKind, int nLevels) : m_eKind(eKind), m_nLevels(nLevels) { s_anDepth[eKind] += nLevels; }
+        ~CLift() { s_anDepth[m_eKind] -= m_nLevels; }
+        CLift(const CLift&) = delete;
+        CLift& operator=(const CLift&) = delete;
+
+    private:
+        Kind m_eKind;
+        int m_nLevels;
+    };
     // The depths of all kinds at once, with one look at this thread's counts.
     static const int* GetDepths() { return s_anDepth; }
 

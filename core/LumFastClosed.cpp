@@ -60,7 +60,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
     m_pNames = &names;
-    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope()};
+    const int* pDepths = CLumDepthGuard::GetDepths();
+    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION]};
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
@@ -68,12 +69,10 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedDepth = 0;
     m_nClosedIfs = 0;
     m_fWarmUp = false;
-    // Well before any limit of the regular way, which then reports it.
-    const int* pDepths = CLumDepthGuard::GetDepths();
-    m_nClosedDepthLimit =
-        std::min({CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
-                  CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN],
-                  (CLumExpression::MAX_NESTING - 1 - pDepths[CLumDepthGuard::EXPRESSION]) / 2});
+    // Before the call and run limits of the regular way, which then reports them; the
+    // nesting of expressions is followed call by call (ClosedEnter).
+    m_nClosedDepthLimit = std::min(CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
+                                   CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN]);
     m_nStackFloor = CLumDepthGuard::GetStackFloor();
     m_cCheck = SLumClosedCheck{
         m_pStore, m_pStore->GetGeneration(), basic.m_pFunctions, basic.m_pFunctions->GetGeneration(),
@@ -109,10 +108,15 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     return false;
 }
 
+// The call stands in an expression that the regular way evaluates now.
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
 {
-    return Closed(basic, expr,
-                  [&](const SClosedFrame& caller) { return ClosedCall(basic, expr, caller, out); });
+    return Closed(basic, expr, [&](const SClosedFrame& caller) {
+        // The regular way evaluates the call now: its level is the one open here.
+        SClosedFrame at = caller;
+        at.m_nLevel -= 1 + expr.m_nArgDepth;
+        return ClosedCall(basic, expr, at, out);
+    });
 }
 
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
@@ -135,22 +139,20 @@ void CLumFastForm::Undo()
     for (size_t i = m_aUndo.size(); i-- > 0;)
     {
         const SUndo& undo = m_aUndo[i];
-        if (undo.m_nType == CLumsVarValue::VT_EMPTY)
-            *undo.m_pValue = CLumsVarValue();
-        else
-            LumFastStore(*undo.m_pValue, undo.m_cNumber);
+        LumFastStore(*undo.m_pValue, undo.m_cNumber);
     }
     m_aUndo.clear();
 }
 
 // Notes a variable's value before a closed run writes it for the first time. Only a
-// number or an empty value is noted: a string would be more than a number to put back.
+// number is noted: a string would be more to put back, and an empty value, which no
+// statement stores and a variable found before never holds, is left to the regular way.
 LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    SUndo undo{&target, target.GetType(), {}};
-    if (!LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
+    SUndo undo{&target, {}};
+    if (!target.IsNumber() || !LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
         return GiveUp();
     m_aUndo.push_back(undo);
     kept = SLumKept{m_nClosedRun, &target};
@@ -220,9 +222,10 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
 
 // A call: the arguments computed left to right and bound to the parameters' locals,
 // the body run to its End, which it gives, with the callee's scope.
+// The body runs at `nLevel`, the expressions the regular way holds open at the call.
 template <class Site>
 SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
-                                        const SClosedFrame& caller, uint64_t& nScope)
+                                        const SClosedFrame& caller, int nLevel, uint64_t& nScope)
 {
     if (site.m_nClosedRun != m_nClosedRun)
     {
@@ -231,8 +234,10 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         else if (!ClosedCallee(basic, site, args))
             return nullptr;
     }
+    // Each argument, and each statement of the body, is an expression of its own one
+    // level in; a body that opens none gives up where it need not, which costs nothing.
     int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit ||
+    if (nDepth >= m_nClosedDepthLimit || nLevel >= CLumExpression::MAX_NESTING ||
         reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
@@ -250,7 +255,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         LumFastStore(*param.m_cCache.m_pValue, aArgs[i], param.m_cType);
     }
     // The callee's names resolve in its scope, with more than one procedure running.
-    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1};
+    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     m_nClosedDepth = nDepth;
@@ -261,11 +266,14 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
 }
 
 // A function's call, with its result.
+// A function's call, with its result. The regular way calls it inside the expression
+// of its statement and those of the arguments around it.
 bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
                               SLumNumber& out)
 {
     uint64_t nScope = 0;
-    SLumFastStep* pEnd = ClosedEnter(basic, expr, expr.m_apIndices, caller, nScope);
+    SLumFastStep* pEnd =
+        ClosedEnter(basic, expr, expr.m_apIndices, caller, caller.m_nLevel + 1 + expr.m_nArgDepth, nScope);
     if (pEnd == nullptr)
         return false;
     if (pEnd->m_wLoopKind != LBT_FUNCTION)
@@ -277,7 +285,7 @@ bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClose
 bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
 {
     uint64_t nScope = 0;
-    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, nScope);
+    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope);
     return pEnd != nullptr && (pEnd->m_wLoopKind == LBT_SUB || GiveUp());
 }
 
@@ -467,6 +475,7 @@ LUM_HOT bool CLumFastForm::ClosedCondition(CLumBasic& basic, SLumFastStep& step,
 LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
                                             SLumNumber& out)
 {
+    // ClosedEnter made sure that the body's statements may open their expressions.
     if (step.m_fCommitted)
         return ClosedValue(basic, *step.m_pExpr, frame, out);
     if (!step.m_fNumeric)

@@ -119,6 +119,9 @@ struct SLumFastExpr : SLumFastCallSite
     bool m_fNumericValue = false;
     // Nothing in the tree below runs code of the program, shows a box or calls a module.
     bool m_fPure = true;
+    // The expressions the regular way opens inside this one where the fast form
+    // computes it itself: one for each index, and more for indices inside indices.
+    uint8_t m_nLevels = 0;
     // CONSTANT: the constant as a number, where it is one.
     bool m_fNumber = false;
     SLumNumber m_cNumber{};
@@ -131,8 +134,13 @@ struct SLumFastExpr : SLumFastCallSite
     // ELEMENT: the index expressions. USERCALL: the arguments.
     std::vector<SLumFastExpr*> m_apIndices;
     // USERCALL: where the arguments end in the node's data, the place a call returns
-    // to.
+    // to; and how many arguments of calls around it its statement holds it in, each an
+    // expression of its own for the regular way.
     const unsigned char* m_pArgsEnd = nullptr;
+    int m_nArgDepth = 0;
+    // OTHER: how many indices around it its statement holds it in, each an expression of
+    // its own for the regular way.
+    int m_nIndexDepth = 0;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -366,6 +374,10 @@ LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SL
 class CLumFastForm
 {
 public:
+    // The most expressions the regular way opens inside one that the fast form computes
+    // itself (indices inside indices); an element nested deeper goes to the machinery.
+    static constexpr int MAX_LEVELS = 8;
+
     CLumFastForm() = default;
     CLumFastForm(const CLumFastForm&) = delete;
     CLumFastForm& operator=(const CLumFastForm&) = delete;
@@ -438,6 +450,7 @@ private:
     bool CompileCall(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
+    static void SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth);
     static bool IsPure(const CLumTermNode* pNode);
 
     // Execution (LumFastRun.cpp).
@@ -519,11 +532,13 @@ private:
         const SLumFastStep* m_pHead;
         int m_nNames;
         uint64_t m_nScope;
+        // The expressions the regular way holds open while this procedure's statements
+        // run: each statement opens one more, each argument of a call one more again.
+        int m_nLevel;
     };
     struct SUndo
     {
         CLumsVarValue* m_pValue;
-        int m_nType;
         SLumNumber m_cNumber;
     };
     // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
@@ -552,7 +567,7 @@ private:
     bool ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args);
     template <class Site>
     SLumFastStep* ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
-                              const SClosedFrame& caller, uint64_t& nScope);
+                              const SClosedFrame& caller, int nLevel, uint64_t& nScope);
     bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out);
     bool ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
@@ -612,6 +627,24 @@ private:
     static bool ElementName(std::string_view name, const long* pIndices, char* pszKey, size_t& nLength);
     void EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
 
+    // The expressions the regular way would hold open beyond those counted where the
+    // fast form computes now, indices aside: 1 for a statement's expression or an
+    // argument, which the regular way evaluates as an expression of its own; 0 inside
+    // one that the fast form evaluates in a frame of its own. The machinery, called from
+    // there, counts on from that depth and the indices around.
+    int m_nLift = 1;
+    class SLift
+    {
+    public:
+        SLift(int& nLift, int nTo) : m_nLift(nLift), m_nWas(nLift) { nLift = nTo; }
+        ~SLift() { m_nLift = m_nWas; }
+        SLift(const SLift&) = delete;
+        SLift& operator=(const SLift&) = delete;
+
+    private:
+        int& m_nLift;
+        int m_nWas;
+    };
     // The store and the scope of the statements running now, taken when a run of
     // statements starts: only a handler changes the scope.
     CLumVariables* m_pStore = nullptr;

@@ -185,17 +185,22 @@ void CLumFastForm::EvalFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValu
 // which may then report a failure; computing it twice changes nothing.
 void CLumFastForm::EvalPureFramed(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
 {
-    bool fDone = LumSucceeds([&] {
-        SLumNumber n;
-        if (!expr.m_fNumericValue)
-            EvalValue(basic, expr, out);
-        else if (!EvalNumber(basic, expr, n))
-            throw std::exception();
-        else if (n.m_fDouble)
-            out = n.m_dDouble;
-        else
-            out = static_cast<long>(n.m_nLong);
-    });
+    // Inside the expression the regular way holds open already; where an index of it
+    // might pass the nesting limit, the machinery counts and reports it.
+    SLift lift(m_nLift, 0);
+    bool fFits =
+        CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + expr.m_nLevels <= CLumExpression::MAX_NESTING;
+    bool fDone = fFits && LumSucceeds([&] {
+                     SLumNumber n;
+                     if (!expr.m_fNumericValue)
+                         EvalValue(basic, expr, out);
+                     else if (!EvalNumber(basic, expr, n))
+                         throw std::exception();
+                     else if (n.m_fDouble)
+                         out = n.m_dDouble;
+                     else
+                         out = static_cast<long>(n.m_nLong);
+                 });
     if (!fDone)
         Machinery(basic, expr.m_pNode, out);
 }
@@ -225,9 +230,11 @@ void CLumFastForm::PushArguments(CLumBasic& basic, SLumFastExpr& expr)
             SLumFastExpr& arg = *expr.m_apIndices[i];
             CLumsVarValue& value = *apValues[i];
             // An argument that only computes needs no frames where it succeeds: only
-            // the nesting of expressions could fail it, and that is checked here.
+            // the nesting of expressions could fail it, the argument's own and its
+            // indices', and that is checked here.
             if (!arg.m_fPure ||
-                CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING ||
+                CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + arg.m_nLevels >=
+                    CLumExpression::MAX_NESTING ||
                 !LumSucceeds([&] {
                     SLumNumber n{};
                     if (!arg.m_fNumericValue)
@@ -260,15 +267,17 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
         pHead->m_pNext == nullptr || pHead->m_aParams.size() != nArgs || nArgs > MAX_DIRECT_ARGS ||
         !basic.m_pExtModuls->empty() || basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::RUN) >= CLumBasic::MAX_NESTING ||
-        basic.m_pBudget->IsWatched() ||
-        CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) >= CLumExpression::MAX_NESTING)
+        basic.m_pBudget->IsWatched())
         return false;
     if (!SameSource(basic, expr, info))
         return false;
+    int nExpressions = CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION);
     for (size_t i = 0; i < nArgs; ++i)
     {
+        // Each argument is an expression of its own for the regular way, with its
+        // indices inside.
         SLumFastExpr& arg = *expr.m_apIndices[i];
-        if (!arg.m_fPure || !LumSucceeds([&] {
+        if (!arg.m_fPure || nExpressions + arg.m_nLevels >= CLumExpression::MAX_NESTING || !LumSucceeds([&] {
                 if (!arg.m_fNumericValue)
                     Capture(basic, arg, pHead->m_aParams[i].m_cType, pNumbers[i], args, i);
                 else if (!EvalNumber(basic, arg, pNumbers[i]))

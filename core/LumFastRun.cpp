@@ -6,7 +6,9 @@
 
 #include <lumbasic/LumBasic.h>
 
+#include "core/LumDepthGuard.h"
 #include "core/LumFrame.h"
+#include "expr/LumExpression.h"
 
 void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult, SLumFastStep* pStart)
 {
@@ -253,6 +255,10 @@ CLumFastForm::EOutcome CLumFastForm::Branch(CLumBasic& basic, SLumFastStep& step
 SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
                                      int& nResult)
 {
+    // Near the nesting limit of expressions, where a statement's own expression or an
+    // index might pass it, the handlers run every statement and report it at its place.
+    if (CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + 1 + MAX_LEVELS > CLumExpression::MAX_NESTING)
+        return pStep;
     CLumBasicFile& file = *basic.m_pQuelle;
     int nDepth = file.GetStackDepth();
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;

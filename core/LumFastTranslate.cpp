@@ -9,6 +9,7 @@
 #include "expr/LumExpression.h"
 #include "expr/LumReadCache.h"
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 
@@ -190,6 +191,10 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
                       eKind == SLumFastStep::LOOP;
     if (fNeedsExpr && step.m_pExpr == nullptr)
         return;
+    SetDepths(step.m_pExpr, 0, 0);
+    SetDepths(step.m_pTarget, 0, 0);
+    for (SLumFastExpr* pArg : step.m_apArgs)
+        SetDepths(pArg, 0, 0);
     step.m_fNumeric = step.m_pExpr != nullptr && IsNumeric(step.m_pExpr);
     step.m_fCommitted = step.m_pExpr != nullptr && !step.m_pExpr->m_fPure;
     step.m_eKind = eKind;
@@ -274,7 +279,11 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         break;
     case LBN_ARRAY:
         if (!CompileElement(basic, expr) || (pNode->IsNameWanted() && fValue))
+        {
+            // The machinery counts the levels of what it computes itself.
             expr.m_eOp = SLumFastExpr::OTHER;
+            expr.m_nLevels = 0;
+        }
         break;
     case LBN_OPERATOR:
         if (!IsNumericOperator(pNode->GetDataWord(0)))
@@ -292,6 +301,8 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
     default:
         break;
     }
+    if (expr.m_eOp == SLumFastExpr::OPERATOR)
+        expr.m_nLevels = std::max(expr.m_pLeft->m_nLevels, expr.m_pRight->m_nLevels);
     // As a value, only an operator's number can stand for the value: a leaf or a
     // function may give the empty value, which a number would lose.
     expr.m_fNumericValue = expr.m_eOp == SLumFastExpr::OPERATOR && IsNumeric(&expr);
@@ -321,7 +332,11 @@ bool CLumFastForm::CompileElement(CLumBasic& basic, SLumFastExpr& expr)
         expr.m_apIndices.push_back(pIndex);
     }
     file.SetMemoryMode(nullptr);
-    return fPure;
+    // Each index is an expression of its own for the regular way.
+    for (const SLumFastExpr* pIndex : expr.m_apIndices)
+        if (pIndex != nullptr)
+            expr.m_nLevels = std::max<uint8_t>(expr.m_nLevels, pIndex->m_nLevels + 1);
+    return fPure && expr.m_nLevels <= MAX_LEVELS;
 }
 
 // A call of the program's function: its name, then its arguments, read as Call and
@@ -345,6 +360,37 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
     if (fRead)
         expr.m_eOp = SLumFastExpr::USERCALL;
     return fRead;
+}
+
+// How many arguments of calls each call of a statement's expressions stands in, and
+// how many indices each part for the machinery: the regular way evaluates each argument
+// and each index as an expression of its own, which counts against the nesting limit.
+void CLumFastForm::SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth)
+{
+    if (pExpr == nullptr)
+        return;
+    switch (pExpr->m_eOp)
+    {
+    case SLumFastExpr::OPERATOR:
+        SetDepths(pExpr->m_pLeft, nArgDepth, nIndexDepth);
+        SetDepths(pExpr->m_pRight, nArgDepth, nIndexDepth);
+        break;
+    case SLumFastExpr::USERCALL:
+        pExpr->m_nArgDepth = nArgDepth;
+        for (SLumFastExpr* pArg : pExpr->m_apIndices)
+            SetDepths(pArg, nArgDepth + 1, nIndexDepth);
+        break;
+    case SLumFastExpr::ELEMENT:
+    case SLumFastExpr::ELEMENT_NAME:
+        for (SLumFastExpr* pIndex : pExpr->m_apIndices)
+            SetDepths(pIndex, nArgDepth, nIndexDepth + 1);
+        break;
+    case SLumFastExpr::OTHER:
+        pExpr->m_nIndexDepth = nIndexDepth;
+        break;
+    default:
+        break;
+    }
 }
 
 // Whether an expression can be computed as a number throughout. A variable or element

@@ -5,6 +5,7 @@
 
 #include <lumbasic/LumBasic.h>
 
+#include "core/LumDepthGuard.h"
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
 
@@ -236,6 +237,7 @@ bool CLumFastForm::ElementName(std::string_view name, const long* pIndices, char
 
 void CLumFastForm::EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
 {
+    CLumDepthGuard::CLift lift(CLumDepthGuard::EXPRESSION, m_nLift + expr.m_nIndexDepth);
     CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
     std::unique_ptr<CLumsVarValue> pValue(cExpression.Berechne(expr.m_pNode));
     out.Swap(*pValue);

@@ -128,3 +128,46 @@ TEST(FastForm, FunctionsThatUnbalanceTheProceduresLeaveTheStoreAsOnTheStream)
     EXPECT_NE(strFast.find("außerhalb aller Subs"), std::string::npos) << strFast;
     EXPECT_NE(strFast.find("L:@A%@A%=0"), std::string::npos) << strFast;
 }
+
+// Functions that run whole once warmed up take their Else and leave their loops as the
+// stream does. The If's false way leads onto the Else, which then goes on into its
+// branch: a form only other writers make, and the one way an Else is passed untaken.
+TEST(FastForm, FunctionsRunWholeTakeElseAndLoopsAsTheStreamDoes)
+{
+    std::vector<uint8_t> aImage = MainImage(
+        [](CTestProgram& p) {
+            for (const char* pszName : {"Pick%", "UpWhile%", "UpUntil%"})
+                p.Declare(pszName);
+            p.For("i%", L(1), L(10));
+            p.Assign("e%", Op(LBT_PLUS, V("e%"), Fn("Pick%", {V("i%")})));
+            p.Assign("w%", Op(LBT_PLUS, V("w%"), Fn("UpWhile%", {V("i%")})));
+            p.Assign("u%", Op(LBT_PLUS, V("u%"), Fn("UpUntil%", {V("i%")})));
+            p.Next();
+        },
+        [](CTestProgram& p) {
+            p.Function("Pick%", "n%");
+            p.If(Op(LBT_OR, Op(LBT_LT, V("n%"), L(4)), Op(LBT_GT, V("n%"), L(6))));
+            p.Assign("Pick%", V("n%"));
+            p.Else();
+            p.Assign("Pick%", Op(LBT_MUL, V("n%"), L(100)));
+            p.EndIf();
+            p.End(LBT_FUNCTION);
+            for (unsigned short wKind : {LBT_WHILE, LBT_LOOP}) // Loop While, Loop Until
+            {
+                const char* pszName = wKind == LBT_WHILE ? "UpWhile%" : "UpUntil%";
+                p.Function(pszName, "n%");
+                p.Assign("k%", L(0));
+                p.Assign("s%", L(0));
+                p.Do();
+                p.Assign("k%", Op(LBT_PLUS, V("k%"), L(1)));
+                p.Assign("s%", Op(LBT_PLUS, V("s%"), V("k%")));
+                p.Loop(wKind, Op(wKind == LBT_WHILE ? LBT_LT : LBT_GE, V("k%"), V("n%")));
+                p.Assign(pszName, V("s%"));
+                p.End(LBT_FUNCTION);
+            }
+        });
+    std::string strFast = RunOutcome(aImage, false);
+    EXPECT_EQ(strFast, RunOutcome(aImage, true));
+    for (const char* pszLine : {"L:e%=1540\n", "L:w%=220\n", "L:u%=220\n"})
+        EXPECT_NE(strFast.find(pszLine), std::string::npos) << pszLine << strFast;
+}
