@@ -11,6 +11,7 @@
 #include <lumbasic/LumsException.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -37,6 +38,7 @@ std::vector<std::string> SourceLines(const std::string& strText)
 struct Coverage
 {
     std::string m_strSource; // the absolute path, as images name it
+    std::string m_strData;   // the file of its counts
     std::vector<std::string> m_aLines;
     std::set<int32_t> m_setStepped;
     CLumBasicProfiler m_cCounts;
@@ -58,9 +60,10 @@ bool ReadCoverage(const std::string& strPath, Coverage& coverage)
     }
     coverage.m_aLines = SourceLines(strText);
     coverage.m_setStepped = compiler.GetSteppedLines();
+    coverage.m_strData = LumProfileFileName(coverage.m_strSource, ".Profile");
     try
     {
-        coverage.m_cCounts.LoadFile(LumProfileFileName(coverage.m_strSource, ".Profile"));
+        coverage.m_cCounts.LoadFile(coverage.m_strData);
     }
     catch (const CLumsException& e)
     {
@@ -71,10 +74,12 @@ bool ReadCoverage(const std::string& strPath, Coverage& coverage)
 }
 
 // In the form of gcov: the count, "#####" for a line that can run and never did, "-"
-// for a line without code.
+// for a line without code. The head names the file the counts came from, which lies
+// elsewhere than the source where a directory's name holds a dot.
 void PrintListing(const Coverage& coverage)
 {
     printf("%9s:%5d:Source:%s\n", "-", 0, coverage.m_strSource.c_str());
+    printf("%9s:%5d:Data:%s\n", "-", 0, coverage.m_strData.c_str());
     printf("%9s:%5d:Runs:%d\n", "-", 0, coverage.m_cCounts.GetRuns());
     for (size_t i = 0; i < coverage.m_aLines.size(); ++i)
     {
@@ -106,6 +111,38 @@ std::string LcovRecord(const Coverage& coverage)
     return strRecord + "LF:" + std::to_string(nFound) + "\nLH:" + std::to_string(nHit) + "\nend_of_record\n";
 }
 } // namespace
+
+CLumProfileFilesNote::CLumProfileFilesNote()
+{
+    m_fnBefore = LumSetProfileWritten([this](const std::string& strSource, const std::string& strFile) {
+        m_mapFiles[strSource].insert(strFile);
+    });
+}
+
+CLumProfileFilesNote::~CLumProfileFilesNote()
+{
+    LumSetProfileWritten(std::move(m_fnBefore));
+}
+
+void CLumProfileFilesNote::Tell() const
+{
+    for (const auto& entry : m_mapFiles)
+    {
+        std::filesystem::path dir = std::filesystem::path(entry.first).parent_path();
+        std::string strFiles;
+        bool fAway = false;
+        for (const std::string& strFile : entry.second)
+        {
+            fAway = fAway || std::filesystem::path(strFile).parent_path() != dir;
+            strFiles += (strFiles.empty() ? "" : " and ") + strFile;
+        }
+        if (fAway)
+            fprintf(stderr,
+                    "lumbasic: the counts of %s are in %s, named after the source's path up to its "
+                    "first dot\n",
+                    entry.first.c_str(), strFiles.c_str());
+    }
+}
 
 void LumStartProfiling()
 {

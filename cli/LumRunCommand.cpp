@@ -293,6 +293,7 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
     CLumVariables cVariables;
     int nStatus = 1;
     std::string strReport;
+    CLumProfileFilesNote profileFiles;
     {
         std::unique_ptr<CLumRunSession> pSession;
         if (fnSession)
@@ -301,6 +302,7 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
     }
     // Behind the session: the debugger's window is closed by now.
     fputs(strReport.c_str(), stderr);
+    profileFiles.Tell();
     if (options.m_fDump && Dump(cVariables) != 0)
         nStatus = 1;
     return nStatus;

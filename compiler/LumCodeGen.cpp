@@ -231,6 +231,15 @@ void CLumCodeGen::Marker(SLumPos pos)
     m_aMarkers.emplace_back(pos.m_nLine, m_writer.GetOffset());
 }
 
+// The marker of a declaration or a procedure's head notes its line for failures;
+// the debugger passes it by, as it runs nothing the user could watch.
+void CLumCodeGen::PassedMarker(SLumPos pos)
+{
+    Marker(pos);
+    if (m_options.m_fLineMarkers)
+        m_aMarkers.pop_back();
+}
+
 std::set<int32_t> CLumCodeGen::GetSteppedLines() const
 {
     std::set<int32_t> setLines;
@@ -292,7 +301,7 @@ void CLumCodeGen::EmitDeclare(const CLumProc& proc, SLumPos pos)
     for (size_t i = 0; i < proc.m_aParams.size(); ++i)
         strText += (i > 0 ? ", " : "") + proc.m_aParams[i].m_strName;
     strText += ")";
-    Marker(pos);
+    PassedMarker(pos);
     // The two words are stored, not read, by the interpreter: the kind of the
     // procedure and its number of parameters, for hosts that list the table.
     m_writer.Token(LBT_DECLARE);
@@ -318,7 +327,7 @@ void CLumCodeGen::EmitHead(const CLumProc& proc)
 void CLumCodeGen::EmitMain(const CLumProc& proc)
 {
     m_pCurrent = &proc;
-    Marker(proc.m_pos);
+    PassedMarker(proc.m_pos);
     EmitHead(proc);
     EmitBlock(proc.m_aBody);
     Marker(proc.m_posEnd);

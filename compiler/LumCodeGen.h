@@ -34,7 +34,7 @@ public:
     // The image, whose source-name record holds `strSourceName`; empty after an error.
     std::vector<uint8_t> Run(const std::string& strSourceName);
     // The lines whose markers reach the debugger when they run: of a row of markers
-    // only the last one does.
+    // only the last one does, and none in front of a declaration or a head.
     std::set<int32_t> GetSteppedLines() const;
 
 private:
@@ -73,6 +73,7 @@ private:
     void EmitHead(const CLumProc& proc);
     void EmitDeclare(const CLumProc& proc, SLumPos pos);
     void Marker(SLumPos pos);
+    void PassedMarker(SLumPos pos);
 
     // Statements (LumCodeGenStatement.cpp).
     void EmitBlock(const std::vector<LumStmtPtr>& block);
@@ -118,6 +119,7 @@ private:
     const CLumProc* m_pMain = nullptr;
     // The procedure whose body is being written; null outside every procedure.
     const CLumProc* m_pCurrent = nullptr;
-    // Each marker's line and the offset behind it, a marker followed by another dropped.
+    // Each marker's line and the offset behind it that reaches the debugger: one followed by
+    // another marker, a declaration or a head is dropped.
     std::vector<std::pair<int32_t, size_t>> m_aMarkers;
 };

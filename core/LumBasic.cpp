@@ -231,6 +231,7 @@ CLumsVarValue* CLumBasic::ExtFunction(unsigned short wToken)
 // off it stays silent.
 void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
 {
+    m_aLineMarks.clear();
     if (m_pDebugger == nullptr)
     {
         m_pDebugger = new CLumBasicDebugger();

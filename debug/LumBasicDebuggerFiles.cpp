@@ -7,6 +7,7 @@
 #include <lumbasic/LumMessageBox.h>
 
 #include "core/LumFrame.h"
+#include "debug/LumDebugHost.h"
 
 #include <cerrno>
 #include <cstring>
@@ -41,8 +42,14 @@ void CLumBasicDebugger::LoadProfile()
 void CLumBasicDebugger::SaveProfile()
 {
     LumFrame(FILE_LABEL, "CLumBasicDebugger::SaveProfile", [&] {
-        if (m_pProfiler == nullptr || m_pProfiler->SaveFile(MakeProfileName()))
+        if (m_pProfiler == nullptr)
             return;
+        std::string strPath = MakeProfileName();
+        if (m_pProfiler->SaveFile(strPath))
+        {
+            LumTellProfileWritten(m_strCurrentSource, strPath);
+            return;
+        }
         LumMessageBox(LoadMessage(LUM_MSG_PROFILE_NOT_SAVED).c_str(),
                       LoadMessage(LUM_MSG_DEBUGGER_CAPTION).c_str(), LUM_MB_OK | LUM_MB_ICONEXCLAMATION);
     });
@@ -51,7 +58,10 @@ void CLumBasicDebugger::SaveProfile()
 void CLumBasicDebugger::ExportProfile()
 {
     if (m_pDlg)
+    {
         m_pDlg->ExportProfile();
+        LumTellProfileWritten(m_strCurrentSource, MakeProfileExportName());
+    }
     else
         m_mapDueListings[m_strCurrentSource] = DueListing{m_pProfiler, m_fHasSource};
 }
@@ -63,6 +73,7 @@ void CLumBasicDebugger::WriteDueListings()
         auto itText = m_mapSources.find(entry.first);
         WriteListing(entry.first, itText != m_mapSources.end() ? itText->second.c_str() : nullptr,
                      entry.second.m_pProfiler, entry.second.m_fHasSource);
+        LumTellProfileWritten(entry.first, LumProfileFileName(entry.first, "_Profile.txt"));
     }
     m_mapDueListings.clear();
 }

@@ -2,6 +2,7 @@
 
 #include "core/LumFrame.h"
 #include "debug/LumArchive.h"
+#include "debug/LumDebugHost.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -133,4 +134,26 @@ bool CLumBasicProfiler::SaveFile(const std::string& strPath)
 std::string LumProfileFileName(const std::string& strSource, const char* pszSuffix)
 {
     return strSource.substr(0, strSource.find('.')) + pszSuffix;
+}
+
+namespace
+{
+LumProfileWrittenFunction& Written()
+{
+    static LumProfileWrittenFunction s_fnWritten;
+    return s_fnWritten;
+}
+} // namespace
+
+LumProfileWrittenFunction LumSetProfileWritten(LumProfileWrittenFunction fnWritten)
+{
+    LumProfileWrittenFunction fnBefore = std::move(Written());
+    Written() = std::move(fnWritten);
+    return fnBefore;
+}
+
+void LumTellProfileWritten(const std::string& strSource, const std::string& strFile)
+{
+    if (Written())
+        Written()(strSource, strFile);
 }

@@ -161,6 +161,9 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
         nSourceChanged >= 0 ? nSourceChanged : m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
     int fSourceChanged = pCall->m_fSourceChanged;
     m_cCallStack.Push(pCall.release());
+    // The procedure enters its first line afresh, whatever an earlier call left.
+    if (m_aLineMarks.size() > static_cast<size_t>(m_cCallStack.GetCount()))
+        m_aLineMarks.resize(static_cast<size_t>(m_cCallStack.GetCount()));
     if (fSourceChanged)
         m_pDebugger->SetSource(pInfo->m_strSource.c_str(), nullptr);
     m_pQuelle->SetPosition(pInfo->m_pCode);

@@ -63,9 +63,9 @@ TEST_F(DebugWindow, RowsTakeTheirFormFromTheColumnAndTheRefreshThatBuiltThem)
     CLumScriptToolkit toolkit({"show 1001", "dblclk 1001 1", "show 1001", // breakpoint, column off
                                "click 1015", "show 1001",                 // column on: full rebuild
                                "dblclk 1001 2", "show 1001",              // breakpoint on the empty line
-                               "click 1003", "show 1001",                 // line 2's first hit
+                               "click 1003", "show 1001",                 // line 4's first hit
                                "click 1015", "click 1015", "show 1001", "click 1019"});
-    EXPECT_EQ(RunWith(toolkit, {"1001|", "stop"}), (Lines{"stop at row 0",
+    EXPECT_EQ(RunWith(toolkit, {"1001|", "stop"}), (Lines{"stop at row 1",
                                                           "1001| \tSub Main",
                                                           "1001| \t    a% = 1",
                                                           "1001| \t",
@@ -76,26 +76,26 @@ TEST_F(DebugWindow, RowsTakeTheirFormFromTheColumnAndTheRefreshThatBuiltThem)
                                                           "1001| \t",
                                                           "1001| \t    b% = a% + 1",
                                                           "1001| \tEnd Sub",
-                                                          "1001|00001 \tSub Main",
-                                                          "1001|     >\t    a% = 1",
+                                                          "1001|      \tSub Main",
+                                                          "1001|00001>\t    a% = 1",
                                                           "1001|",
                                                           "1001|      \t    b% = a% + 1",
                                                           "1001|      \tEnd Sub",
-                                                          "1001|00001 \tSub Main",
-                                                          "1001|     >\t    a% = 1",
-                                                          "1001|     >\t",
-                                                          "1001|      \t    b% = a% + 1",
-                                                          "1001|      \tEnd Sub",
-                                                          "stop at row 1",
-                                                          "1001|00001 \tSub Main",
+                                                          "1001|      \tSub Main",
                                                           "1001|00001>\t    a% = 1",
                                                           "1001|     >\t",
                                                           "1001|      \t    b% = a% + 1",
                                                           "1001|      \tEnd Sub",
-                                                          "1001|00001 \tSub Main",
+                                                          "stop at row 3",
+                                                          "1001|      \tSub Main",
+                                                          "1001|00001>\t    a% = 1",
+                                                          "1001|     >\t",
+                                                          "1001|00001 \t    b% = a% + 1",
+                                                          "1001|      \tEnd Sub",
+                                                          "1001|      \tSub Main",
                                                           "1001|00001>\t    a% = 1",
                                                           "1001|",
-                                                          "1001|      \t    b% = a% + 1",
+                                                          "1001|00001 \t    b% = a% + 1",
                                                           "1001|      \tEnd Sub"}));
     EXPECT_EQ(CLumBasicDebugger::m_fDebug, 0);
 }
@@ -113,42 +113,41 @@ TEST_F(DebugWindow, ALineWithoutARowStillStopsAndChangesNoRow)
     for (const std::string& str : toolkit.GetTranscript())
         if (str.compare(0, 4, "stop") == 0 || str.compare(0, 5, "1001|") == 0)
             aStops.push_back(str);
-    EXPECT_EQ(aStops, (Lines{"stop at row 0", "stop at row -1", "stop at row -1", "1001|00001 \tSub Main",
+    EXPECT_EQ(aStops, (Lines{"stop at row -1", "stop at row -1", "stop at row -1", "1001|      \tSub Main",
                              "stop at row -1"}));
 }
 
 TEST_F(DebugWindow, CommandsWatchAndChangeVariablesAndReleaseTheProgram)
 {
-    CLumScriptToolkit toolkit({"click 1003", "click 1003",                    // to line 4, a% is set
+    CLumScriptToolkit toolkit({"click 1003",                                  // to line 4, a% is set
                                "click 1005", "ok b%", "click 1005", "cancel", // a watch by name
                                "dblclk 1008 0", "dblclk 1008 -1",             // a watch by double click
                                "select 1009 1", "click 1006", "ok a% 41",     // the name comes from the row
                                "click 1006", "cancel", "show 1009", "escape", "show 1009", "enter",
                                "click 1007"});
-    EXPECT_EQ(
-        RunWith(toolkit, {"1009|", "stop", "form", "loop"}),
-        (Lines{"stop at row 0", "loop ended 1003", "stop at row 1", "loop ended 1003", "stop at row 3",
-               "form Variable anzeigen", "form Variable anzeigen", "form Variablenwert ändern",
-               "form Variablenwert ändern", "1009|b% = 0", "1009|a% = 41", "loop ended 2", "stop at row 4",
-               "1009|b% = 42", "1009|a% = 41", "loop ended 1003", "stop at row 4", "loop ended 1007"}));
+    EXPECT_EQ(RunWith(toolkit, {"1009|", "stop", "form", "loop"}),
+              (Lines{"stop at row 1", "loop ended 1003", "stop at row 3", "form Variable anzeigen",
+                     "form Variable anzeigen", "form Variablenwert ändern", "form Variablenwert ändern",
+                     "1009|b% = 0", "1009|a% = 41", "loop ended 2", "stop at row 4", "1009|b% = 42",
+                     "1009|a% = 41", "loop ended 1003", "stop at row 4", "loop ended 1007"}));
     EXPECT_EQ(m_vars.GetValue("b%", nullptr)->GetLong(), 42);
 }
 
 TEST_F(DebugWindow, CheckBoxesPassToTheNextWindowAndTheExportListsTheRows)
 {
     CLumScriptToolkit first({"click 1016", "click 1017", "click 1007", "click 1003"});
-    EXPECT_EQ(RunWith(first, {"stop"}), (Lines{"stop at row 0", "stop at row 4"}));
-    EXPECT_EQ(m_dir.Read("prog_Profile.txt"), "00001 Sub Main\n"
+    EXPECT_EQ(RunWith(first, {"stop"}), (Lines{"stop at row 1", "stop at row 4"}));
+    EXPECT_EQ(m_dir.Read("prog_Profile.txt"), "      Sub Main\n"
                                               "00001     a% = 1\n"
                                               "      \n"
                                               "00001     b% = a% + 1\n"
                                               "00001 End Sub\n");
-    EXPECT_EQ(m_dir.Read("prog.Profile").size(), 8u + 4 * 8);
+    EXPECT_EQ(m_dir.Read("prog.Profile").size(), 8u + 3 * 8);
 
     CLumScriptToolkit second({"click 1007", "click 1003"});
     RunWith(second, {});
     EXPECT_EQ(second.IsDlgButtonChecked(LUM_IDC_PROFILEEXPORT), 1);
     EXPECT_EQ(second.IsDlgButtonChecked(LUM_IDC_PROFILESAVE), 1);
     EXPECT_EQ(second.IsDlgButtonChecked(LUM_IDC_PROFILE), 0);
-    EXPECT_EQ(m_dir.Read("prog_Profile.txt").substr(0, 15), "00002 Sub Main\n");
+    EXPECT_EQ(m_dir.Read("prog_Profile.txt").substr(0, 32), "      Sub Main\n00002     a% = 1\n");
 }

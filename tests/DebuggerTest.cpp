@@ -50,16 +50,16 @@ struct StopCase
 const StopCase s_aStopCases[] = {
     {"StepsEnterImportsAndCalls",
      {},
-     {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop lib.lbd:1", "stop main.lbd:5",
-      "stop lib.lbd:2", "stop lib.lbd:3", "stop main.lbd:6", "stop main.lbd:7"}},
+     {"stop main.lbd:3", "stop main.lbd:4", "stop main.lbd:5", "stop lib.lbd:2", "stop lib.lbd:3",
+      "stop main.lbd:6", "stop main.lbd:7"}},
     {"ContinueRunsToABreakpointAndStepsOnFromIt",
      {"break 6", "run"},
-     {"stop main.lbd:2", "stop main.lbd:6", "stop main.lbd:7"}},
-    {"ASubModulePassesTheLineOfABreakpoint", {"break 2", "run"}, {"stop main.lbd:2"}},
+     {"stop main.lbd:3", "stop main.lbd:6", "stop main.lbd:7"}},
+    {"ASubModulePassesTheLineOfABreakpoint", {"break 2", "run"}, {"stop main.lbd:3"}},
     {"NoBreakpointIsSetInASubModule",
      {"step", "step", "step", "break 6", "run"},
-     {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop lib.lbd:1"}},
-    {"OffLetsTheProgramRunFree", {"off"}, {"stop main.lbd:2"}},
+     {"stop main.lbd:3", "stop main.lbd:4", "stop main.lbd:5", "stop lib.lbd:2"}},
+    {"OffLetsTheProgramRunFree", {"off"}, {"stop main.lbd:3"}},
 };
 
 class StopRules : public Debugger, public testing::WithParamInterface<StopCase>
@@ -86,7 +86,6 @@ TEST_F(Debugger, TheWindowFollowsTheSourceThroughAnImportAndACall)
     EXPECT_EQ(m_log.m_aLog, (std::vector<std::string>{
                                 "open Declare Sub Twice(n%)",
                                 "title Debugging \"main.lbd\"",
-                                "stop main.lbd:2",
                                 "stop main.lbd:3",
                                 "stop main.lbd:4",
                                 "text Sub Twice(n%)",
@@ -95,6 +94,7 @@ TEST_F(Debugger, TheWindowFollowsTheSourceThroughAnImportAndACall)
                                 "text Declare Sub Twice(n%)",
                                 "refresh",
                                 "title Debugging main module \"main.lbd\"",
+                                "stop main.lbd:5",
                                 "text Sub Twice(n%)",
                                 "refresh",
                                 "title Debugging sub module \"lib.lbd\"",
@@ -126,16 +126,15 @@ TEST_F(Debugger, ImportsThatSwitchNothingOrFail)
     CompileLibrary("same.lbd", m_dir.Path("main.lbd"));
     const ImportCase aCases[] = {
         {"same.lbc",
-         {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop main.lbd:1", "stop main.lbd:5",
-          "stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:6", "stop main.lbd:7"},
+         {"stop main.lbd:3", "stop main.lbd:4", "stop main.lbd:5", "stop main.lbd:2", "stop main.lbd:3",
+          "stop main.lbd:6", "stop main.lbd:7"},
          false,
          {}},
         {"bad.lbc",
-         {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4", "stop bad.lbd:1", "stop bad.lbd:2",
-          "stop bad.lbd:3"},
+         {"stop main.lbd:3", "stop main.lbd:4", "stop bad.lbd:2", "stop bad.lbd:3"},
          true,
          {"bad.lbd", "main.lbd"}},
-        {"missing.lbc", {"stop main.lbd:2", "stop main.lbd:3", "stop main.lbd:4"}, true, {"main.lbd"}},
+        {"missing.lbc", {"stop main.lbd:3", "stop main.lbd:4"}, true, {"main.lbd"}},
     };
     for (const ImportCase& c : aCases)
     {
@@ -206,7 +205,7 @@ TEST_P(Sources, ASourceNotFoundByItsNameIsAskedFor)
         w.Terminator();
         aImage = w.Finish();
     }
-    m_log.m_aScript = {"step", "step", "hits 3", "off"};
+    m_log.m_aScript = {"step", "hits 3", "off"};
     m_vars.SetValuesFromString("S:lib$=lib.lbc\n");
     EXPECT_EQ(Run(aImage), std::vector<std::string>());
     EXPECT_EQ(m_log.m_aLog.front(), c.m_pszOpen);
@@ -275,6 +274,48 @@ TEST_F(Debugger, ABreakpointSetWhileALoopRunsFreeStopsItsNextPass)
     m_log.m_aScript = {"run", "off"};
     EXPECT_EQ(Run(Compile("loop.lbd")), std::vector<std::string>());
     LumSetMessageBox(std::move(fnOld));
-    EXPECT_EQ(m_log.Lines("stop"), (std::vector<std::string>{"stop loop.lbd:1", "stop loop.lbd:3"}));
+    EXPECT_EQ(m_log.Lines("stop"), (std::vector<std::string>{"stop loop.lbd:2", "stop loop.lbd:3"}));
     EXPECT_EQ(m_vars.GetValue("s%", nullptr)->GetLong(), 15);
+}
+
+// Steps go from line to line: a declaration and a head run nothing to watch, a line of
+// several statements is one step, a call between them steps through the procedure and
+// back to the next line, and a loop that goes back to a line enters it again, on one
+// line too. A breakpoint stops where its line is entered.
+TEST_F(Debugger, StepsGoFromLineToLineWhereCodeRuns)
+{
+    Write("lines.lbd", "Declare Sub Tell(n%)\n"                      // 1
+                       "Declare Function Twice(x)\n"                 // 2
+                       "Sub Main\n"                                  // 3
+                       "    a = 1 : b = Twice(a) : c = 3\n"          // 4
+                       "    Dim p(3), q(3), r(3)\n"                  // 5
+                       "    For i% = 1 To 2 : n = n + 1 : Next i%\n" // 6
+                       "    For j% = 1 To 2\n"                       // 7
+                       "        Tell j% : m = m + 1\n"               // 8
+                       "    Next j%\n"                               // 9
+                       "End Sub\n"                                   // 10
+                       "Sub Tell(n%)\n"                              // 11
+                       "    t = t + n%\n"                            // 12
+                       "End Sub\n"                                   // 13
+                       "Function Twice(x)\n"                         // 14
+                       "    Twice = 2 * x\n"                         // 15
+                       "End Function\n");                            // 16
+    const StopCase aCases[] = {
+        {"steps",
+         {},
+         {"4", "15", "16", "5", "6", "6", "7", "8", "12", "13", "9", "8", "12", "13", "9", "10"}},
+        {"a breakpoint", {"break 8", "run", "run", "run"}, {"4", "8", "8"}},
+        {"a breakpoint on a loop of one line", {"break 6", "run", "run", "run"}, {"4", "6", "6"}},
+    };
+    std::vector<uint8_t> aImage = Compile("lines.lbd");
+    for (const StopCase& c : aCases)
+    {
+        m_log.m_aLog.clear();
+        m_log.m_aScript.assign(c.m_aScript.begin(), c.m_aScript.end());
+        EXPECT_EQ(Run(aImage), std::vector<std::string>());
+        std::vector<std::string> aStops;
+        for (const std::string& strLine : c.m_aStops)
+            aStops.push_back("stop lines.lbd:" + strLine);
+        EXPECT_EQ(m_log.Lines("stop"), aStops) << c.m_pszName;
+    }
 }

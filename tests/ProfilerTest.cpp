@@ -116,13 +116,13 @@ TEST_F(Profiles, CountsAddUpFromRunToRun)
     EXPECT_EQ(main.GetHits(5), 6);
     EXPECT_EQ(lib.GetHits(2), 6);
     EXPECT_EQ(m_dir.Read("main_Profile.txt"), "      Declare Sub Twice(n%)\n"
-                                              "00002 Sub Main\n"
+                                              "      Sub Main\n"
                                               "00002     Import dir$ + \"lib.lbc\"\n"
                                               "00002     For i% = 1 To 3\n"
                                               "00006         Twice i%\n"
                                               "00006     Next\n"
                                               "00002 End Sub\n");
-    EXPECT_EQ(m_dir.Read("lib_Profile.txt"), "00002 Sub Twice(n%)\n00006     n% = n% * 2\n00006 End Sub\n");
+    EXPECT_EQ(m_dir.Read("lib_Profile.txt"), "      Sub Twice(n%)\n00006     n% = n% * 2\n00006 End Sub\n");
 }
 
 // A file that cannot be written is told in a box; the run goes on and the other

@@ -277,4 +277,17 @@ private:
     long m_nReturnedTo = 0;
     // Runs the image at `pszPath` as an import and gives its file, which the caller owns.
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
+    // Whether the line marker at `pAt` enters its line rather than going on in it: a
+    // line counts and stops once each time the run comes to it, though a statement of
+    // it may have a marker of its own.
+    bool EntersLine(long nLine, const unsigned char* pAt);
+
+    // For each level of calls, the line marker that reached the debugger's side last
+    // there. Only debug mode fills it.
+    struct SLumLineMark
+    {
+        const unsigned char* m_pAt = nullptr;
+        long m_nLine = 0;
+    };
+    std::vector<SLumLineMark> m_aLineMarks;
 };

@@ -16,6 +16,7 @@
 #include <lumbasic/LumObject.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -92,3 +93,12 @@ private:
 // The name of a profile file of a source: the text before the first "." of the whole
 // path, directories included, then the suffix.
 LUM_API std::string LumProfileFileName(const std::string& strSource, const char* pszSuffix);
+
+// Told of each profile file the debugger has written, the counts or the listing of a
+// source: the source's name and the file's path. A dot in a directory's name puts the
+// files outside the source's directory, so a host may want to say where they went.
+using LumProfileWrittenFunction =
+    std::function<void(const std::string& strSource, const std::string& strFile)>;
+
+// Installs the function and gives the one before; an empty function tells nobody.
+LUM_API LumProfileWrittenFunction LumSetProfileWritten(LumProfileWrittenFunction fnWritten);
