@@ -4,38 +4,43 @@
 
 #include <pthread.h>
 
+#include <functional>
+
 using namespace lumtest;
 
 namespace
 {
-// Runs `strSource` with depth% set, on a thread whose stack is large enough that only
-// the counted limits can stop it; gives the trail's first entry, or r% after success.
-std::string RunAtDepth(const std::string& strSource, long nDepth)
+// Runs `job` on a thread whose stack is large enough that only the counted limits can
+// stop a run, even in a sanitized build.
+void OnLargeStack(const std::function<void()>& job)
 {
-    struct Job
-    {
-        std::vector<uint8_t> m_aImage;
-        long m_nDepth;
-        std::string m_strResult;
-    } job{{}, nDepth, {}};
-    EXPECT_EQ(CompileText(strSource, job.m_aImage), "");
     auto run = [](void* p) -> void* {
-        Job& j = *static_cast<Job*>(p);
-        CLumVariables vars;
-        vars.SetValuesFromString(("L:depth%=" + std::to_string(j.m_nDepth) + "\n").c_str());
-        CLumBasic basic(&vars, nullptr);
-        std::vector<std::string> aTrail = RunImage(basic, j.m_aImage);
-        j.m_strResult = aTrail.empty() ? vars.GetValue("r%", nullptr)->GetText() : aTrail[0];
+        (*static_cast<const std::function<void()>*>(p))();
         return nullptr;
     };
     pthread_attr_t attr;
     pthread_attr_init(&attr);
     pthread_attr_setstacksize(&attr, size_t(1) << 30);
     pthread_t thread;
-    EXPECT_EQ(pthread_create(&thread, &attr, run, &job), 0);
+    EXPECT_EQ(pthread_create(&thread, &attr, run, const_cast<std::function<void()>*>(&job)), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attr);
-    return job.m_strResult;
+}
+
+// Runs `strSource` with depth% set; gives the trail's first entry, or r% after success.
+std::string RunAtDepth(const std::string& strSource, long nDepth)
+{
+    std::vector<uint8_t> aImage;
+    EXPECT_EQ(CompileText(strSource, aImage), "");
+    std::string strResult;
+    OnLargeStack([&] {
+        CLumVariables vars;
+        vars.SetValuesFromString(("L:depth%=" + std::to_string(nDepth) + "\n").c_str());
+        CLumBasic basic(&vars, nullptr);
+        std::vector<std::string> aTrail = RunImage(basic, aImage);
+        strResult = aTrail.empty() ? vars.GetValue("r%", nullptr)->GetText() : aTrail[0];
+    });
+    return strResult;
 }
 } // namespace
 
@@ -63,4 +68,41 @@ TEST(Limit, OpenCallsReachTheirLimitAndNoMore)
     EXPECT_EQ(RunAtDepth(strSource, CLumBasic::MAX_CALL_DEPTH - 2), "1");
     EXPECT_EQ(RunAtDepth(strSource, CLumBasic::MAX_CALL_DEPTH - 1),
               "Mehr als 100000 Prozeduraufrufe sind gleichzeitig offen (Rekursion ohne Ende?).");
+}
+
+// The nesting limit of expressions, where functions run whole and statements that only
+// compute meet it: each argument of a call and a built-in's argument is an expression of
+// its own. The run fails at the same statement, with the same trail and store, the fast
+// way and the plain way.
+TEST(Limit, TheNestingOfExpressionsFailsAtTheSameStatementEitherWay)
+{
+    struct Case
+    {
+        const char* m_pszSource;
+        const char* m_pszLine;  // of the trail
+        const char* m_pszStore; // a line of the store
+    } const aCases[] = {
+        // Warmed up, then run whole: three expressions for each level of F.
+        {"Sub Main\n x = F(1)\n x = F(1)\n x = F(1)\n x = F(1700)\nEnd Sub\n"
+         "Function F(d%)\n If d% > 0 Then\n  F = F(F(F(d% - 1) * 0) * 0) + 1\n Else\n  F = 0\n End If\n"
+         "End Function\n",
+         "Der Fehler trat in Zeile 9 der Quelldatei auf.", "L:@F@d%=34"},
+        // Abs's argument is the expression one past the limit, in the line before the calls.
+        {"Sub Main\n x = F(0)\nEnd Sub\nFunction F(d%)\n y = Abs(d%)\n F = F(F(F(d% + 1)))\nEnd Function\n",
+         "Der Fehler trat in Zeile 5 der Quelldatei auf.", "D:y=1665.000000"},
+    };
+    for (const Case& c : aCases)
+    {
+        std::vector<uint8_t> aImage;
+        ASSERT_EQ(CompileText(c.m_pszSource, aImage), "");
+        std::string aOutcome[2];
+        OnLargeStack([&] {
+            for (bool fStream : {false, true})
+                aOutcome[fStream] = RunOutcome(aImage, fStream);
+        });
+        EXPECT_EQ(aOutcome[0], aOutcome[1]) << c.m_pszSource;
+        for (const char* pszWanted :
+             {"Der Ausdruck ist tiefer als 5000 Ebenen verschachtelt.", c.m_pszLine, c.m_pszStore})
+            EXPECT_NE(aOutcome[0].find(pszWanted), std::string::npos) << pszWanted << "\n" << aOutcome[0];
+    }
 }
