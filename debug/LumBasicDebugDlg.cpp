@@ -281,7 +281,7 @@ void CLumBasicDebugDlg::OnNewvar()
     RefreshWatches();
 }
 
-// The list of all variables keeps the old value until the next stop.
+// Both lists show the new value at once, so that the user sees what the change did.
 void CLumBasicDebugDlg::OnChgvar()
 {
     CLumsNewValueDlg dlg;
@@ -292,6 +292,7 @@ void CLumBasicDebugDlg::OnChgvar()
     if (dlg.DoModal(m_toolkit) != LUM_IDC_OK)
         return;
     m_pDebugger->ChangeVar(dlg.m_strName.c_str(), dlg.m_strValue.c_str());
+    RefreshVariables();
     RefreshWatches();
 }
 
