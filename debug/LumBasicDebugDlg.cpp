@@ -254,6 +254,9 @@ void CLumBasicDebugDlg::OnOff()
     OnRun();
 }
 
+// The refresh marks the running line, which makes it the current row; the current
+// row goes back to the toggled one, so that a keyboard user sets the next breakpoint
+// from there and not from the running line.
 void CLumBasicDebugDlg::OnDblclkDbgwnd()
 {
     int nIndex = m_lbSource.GetCurSel();
@@ -261,6 +264,7 @@ void CLumBasicDebugDlg::OnDblclkDbgwnd()
         return;
     m_pDebugger->ToggleBreakpoint(nIndex + 1);
     RefreshSingleLine(nIndex + 1);
+    m_lbSource.SetCurSel(nIndex);
 }
 
 void CLumBasicDebugDlg::OnDblclkVars()

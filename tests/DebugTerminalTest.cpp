@@ -19,11 +19,16 @@ const char* const PROGRAM = "Sub Main\n"                     // 1
                             "    result% = total% * 2\n"     // 6
                             "End Sub\n";                     // 7
 
-// A tmux server of the test's own, so that nothing else on the machine interferes.
+// A tmux server of the test's own, so that nothing else on the machine interferes;
+// its socket is named after the test's directory, as a server just killed may still
+// hold the one before.
 class CTmux
 {
 public:
-    explicit CTmux(const CImageDir& dir) : m_dir(dir), m_strSocket("lumtest" + std::to_string(getpid())) {}
+    explicit CTmux(const CImageDir& dir)
+        : m_dir(dir), m_strSocket("lumtest" + dir.Dir().substr(dir.Dir().rfind('-') + 1))
+    {
+    }
     ~CTmux() { Tmux("kill-server"); }
 
     int Tmux(const std::string& strArgs, const std::string& strOut = "/dev/null") const
@@ -107,6 +112,8 @@ TEST_F(DebugTerminal, StepBreakWatchChangeCountAndSwitchOff)
 
     tmux.Keys("Down Down Down Space"); // a breakpoint on line 6
     EXPECT_NE(tmux.WaitFor(">    result%").find(">    result%"), std::string::npos) << tmux.Screen();
+    tmux.Keys("Down Space"); // and one on line 7: the cursor stayed on line 6
+    EXPECT_NE(tmux.WaitFor(">End Sub").find(">End Sub"), std::string::npos) << tmux.Screen();
     tmux.Keys("F5");
     tmux.WaitFor("→ ");
     for (int i = 0; i < 50 && tmux.RowWith("→").find("result%") == std::string::npos; ++i)
