@@ -39,6 +39,7 @@ void CLumBasic::Init(CLumVariables* pVariables, CLumFunctions* pFunctions)
         m_nLine = 0;
         m_pDebugger = nullptr;
         m_fOwnDebugger = 0;
+        m_fDebuggerLeftOver = 0;
         m_fMainModule = 1;
         m_fInFunction = 0;
         m_fDebugMode = CLumBasicDebugger::m_fDebug;
@@ -66,10 +67,7 @@ void CLumBasic::UnInit()
             m_pFunctions = nullptr;
         }
         if (m_pDebugger != nullptr && m_fOwnDebugger)
-        {
-            delete m_pDebugger;
-            m_pDebugger = nullptr;
-        }
+            DropDebugger();
         for (CLumBasicFile* pFile : m_cImportFiles)
             delete pFile;
         m_cImportFiles.clear();
@@ -90,13 +88,18 @@ void CLumBasic::DoMemory(const unsigned char* pData, size_t nLength)
 void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t nLength)
 {
     // A failed run leaves its records on the stacks; they go once the failure has
-    // taken its call sites, so that the next run starts as this one did.
+    // taken its call sites, so that the next run starts as this one did. The same
+    // holds for a debugger it made, with its step mode, breakpoints and sources.
+    if (m_fDebuggerLeftOver)
+        DropDebugger();
     SLumStackDepths depths = GetStackDepths();
-    auto addLine = [this, &depths](CLumsException& e) {
+    bool fHadDebugger = m_pDebugger != nullptr;
+    auto addLine = [this, &depths, fHadDebugger](CLumsException& e) {
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
         AddCallSites(e);
         UnwindStacks(depths);
+        m_fDebuggerLeftOver = !fHadDebugger && m_pDebugger != nullptr && m_fOwnDebugger;
     };
     LumFrameEx(FILE_LABEL, "CLumBasic::Do()", addLine, lumframe::Unexpected(), addLine, [&] {
         // The image lives for this run only; afterwards m_pQuelle names nothing.
@@ -248,9 +251,14 @@ void CLumBasic::EndDebug()
         return;
     m_pDebugger->End();
     if (m_fOwnDebugger)
-    {
+        DropDebugger();
+}
+
+void CLumBasic::DropDebugger() noexcept
+{
+    if (m_fOwnDebugger)
         delete m_pDebugger;
-        m_pDebugger = nullptr;
-        m_fOwnDebugger = 0;
-    }
+    m_pDebugger = nullptr;
+    m_fOwnDebugger = 0;
+    m_fDebuggerLeftOver = 0;
 }

@@ -254,6 +254,9 @@ void CLumBasicDebugDlg::OnOff()
     OnRun();
 }
 
+// The refresh marks the running line, which makes it the current row; the current
+// row goes back to the toggled one, so that a keyboard user sets the next breakpoint
+// from there and not from the running line.
 void CLumBasicDebugDlg::OnDblclkDbgwnd()
 {
     int nIndex = m_lbSource.GetCurSel();
@@ -261,6 +264,7 @@ void CLumBasicDebugDlg::OnDblclkDbgwnd()
         return;
     m_pDebugger->ToggleBreakpoint(nIndex + 1);
     RefreshSingleLine(nIndex + 1);
+    m_lbSource.SetCurSel(nIndex);
 }
 
 void CLumBasicDebugDlg::OnDblclkVars()
@@ -281,7 +285,7 @@ void CLumBasicDebugDlg::OnNewvar()
     RefreshWatches();
 }
 
-// The list of all variables keeps the old value until the next stop.
+// Both lists show the new value at once, so that the user sees what the change did.
 void CLumBasicDebugDlg::OnChgvar()
 {
     CLumsNewValueDlg dlg;
@@ -292,6 +296,7 @@ void CLumBasicDebugDlg::OnChgvar()
     if (dlg.DoModal(m_toolkit) != LUM_IDC_OK)
         return;
     m_pDebugger->ChangeVar(dlg.m_strName.c_str(), dlg.m_strValue.c_str());
+    RefreshVariables();
     RefreshWatches();
 }
 

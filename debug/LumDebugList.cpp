@@ -1,5 +1,7 @@
 #include <lumbasic/LumDebugToolkit.h>
 
+#include "debug/LumDebugForms.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -79,4 +81,26 @@ void CLumDebugToolkit::CheckDlgButton(int nId, int fCheck)
     int nIndex = nId - LUM_IDC_PROFILE;
     if (nIndex >= 0 && nIndex < 3)
         m_aChecks[nIndex] = fCheck ? 1 : 0;
+}
+
+int SLumDebugForm::FirstRefused() const
+{
+    for (size_t i = 0; i < m_aFields.size(); ++i)
+        if (!m_aFields[i].m_strRefusal.empty() &&
+            m_aFields[i].m_strValue.find_first_not_of(" \t") == std::string::npos)
+            return static_cast<int>(i);
+    return -1;
+}
+
+bool LumAskForm(CLumDebugToolkit& toolkit, SLumDebugForm& form)
+{
+    return toolkit.DoModal(form) && form.FirstRefused() < 0;
+}
+
+std::string LumNameOfField(const SLumDebugForm::Field& field)
+{
+    size_t nFirst = field.m_strValue.find_first_not_of(" \t");
+    if (nFirst == std::string::npos)
+        return std::string();
+    return field.m_strValue.substr(nFirst, field.m_strValue.find_last_not_of(" \t") + 1 - nFirst);
 }

@@ -63,22 +63,29 @@ int CLumScriptToolkit::MeasureText(const std::string& str) const
     return n;
 }
 
+// A refused OK keeps the form open for the next entry, as a user who is told why.
 bool CLumScriptToolkit::DoModal(SLumDebugForm& form)
 {
     m_aTranscript.push_back("form " + form.m_strTitle);
-    std::string strAnswer = m_aScript.empty() ? "cancel" : m_aScript.front();
-    std::istringstream in(strAnswer);
-    std::string strWord;
-    in >> strWord;
-    if (strWord != "ok" && strWord != "cancel")
-        return false; // not an answer: it stays for the loop, the form is cancelled
-    m_aScript.pop_front();
-    if (strWord == "cancel")
-        return false;
-    for (SLumDebugForm::Field& field : form.m_aFields)
-        if (!(in >> field.m_strValue))
-            break;
-    return true;
+    for (;;)
+    {
+        std::string strAnswer = m_aScript.empty() ? "cancel" : m_aScript.front();
+        std::istringstream in(strAnswer);
+        std::string strWord;
+        in >> strWord;
+        if (strWord != "ok" && strWord != "cancel")
+            return false; // not an answer: it stays for the loop, the form is cancelled
+        m_aScript.pop_front();
+        if (strWord == "cancel")
+            return false;
+        for (SLumDebugForm::Field& field : form.m_aFields)
+            if (!(in >> field.m_strValue))
+                break;
+        int nRefused = form.FirstRefused();
+        if (nRefused < 0)
+            return true;
+        m_aTranscript.push_back("refused " + form.m_aFields[static_cast<size_t>(nRefused)].m_strRefusal);
+    }
 }
 
 bool CLumScriptToolkit::Send(const std::string& strEvent)

@@ -93,6 +93,8 @@ const LumMessage s_aMessages[] = {
     {57208, "LUMOR Basic Quellcode (*.lbd)|*.lbd||"},
     {57209, "LUMOR Basic Debugger"},
     {57210, "Das Debugfenster kann nicht geöffnet werden: %s"},
+    {57211, "Kein Variablenname angegeben!"},
+    {57212, "Kein Wert angegeben!"},
 };
 } // namespace
 

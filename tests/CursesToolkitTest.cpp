@@ -127,6 +127,38 @@ TEST(CursesLayout, AnOrdinaryTerminalShowsEveryControl)
     }
 }
 
+// The mark (the line that runs next) and the current row each stay on their own row
+// when a row is inserted or deleted, as at every counted line with the column shown.
+TEST(CursesList, MarkAndCurrentRowStayOnTheirRows)
+{
+    struct Case
+    {
+        bool m_fInsert;
+        int m_nIndex;
+        int m_nSel, m_nCurSel;
+    };
+    const Case aCases[] = {
+        {true, 0, 2, 3},  {true, 1, 2, 3},   {true, 2, 1, 3},   {true, 3, 1, 2},  {true, -1, 1, 2},
+        {false, 0, 0, 1}, {false, 1, -1, 1}, {false, 2, 1, -1}, {false, 3, 1, 2}, {false, 4, 1, 2},
+    };
+    for (const Case& c : aCases)
+    {
+        CLumDebugList list;
+        for (const char* pszRow : {"a", "b", "c", "d"})
+            list.AddString(pszRow);
+        list.SetSel(1);
+        list.SetCurSel(2);
+        if (c.m_fInsert)
+            list.InsertString(c.m_nIndex, "new");
+        else
+            list.DeleteString(c.m_nIndex);
+        EXPECT_EQ(list.GetSel(), c.m_nSel) << c.m_fInsert << " at " << c.m_nIndex;
+        EXPECT_EQ(list.GetCurSel(), c.m_nCurSel) << c.m_fInsert << " at " << c.m_nIndex;
+        EXPECT_EQ(list.GetText(list.GetSel()), c.m_nSel < 0 ? "" : "b");
+        EXPECT_EQ(list.GetText(list.GetCurSel()), c.m_nCurSel < 0 ? "" : "c");
+    }
+}
+
 TEST(CursesToolkit, WithoutAWindowNothingWaits)
 {
     CLumCursesToolkit toolkit;

@@ -6,6 +6,8 @@
 
 #include <lumbasic/LumBasicDebugDlg.h>
 #include <lumbasic/LumScriptToolkit.h>
+#include <lumbasic/LumsNewValueDlg.h>
+#include <lumbasic/LumsNewWatchDlg.h>
 
 using namespace lumtest;
 
@@ -119,17 +121,23 @@ TEST_F(DebugWindow, ALineWithoutARowStillStopsAndChangesNoRow)
 
 TEST_F(DebugWindow, CommandsWatchAndChangeVariablesAndReleaseTheProgram)
 {
-    CLumScriptToolkit toolkit({"click 1003",                                  // to line 4, a% is set
-                               "click 1005", "ok b%", "click 1005", "cancel", // a watch by name
-                               "dblclk 1008 0", "dblclk 1008 -1",             // a watch by double click
-                               "select 1009 1", "click 1006", "ok a% 41",     // the name comes from the row
-                               "click 1006", "cancel", "show 1009", "escape", "show 1009", "enter",
-                               "click 1007"});
-    EXPECT_EQ(RunWith(toolkit, {"1009|", "stop", "form", "loop"}),
-              (Lines{"stop at row 1", "loop ended 1003", "stop at row 3", "form Variable anzeigen",
-                     "form Variable anzeigen", "form Variablenwert ändern", "form Variablenwert ändern",
-                     "1009|b% = 0", "1009|a% = 41", "loop ended 2", "stop at row 4", "1009|b% = 42",
-                     "1009|a% = 41", "loop ended 1003", "stop at row 4", "loop ended 1007"}));
+    // clang-format off
+    CLumScriptToolkit toolkit({"click 1003",                        // to line 4, a% is set
+                               "click 1005", "ok", "ok b%",         // a blank name refused
+                               "click 1005", "cancel",              // a watch by name cancelled
+                               "dblclk 1008 0", "dblclk 1008 -1",   // a watch by double click
+                               "select 1009 1", "click 1006", "ok", // the name from the row
+                               "ok a% 41", "show 1008",             // both lists show the change
+                               "click 1006", "cancel", "show 1009", // nothing changed
+                               "escape", "show 1009", "enter", "click 1007"});
+    EXPECT_EQ(RunWith(toolkit, {"1008|a%", "1009|", "stop", "form", "refused", "loop"}),
+              (Lines{"stop at row 1", "loop ended 1003", "stop at row 3",
+                     "form Variable anzeigen", "refused Kein Variablenname angegeben!", "form Variable anzeigen",
+                     "form Variablenwert ändern", "refused Kein Wert angegeben!", "1008|a% = 41",
+                     "form Variablenwert ändern", "1009|b% = 0", "1009|a% = 41", "loop ended 2",
+                     "stop at row 4", "1009|b% = 42", "1009|a% = 41", "loop ended 1003",
+                     "stop at row 4", "loop ended 1007"}));
+    // clang-format on
     EXPECT_EQ(m_vars.GetValue("b%", nullptr)->GetLong(), 42);
 }
 
@@ -150,4 +158,24 @@ TEST_F(DebugWindow, CheckBoxesPassToTheNextWindowAndTheExportListsTheRows)
     EXPECT_EQ(second.IsDlgButtonChecked(LUM_IDC_PROFILESAVE), 1);
     EXPECT_EQ(second.IsDlgButtonChecked(LUM_IDC_PROFILE), 0);
     EXPECT_EQ(m_dir.Read("prog_Profile.txt").substr(0, 32), "      Sub Main\n00002     a% = 1\n");
+}
+
+// A host's toolkit that knows nothing of refusals may close a form on a blank field:
+// that changes nothing, as a Cancel.
+TEST(DebugWindowForms, ABlankFieldThatAToolkitLetsThroughCountsAsCancel)
+{
+    class CCarelessToolkit : public CLumScriptToolkit
+    {
+    public:
+        bool DoModal(SLumDebugForm&) override { return true; }
+    } toolkit;
+    CLumsNewValueDlg value;
+    value.m_strName = "a%";
+    EXPECT_EQ(value.DoModal(toolkit), LUM_IDC_CANCEL);
+    CLumsNewWatchDlg watch;
+    watch.m_strName = " ";
+    EXPECT_EQ(watch.DoModal(toolkit), LUM_IDC_CANCEL);
+    watch.m_strName = " b% ";
+    EXPECT_EQ(watch.DoModal(toolkit), LUM_IDC_OK);
+    EXPECT_EQ(watch.m_strName, "b%");
 }

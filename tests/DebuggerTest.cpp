@@ -319,3 +319,22 @@ TEST_F(Debugger, StepsGoFromLineToLineWhereCodeRuns)
         EXPECT_EQ(m_log.Lines("stop"), aStops) << c.m_pszName;
     }
 }
+
+// A run that fails inside a function, continued to its failure, leaves the interpreter
+// as a run that never began: the next debugged run on it starts a debugger of its own
+// and stops as usual, from its first line.
+TEST_F(Debugger, AFailureInAFunctionLeavesTheNextRunItsDebugger)
+{
+    Write("fails.lbd", "Sub Main\n"
+                       "    y = Half(0)\n"
+                       "End Sub\n"
+                       "Function Half(x)\n"
+                       "    Half = 1 / x\n"
+                       "End Function\n");
+    m_log.m_aScript = {"run"};
+    ASSERT_FALSE(Run(Compile("fails.lbd")).empty());
+    m_log.m_aLog.clear();
+    m_vars.SetValuesFromString("S:lib$=lib.lbc\n");
+    EXPECT_EQ(RunImage(*m_pBasic, Compile("main.lbd")), std::vector<std::string>());
+    EXPECT_EQ(m_log.Lines("stop"), s_aStopCases[0].m_aStops);
+}

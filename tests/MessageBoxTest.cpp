@@ -1,5 +1,5 @@
 // ShowMessage as statement and function: what reaches the box, what the program gets
-// back, bad arguments, the default button, and the console box without a terminal.
+// back, bad arguments, the default button, and the console box on a terminal and without one.
 #include "tests/LumCompilerTestSupport.h"
 #include "tests/LumImageDir.h"
 #include "tests/LumProgramBuilder.h"
@@ -9,6 +9,9 @@
 #include "res/LumMessages.h"
 
 #include <algorithm>
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
 
 using namespace lumtest;
 
@@ -33,6 +36,48 @@ private:
     LumMessageBoxFunction m_fnOld;
 };
 
+// A terminal on standard input while it lives, with the lines typed in already and
+// some Enters behind them, so that a box that asks more often than it should still
+// gets its default instead of waiting; the prompts go to a file.
+class CTypedTerminal
+{
+public:
+    CTypedTerminal(const std::string& strTyped, const std::string& strPromptFile)
+    {
+        int nMaster = posix_openpt(O_RDWR | O_NOCTTY);
+        if (nMaster < 0 || grantpt(nMaster) != 0 || unlockpt(nMaster) != 0)
+            throw std::runtime_error("no terminal to type on");
+        int nTerminal = open(ptsname(nMaster), O_RDWR | O_NOCTTY);
+        termios modes;
+        tcgetattr(nTerminal, &modes);
+        modes.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(nTerminal, TCSANOW, &modes);
+        std::string strInput = strTyped + "\n\n\n\n";
+        EXPECT_EQ(write(nMaster, strInput.data(), strInput.size()), static_cast<ssize_t>(strInput.size()));
+        m_nMaster = nMaster;
+        int nPrompts = open(strPromptFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        fflush(stderr);
+        m_nOldIn = dup(STDIN_FILENO);
+        m_nOldErr = dup(STDERR_FILENO);
+        dup2(nTerminal, STDIN_FILENO);
+        dup2(nPrompts, STDERR_FILENO);
+        close(nTerminal);
+        close(nPrompts);
+    }
+    ~CTypedTerminal()
+    {
+        fflush(stderr);
+        dup2(m_nOldIn, STDIN_FILENO);
+        dup2(m_nOldErr, STDERR_FILENO);
+        close(m_nOldIn);
+        close(m_nOldErr);
+        close(m_nMaster);
+        clearerr(stdin);
+    }
+
+private:
+    int m_nMaster, m_nOldIn, m_nOldErr;
+};
 } // namespace
 
 TEST(MessageBox, StatementAndFunctionShowTheBoxAndOnlyTheFunctionGivesTheAnswer)
@@ -139,4 +184,39 @@ TEST(MessageBox, TheCommandLineBoxAnswersTheDefaultOrTheGivenAnswerWithoutWaitin
 
     for (const char* pszArgs : {"run --answer ja ask.lbd", "run --answer ask.lbd", "run --answer 6x ask.lbd"})
         EXPECT_EQ(RunCli(dir, pszArgs).m_nStatus, 2) << pszArgs;
+}
+
+// On a terminal the box numbers its buttons from 1 in the order it shows them; a
+// number or key the box lacks is asked again, and Enter is the default button.
+TEST(MessageBox, OnATerminalTheConsoleBoxTakesTheButtonOfTheNumberTyped)
+{
+    struct Case
+    {
+        long m_nStyle;
+        const char* m_pszTyped;
+        int m_nAnswer;
+    };
+    const Case aCases[] = {
+        {LUM_MB_YESNOCANCEL, "1\n", LUM_IDYES},
+        {LUM_MB_YESNOCANCEL, "2\n", LUM_IDNO},
+        {LUM_MB_ABORTRETRYIGNORE, "3\n", LUM_IDIGNORE},
+        {LUM_MB_RETRYCANCEL, "1\n", LUM_IDRETRY},
+        {LUM_MB_OKCANCEL, "2\n", LUM_IDCANCEL},
+        {LUM_MB_YESNO, "0\n3\n12\nn\n", LUM_IDNO},
+        {LUM_MB_YESNO | LUM_MB_DEFBUTTON2, "\n", LUM_IDNO},
+        {LUM_MB_OK, "2\n1\n", LUM_IDOK},
+        {LUM_MB_YESNOCANCEL, "4\n3\n", LUM_IDCANCEL}, // its prompts are looked at below
+    };
+    CImageDir dir;
+    for (const Case& c : aCases)
+    {
+        int nAnswer = 0;
+        {
+            CTypedTerminal terminal(c.m_pszTyped, dir.Path("prompts.txt"));
+            nAnswer = LumConsoleMessageBox("Weiter?", "Frage", c.m_nStyle);
+        }
+        EXPECT_EQ(nAnswer, c.m_nAnswer) << std::hex << c.m_nStyle << " " << c.m_pszTyped;
+    }
+    const std::string strPrompt = "[1 (J) Ja, 2 (N) Nein, 3 (A) Abbrechen; Enter: Ja] ";
+    EXPECT_EQ(dir.Read("prompts.txt"), "Frage\nWeiter?\n" + strPrompt + strPrompt);
 }

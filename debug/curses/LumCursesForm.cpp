@@ -67,6 +67,10 @@ void CLumCursesForm::Draw()
         m_aBoxes[i] = {nY, rcInner.m_nX + nLabels + 1, 1, rcInner.m_nWidth - nLabels - 1};
         m_aEdits[i].Draw(nY, m_aBoxes[i].m_nX, m_aBoxes[i].m_nWidth, false, m_terminal);
     }
+    // The blank line above the buttons, if the screen left it to the form.
+    int nRefusalRow = nButtonRow - 1;
+    if (!m_strRefusal.empty() && nRefusalRow > rcInner.m_nY + static_cast<int>(m_aEdits.size()))
+        LumDrawText(nRefusalRow, rcInner.m_nX, rcInner.m_nWidth, m_strRefusal, A_BOLD);
     std::vector<std::wstring> aFaces = Faces();
     m_aButtons = LumLayoutButtonRow(nButtonRow, rcInner.m_nX, rcInner.m_nWidth, aFaces);
     for (size_t i = 0; i < aFaces.size(); ++i)
@@ -87,11 +91,13 @@ CLumCursesForm::EResult CLumCursesForm::OnKey(const SLumCursesKey& key)
 {
     if (key.m_eKind == SLumCursesKey::End || LumIsEscape(key))
         return Cancel;
-    if (LumIsEnter(key))
-        return m_nFocus == OkIndex() + 1 ? Cancel : Ok;
-    if (key.m_eKind == SLumCursesKey::Mouse)
+    if (LumIsEnter(key) && m_nFocus + 1 < OkIndex())
+        MoveFocus(1);
+    else if (LumIsEnter(key))
+        return m_nFocus == OkIndex() + 1 ? Cancel : TryOk();
+    else if (key.m_eKind == SLumCursesKey::Mouse)
         return OnMouse(key);
-    if (LumIsRepaint(key))
+    else if (LumIsRepaint(key))
         m_terminal.Repaint();
     else if (key.IsChar('\t') || key.IsKey(KEY_DOWN))
         MoveFocus(1);
@@ -107,7 +113,7 @@ CLumCursesForm::EResult CLumCursesForm::OnKey(const SLumCursesKey& key)
 CLumCursesForm::EResult CLumCursesForm::OnButtonKey(const SLumCursesKey& key)
 {
     if (key.IsChar(' '))
-        return m_nFocus == OkIndex() ? Ok : Cancel;
+        return m_nFocus == OkIndex() ? TryOk() : Cancel;
     if (key.IsKey(KEY_LEFT) || key.IsKey(KEY_RIGHT))
         m_nFocus = m_nFocus == OkIndex() ? OkIndex() + 1 : OkIndex();
     return Open;
@@ -119,7 +125,7 @@ CLumCursesForm::EResult CLumCursesForm::OnMouse(const SLumCursesKey& key)
         return Open;
     int nButton = LumButtonAt(m_aButtons, key.m_nY, key.m_nX);
     if (nButton >= 0)
-        return nButton == 0 ? Ok : Cancel;
+        return nButton == 0 ? TryOk() : Cancel;
     for (size_t i = 0; i < m_aBoxes.size(); ++i)
         if (m_aBoxes[i].Contains(key.m_nY, key.m_nX))
         {
@@ -133,4 +139,17 @@ void CLumCursesForm::MoveFocus(int nStep)
 {
     int nCount = OkIndex() + 2;
     m_nFocus = (m_nFocus + nStep + nCount) % nCount;
+}
+
+CLumCursesForm::EResult CLumCursesForm::TryOk()
+{
+    SLumDebugForm filled = m_form;
+    for (size_t i = 0; i < m_aEdits.size(); ++i)
+        filled.m_aFields[i].m_strValue = m_aEdits[i].GetText();
+    int nRefused = filled.FirstRefused();
+    if (nRefused < 0)
+        return Ok;
+    m_strRefusal = LumDecodeUtf8(filled.m_aFields[static_cast<size_t>(nRefused)].m_strRefusal);
+    m_nFocus = nRefused;
+    return Open;
 }

@@ -1,6 +1,8 @@
 // A small modal form over the window: its title in the frame, a labelled text box per
-// field, OK and Cancel. Tab and the arrow keys up and down move the focus; Enter is
-// OK unless Cancel has the focus, Escape is Cancel.
+// field, OK and Cancel. Tab and the arrow keys up and down move the focus. Enter in a
+// field goes on to the next one and is OK in the last; on a button it presses it.
+// Escape is Cancel. OK with a field blank that must be filled shows why in the line
+// above the buttons and puts the focus on that field.
 #pragma once
 
 #include "LumCursesEdit.h"
@@ -34,6 +36,8 @@ private:
     EResult OnMouse(const SLumCursesKey& key);
     EResult OnButtonKey(const SLumCursesKey& key);
     void MoveFocus(int nStep);
+    // Ok, or Open with the refusal shown when a field that must be filled is blank.
+    EResult TryOk();
     int OkIndex() const { return static_cast<int>(m_aEdits.size()); }
 
     SLumDebugForm& m_form;
@@ -45,4 +49,6 @@ private:
     // Where the last drawing put the boxes and buttons, for the mouse.
     std::vector<SLumRect> m_aBoxes;
     std::vector<SLumRect> m_aButtons;
+    // Why the last OK was refused, empty while none was.
+    std::wstring m_strRefusal;
 };

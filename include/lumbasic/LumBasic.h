@@ -178,6 +178,9 @@ protected:
     int m_fDebugMode = 0;
     CLumBasicDebugger* m_pDebugger = nullptr;
     int m_fOwnDebugger = 0;
+    // The debugger is one that a failed run made: it stays for the host to look at
+    // until the next run, which starts with one of its own.
+    int m_fDebuggerLeftOver = 0;
     int m_fMainModule = 1;
     int m_fInFunction = 0;
     int m_fInitialized = 0;
@@ -256,6 +259,8 @@ private:
     SLumStackDepths GetStackDepths() const;
     // Pops what a failed run left on the stacks down to the depths it began with.
     void UnwindStacks(const SLumStackDepths& depths) noexcept;
+    // Deletes a debugger that this object made, without ending its session.
+    void DropDebugger() noexcept;
     // The run loop, from the cursor, or from a statement of the fast form that stands
     // where the cursor stands (the head of a function called from an expression).
     void RunLoopFrom(SLumFastStep* pStart);

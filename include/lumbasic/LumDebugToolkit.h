@@ -91,7 +91,9 @@ private:
     int m_nExtent = 0;
 };
 
-// A small modal form: a title and text boxes, with OK and Cancel.
+// A small modal form: a title and text boxes, with OK and Cancel. A toolkit keeps the
+// form open on OK while a field that must be filled holds nothing but blanks: it
+// shows that field's refusal and puts the focus there.
 struct LUM_API SLumDebugForm
 {
     struct Field
@@ -99,10 +101,15 @@ struct LUM_API SLumDebugForm
         int m_nId;
         std::string m_strLabel;
         std::string m_strValue;
+        // Why OK is refused while the field is blank; empty for a field that may be.
+        std::string m_strRefusal = std::string();
     };
     int m_nTemplate;
     std::string m_strTitle;
     std::vector<Field> m_aFields;
+
+    // The index of the first field that refuses OK as the fields stand, -1 for none.
+    int FirstRefused() const;
 };
 
 // Receives what the user does. The debug window implements it.
@@ -143,7 +150,9 @@ public:
 
     // The width of a text in the window's font.
     virtual int MeasureText(const std::string& str) const = 0;
-    // A modal form; true for OK, with the fields' values as the user left them.
+    // A modal form; true for OK, with the fields' values as the user left them. Enter
+    // in a field goes on to the next one and is OK in the last, Escape is Cancel. OK
+    // never closes the form while FirstRefused() names a field.
     virtual bool DoModal(SLumDebugForm& form) = 0;
 
 protected:

@@ -9,7 +9,8 @@
 //     select ID ROW     makes ROW the current row of a list, without a command
 //     show ID           writes the rows of a list to the transcript, as "ID|row"
 //     enter | escape    the keys: the default button, the toolkit's cancel
-//     ok [VALUE]...     answers a form with OK, its fields set to the values in order
+//     ok [VALUE]...     answers a form with OK, its first fields set to the values in
+//                       order; an OK the form refuses leaves it open for the next entry
 //     cancel            answers a form with Cancel
 // A modal loop takes events until a command ends it, a form takes the next entry.
 // When the script runs out, a loop ends as on Escape and a form is cancelled.
@@ -42,7 +43,7 @@ public:
     bool Send(const std::string& strEvent);
     void AddScript(const std::vector<std::string>& aScript);
     // What happened, an entry per line: "title T", "stop at row N", "form T",
-    // "loop ended R", "window made", "window gone".
+    // "refused WHY", "loop ended R", "window made", "window gone".
     const std::vector<std::string>& GetTranscript() const { return m_aTranscript; }
     const std::string& GetTitle() const { return m_strTitle; }
     bool HasWindow() const { return m_pTarget != nullptr; }

@@ -10,7 +10,8 @@ class LUM_API CLumsNewValueDlg
 {
 public:
     // Shows the form with the two fields as they stand; LUM_IDC_OK with the user's
-    // values in them, or LUM_IDC_CANCEL with them unchanged.
+    // values in them, or LUM_IDC_CANCEL with them unchanged. OK needs both fields
+    // filled, and the name loses the blanks around it.
     int DoModal(CLumDebugToolkit& toolkit);
 
     std::string m_strName;

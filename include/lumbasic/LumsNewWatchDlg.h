@@ -9,7 +9,8 @@
 class LUM_API CLumsNewWatchDlg
 {
 public:
-    // Shows the form; LUM_IDC_OK with the user's name in m_strName, or LUM_IDC_CANCEL.
+    // Shows the form; LUM_IDC_OK with the user's name in m_strName, without the blanks
+    // around it, or LUM_IDC_CANCEL. A blank name is refused.
     int DoModal(CLumDebugToolkit& toolkit);
 
     std::string m_strName;
