@@ -87,7 +87,7 @@ const char* const PROGRAM =
     "End Sub\n";
 
 constexpr int THREADS = 4;
-constexpr int RUNS = 24;
+constexpr int RUNS = 32;
 constexpr unsigned long STATEMENT_LIMIT = 100000;
 constexpr unsigned long MEMORY_LIMIT = 1 << 16;
 
