@@ -238,8 +238,6 @@ void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
     if (m_pDebugger == nullptr)
     {
         m_pDebugger = new CLumBasicDebugger();
-        if (m_fDebugMode)
-            CLumBasicDebugger::m_fDebug = 1;
         m_fOwnDebugger = 1;
     }
     m_pDebugger->Start(this, pszSource, pszText);

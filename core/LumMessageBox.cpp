@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <unistd.h>
 
@@ -89,6 +90,10 @@ int Choose(const ButtonSet& set, const char* pszLine, int nDefault)
     return -1;
 }
 
+// The box of the process. Runs on other threads may copy it while a host installs
+// another: the lock keeps them from reading it half written. A box is no hot path.
+std::mutex s_cBoxLock;
+
 LumMessageBoxFunction& Installed()
 {
     static LumMessageBoxFunction s_fnBox;
@@ -131,6 +136,7 @@ int LumConsoleMessageBox(const char* pszText, const char* pszCaption, long nStyl
 
 LumMessageBoxFunction LumSetMessageBox(LumMessageBoxFunction fnBox)
 {
+    std::lock_guard<std::mutex> lock(s_cBoxLock);
     LumMessageBoxFunction fnOld = std::move(Installed());
     Installed() = std::move(fnBox);
     return fnOld;
@@ -138,8 +144,13 @@ LumMessageBoxFunction LumSetMessageBox(LumMessageBoxFunction fnBox)
 
 int LumMessageBox(const char* pszText, const char* pszCaption, long nStyle)
 {
-    // A copy, so that a box that installs another while it runs stays alive.
-    LumMessageBoxFunction fnBox = Installed();
+    // A copy, so that a box that installs another while it runs stays alive, and so
+    // that the box runs outside the lock.
+    LumMessageBoxFunction fnBox;
+    {
+        std::lock_guard<std::mutex> lock(s_cBoxLock);
+        fnBox = Installed();
+    }
     if (fnBox)
         return fnBox(pszText, pszCaption, nStyle);
     return LumConsoleMessageBox(pszText, pszCaption, nStyle);

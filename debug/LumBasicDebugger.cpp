@@ -45,10 +45,13 @@ void CLumBasicDebugger::Start(CLumBasic* pBasic, const char* pszSource, const ch
 {
     if (pszSource != nullptr)
         m_strMainSource = pszSource;
+    // An interpreter put into debug mode debugs its run without the master switch,
+    // which runs on other threads read and no run writes.
+    m_fDebugging = m_fDebug || (pBasic != nullptr && pBasic->GetDebugMode());
     // Counting needs the source's text; a name that is no file of its own is asked for.
     if (m_fProfile && pszText == nullptr && (pszSource == nullptr || !IsOwnAbsolutePath(pszSource)))
         DoSourceDialog();
-    if (!m_fDebug)
+    if (!m_fDebugging)
         return;
     m_pBasic = pBasic;
     SetSource(pszSource ? pszSource : "", pszText);
@@ -81,7 +84,7 @@ void CLumBasicDebugger::RecallSource()
 // that came in: after the user picked another file the two differ.
 void CLumBasicDebugger::DisplaySource(const std::string& strSource, const char* pszText)
 {
-    if (strSource == m_strCurrentSource || !m_fDebug)
+    if (strSource == m_strCurrentSource || !m_fDebugging)
         return;
     std::string strPrevious = m_strCurrentSource;
     m_strCurrentSource = strSource;
@@ -203,7 +206,7 @@ int CLumBasicDebugger::Step(long nLine)
         if (m_pDlg)
             m_pDlg->RefreshLine(nLine);
     }
-    if (!m_fDebug)
+    if (!m_fDebugging)
         return 0;
     // Breakpoints hold a line alone, so they belong to the main source.
     if (!m_mapBreakpoints.empty() && m_strCurrentSource == m_strMainSource && m_mapBreakpoints.count(nLine))
@@ -278,6 +281,7 @@ int CLumBasicDebugger::GetHits(long nLine) const
 
 void CLumBasicDebugger::DebugOff()
 {
+    m_fDebugging = 0;
     m_fDebug = 0;
     m_fProfile = 0;
     CLumBasicDebugWindow::m_fProfile = 0;

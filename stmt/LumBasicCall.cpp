@@ -299,6 +299,8 @@ int CLumBasic::Import()
             CLumBasic cImport(m_pVariables, m_pFunctions);
             cImport.m_pBudget = m_pBudget;
             cImport.m_fFastPaths = m_fFastPaths;
+            // The import is debugged as its importer is.
+            cImport.m_fDebugMode = m_fDebugMode;
             HandUpImports handUp{m_cImportFiles, cImport.m_cImportFiles};
             std::unique_ptr<CLumBasicFile> pFile(cImport.DoImport(pPath->GetText(), m_pDebugger));
             m_cImportFiles.push_back(pFile.get());

@@ -14,18 +14,13 @@ namespace
 const char* const FILE_LABEL = "LUMEXPRESSION";
 }
 
-CLumsVarValue CLumVariables::m_cDoubleNull;
-CLumsVarValue CLumVariables::m_cLongNull;
-CLumsVarValue CLumVariables::m_cStringNull;
+// Made once, before any store: from then on every thread reads them and none writes
+// them, not even GetText, which gives their text without its cache.
+CLumsVarValue CLumVariables::m_cDoubleNull(0.0);
+CLumsVarValue CLumVariables::m_cLongNull(0L);
+CLumsVarValue CLumVariables::m_cStringNull("");
 
-CLumVariables::CLumVariables()
-{
-    // Every new store puts the shared null values right again, in case a caller
-    // changed one in place.
-    m_cDoubleNull = 0.0;
-    m_cLongNull = 0L;
-    m_cStringNull = "";
-}
+CLumVariables::CLumVariables() = default;
 
 CLumVariables::CLumVariables(const CLumVariables& src) : CLumObject()
 {

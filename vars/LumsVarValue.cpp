@@ -1,5 +1,7 @@
 #include <lumbasic/LumsVarValue.h>
 
+#include <lumbasic/LumVariables.h>
+
 #include "core/LumFrame.h"
 #include "core/LumFreeList.h"
 
@@ -31,6 +33,10 @@ bool IsLongLike(const CLumsVarValue& v)
 {
     LumRaise(LUM_MSG_STRING_OPERATOR, pszOperator);
 }
+
+// The text forms of the null numbers, as LumFormatLong and LumFormatDouble give 0.
+const char* const NULL_LONG_TEXT = "0";
+const char* const NULL_DOUBLE_TEXT = "0.000000";
 
 int32_t WrapLong(int64_t n)
 {
@@ -203,9 +209,14 @@ const char* CLumsVarValue::GetText() const
     case VT_STRING:
         return Text().c_str();
     case VT_LONG:
+        // The shared null values are read by all threads at once: never written.
+        if (CLumVariables::IsNullValue(this))
+            return NULL_LONG_TEXT;
         Text().assign(buffer, LumFormatLong(buffer, m_nLong));
         return m_pStr->c_str();
     case VT_DOUBLE:
+        if (CLumVariables::IsNullValue(this))
+            return NULL_DOUBLE_TEXT;
         Text().assign(buffer, LumFormatDouble(buffer, m_dDouble));
         return m_pStr->c_str();
     default:
@@ -217,8 +228,10 @@ const char* CLumsVarValue::GetText() const
 
 size_t CLumsVarValue::GetTextLength() const
 {
-    GetText();
-    return m_nType == VT_EMPTY ? 0 : m_pStr->size();
+    const char* psz = GetText();
+    if (m_nType == VT_EMPTY)
+        return 0;
+    return m_pStr != nullptr && psz == m_pStr->c_str() ? m_pStr->size() : strlen(psz);
 }
 
 LumText& CLumsVarValue::GetStringRef()

@@ -29,9 +29,11 @@ class LUM_API CLumBasicDebugger : public CLumObject
 
 public:
     // The master switch of the debugger: the debug mode of interpreters made from now
-    // on. While it is 0 nothing stops and no source is displayed.
+    // on. While it is 0 nothing stops and no source is displayed, except in the run of
+    // an interpreter put into debug mode (CLumBasic::SetDebugMode). A host sets it
+    // before runs start; no run writes it, only DebugOff.
     static int m_fDebug;
-    // The master switch of hit counting; only a host sets it.
+    // The master switch of hit counting; only a host sets it, before runs start.
     static int m_fProfile;
 
     CLumBasicDebugger();
@@ -62,7 +64,8 @@ public:
     void ChangeVar(const char* pszName, const char* pszValue);
     long GetLineNr() const { return m_nLineNr; }
     int GetHits(long nLine) const;
-    // Switches debugging and counting off for every interpreter of the process.
+    // Switches debugging and counting off for this run and for every interpreter of
+    // the process: the one call that writes the master switches while a run goes on.
     void DebugOff();
 
     // What a front end shows besides the window's rows.
@@ -102,6 +105,9 @@ private:
     std::unique_ptr<char[]> m_pszSource;
     std::set<long> m_mapBreakpoints;
     int m_fStepMode = 1;
+    // Whether this run is debugged: the master switch, or its interpreter's debug mode,
+    // when it started.
+    int m_fDebugging = 0;
     std::vector<std::string> m_lstWatches;
     CLumBasicProfiler* m_pProfiler = nullptr;
     long m_nLineNr = 1;

@@ -44,8 +44,10 @@ enum LumMessageBoxAnswer : int
 using LumMessageBoxFunction = std::function<int(const char* pszText, const char* pszCaption, long nStyle)>;
 
 // Installs the box that every interpreter of the process uses from now on and gives
-// the one installed before. An empty function brings back the console box. Install it
-// before programs run, not while one is running on another thread.
+// the one installed before. An empty function brings back the console box. It may be
+// installed while programs run on other threads; a box shown there already stays
+// until it is answered. The box runs on the thread of the run that shows it, so with
+// interpreters running in parallel it is called from several threads at once.
 LUM_API LumMessageBoxFunction LumSetMessageBox(LumMessageBoxFunction fnBox);
 
 // Shows a box with the installed function.

@@ -46,7 +46,8 @@ public:
     // Arrays have no storage of their own: this does nothing and takes no ownership.
     void SetDimension(const char* pszName, CLumsVarValue* pDimension);
     // The stored value, or a shared null value by the name's last character. The
-    // pointer stays the store's.
+    // pointer stays the store's. The null values are shared by every store on every
+    // thread and are never changed: a caller must not change one either.
     CLumsVarValue* GetValue(const char* pszName, const long* pIndices) const;
     int IsDefined(const char* pszName, const long* pIndices) const;
     // The entry for the composed key, or null when there is none.
