@@ -127,6 +127,9 @@ TEST(Value, ConversionsCutSaturateAndReadText)
          {0L, 9L, 10L, 99L, 100L, 1009L, 90817L, 123456L, 7000001L, 99999999L, 100000000L, 2147483647L})
         EXPECT_EQ(L(n).GetText(), std::to_string(n));
     EXPECT_STREQ(D(1.0 / 3).GetText(), "0.333333");
+    // A NaN's sign depends on the path that computed it: its text never shows it.
+    EXPECT_STREQ(D(-std::nan("")).GetText(), "nan");
+    EXPECT_STREQ(D(-std::numeric_limits<double>::infinity()).GetText(), "-inf");
     CLumsVarValue empty;
     EXPECT_EQ(empty.GetType(), CLumsVarValue::VT_EMPTY);
     EXPECT_STREQ(empty.GetText(), "");

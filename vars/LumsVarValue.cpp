@@ -133,6 +133,10 @@ size_t LumFormatLong(char* pszBuffer, long n)
 
 size_t LumFormatDouble(char* pszBuffer, double d)
 {
+    // The sign of a NaN depends on the order in which a compiler takes the operands,
+    // which differs between builds and between evaluating paths: it is not shown.
+    if (std::isnan(d))
+        d = std::numeric_limits<double>::quiet_NaN();
     std::to_chars_result r = std::to_chars(pszBuffer, pszBuffer + 399, d, std::chars_format::fixed, 6);
     if (r.ec != std::errc())
     {
