@@ -6,7 +6,9 @@
 // The list is filled a block of objects at a time, so that an object costs its own
 // size and nothing more: a store of many values holds no allocator headers. Blocks
 // are kept for the life of the process, as an object may be freed on another thread
-// than the one that made it, into that thread's list.
+// than the one that made it, into that thread's list. A thread that ends hands its
+// list to a pool that threads take from before they make a block, so that a host
+// that starts a thread for each run does not grow with the number of runs.
 #pragma once
 
 #include <cstddef>
@@ -67,19 +69,76 @@ private:
     {
         if (n != SIZE)
             return ::operator new(n);
+        // The first object this thread takes from here: its list goes to the pool
+        // when it ends.
+        static thread_local SHandBack t_cHandBack;
+        (void)t_cHandBack;
+        SPool& pool = Pool();
+        {
+            std::lock_guard<std::mutex> lock(pool.m_cLock);
+            if (pool.m_pHead != nullptr)
+            {
+                // A block's worth of what ended threads left, or all of it.
+                void* pFirst = pool.m_pHead;
+                void* pLast = pFirst;
+                for (size_t i = 1; i < BLOCK_OBJECTS && *static_cast<void**>(pLast) != nullptr; ++i)
+                    pLast = *static_cast<void**>(pLast);
+                pool.m_pHead = *static_cast<void**>(pLast);
+                *static_cast<void**>(pLast) = t_pHead;
+                t_pHead = *static_cast<void**>(pFirst);
+                return pFirst;
+            }
+        }
         char* pBlock = static_cast<char*>(::operator new(BLOCK_OBJECTS* SIZE));
         {
-            static std::mutex s_cLock;
-            // Reachable for as long as the process runs: the blocks are never freed.
-            static std::vector<void*>* s_paBlocks = new std::vector<void*>();
-            std::lock_guard<std::mutex> lock(s_cLock);
-            s_paBlocks->push_back(pBlock);
+            std::lock_guard<std::mutex> lock(pool.m_cLock);
+            pool.m_aBlocks.push_back(pBlock);
         }
         for (size_t i = BLOCK_OBJECTS; i-- > 1;)
             Free(pBlock + i * SIZE, SIZE);
         return pBlock;
     }
 
+    // The blocks made and the objects that ended threads left, for the life of the
+    // process: reachable, never freed.
+    struct SPool
+    {
+        std::mutex m_cLock;
+        std::vector<void*> m_aBlocks;
+        void* m_pHead = nullptr;
+    };
+    static SPool& Pool()
+    {
+        static SPool* s_pPool = new SPool();
+        return *s_pPool;
+    }
+    struct SHandBack
+    {
+        ~SHandBack()
+        {
+            if (t_pHead == nullptr)
+                return;
+            void* pLast = t_pHead;
+            while (*static_cast<void**>(pLast) != nullptr)
+                pLast = *static_cast<void**>(pLast);
+            SPool& pool = Pool();
+            std::lock_guard<std::mutex> lock(pool.m_cLock);
+            *static_cast<void**>(pLast) = pool.m_pHead;
+            pool.m_pHead = t_pHead;
+            t_pHead = nullptr;
+        }
+    };
+
+public:
+    // The blocks made so far, for all threads.
+    static size_t GetBlockCount()
+    {
+        SPool& pool = Pool();
+        std::lock_guard<std::mutex> lock(pool.m_cLock);
+        return pool.m_aBlocks.size();
+    }
+
+private:
     static thread_local void* t_pHead;
 };
 

@@ -9,6 +9,7 @@
 #include <lumbasic/LumCompile.h>
 #include <lumbasic/LumMessageBox.h>
 
+#include "core/LumFreeList.h"
 #include "res/LumMessages.h"
 
 #include <atomic>
@@ -209,4 +210,25 @@ TEST(ParallelHost, InterpretersWithStoresOfTheirOwnRunOneImageAtOnce)
     EXPECT_EQ(aFailures, std::vector<std::string>(THREADS));
     EXPECT_EQ(nBoxes, THREADS * RUNS / 4);
     EXPECT_EQ(CLumBasicDebugger::m_fDebug, 0);
+}
+
+// A host that starts a thread for each run: what an ended thread's runs freed serves
+// the threads after it, so the memory the values take does not grow with the runs.
+TEST(ParallelHost, AThreadForEachRunReusesWhatEndedThreadsFreed)
+{
+    CImageDir dir;
+    dir.Save("lib.lbc", LumCompile(LIBRARY));
+    SLumCompileSettings settings;
+    settings.m_strExtensions = "statement Note 0x2183\nfunction Twice 0x2184\n";
+    const std::vector<uint8_t> aImage = LumCompile(PROGRAM, settings);
+    auto RunOnThread = [&](int nRun) {
+        std::string strFailure;
+        std::thread([&] { strFailure = RunOnce(SRun{0, 8 * nRun}, aImage, "", dir); }).join();
+        return strFailure;
+    };
+    ASSERT_EQ(RunOnThread(0), "");
+    size_t nBlocks = CLumFreeList<sizeof(CLumsVarValue)>::GetBlockCount();
+    for (int i = 1; i < 40; ++i)
+        ASSERT_EQ(RunOnThread(i), "");
+    EXPECT_EQ(CLumFreeList<sizeof(CLumsVarValue)>::GetBlockCount(), nBlocks);
 }
