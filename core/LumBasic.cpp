@@ -37,6 +37,7 @@ void CLumBasic::Init(CLumVariables* pVariables, CLumFunctions* pFunctions)
             return;
         m_pQuelle = nullptr;
         m_nLine = 0;
+        m_nAtHead = -1;
         m_pDebugger = nullptr;
         m_fOwnDebugger = 0;
         m_fDebuggerLeftOver = 0;
@@ -113,6 +114,7 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
                                                  : new CLumBasicFile(pData, nLength));
         m_pQuelle = pFile.get();
         m_cBudget.m_nCount = 0;
+        m_nAtHead = -1;
         m_cBudget.m_nBytesAtStart = LumValueBytes();
         PreRunLoopEM();
         RunLoop();

@@ -90,7 +90,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
     case SLumFastStep::MARKER:
         // With the debugger in debug mode the marker goes to its handler, which stops
         // there or counts the line; otherwise it only notes the line for messages.
-        basic.m_nLine = step.m_nLine;
+        basic.NoteMarker(step.m_nLine);
         return basic.m_fDebugMode && basic.m_pDebugger != nullptr && !step.m_fMarkerFollows ? HANDLER : GO_ON;
     case SLumFastStep::ASSIGN:
         return Assign(basic, step);
@@ -276,7 +276,7 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             // debugger wants it: straight on to the statement it was linked to.
             if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr && !basic.m_fDebugMode)
             {
-                basic.m_nLine = pStep->m_nLine;
+                basic.NoteMarker(pStep->m_nLine);
                 pStep = pStep->m_pNext;
                 continue;
             }

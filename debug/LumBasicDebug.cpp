@@ -8,7 +8,7 @@ int CLumBasic::SetDebugInfo()
 {
     return LumFrame("LUMBASICDEBUG", "CLumBasic::SetDebugInfo()", [&] {
         const unsigned char* pAt = m_pQuelle->GetPosition();
-        m_nLine = m_pQuelle->GetDWord();
+        NoteMarker(m_pQuelle->GetDWord());
         if (!m_fDebugMode || m_pDebugger == nullptr)
             return 0;
         // Of a row of markers only the last reaches the debugger: lines without code

@@ -34,6 +34,7 @@ int CLumBasic::Declare()
         std::string strName = m_pQuelle->GetCountedText();
         pInfo->m_strDeclaration = m_pQuelle->GetCountedText();
         pInfo->m_strSource = m_strSource;
+        pInfo->m_nLine = m_nLine;
         m_pFunctions->SetAt(strName, pInfo.release());
         return 0;
     });
@@ -161,6 +162,7 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
         nSourceChanged >= 0 ? nSourceChanged : m_pDebugger != nullptr && pInfo->m_strSource != m_strSource;
     int fSourceChanged = pCall->m_fSourceChanged;
     m_cCallStack.Push(pCall.release());
+    m_nAtHead = m_cFunctionStack.GetCount();
     // The procedure enters its first line afresh, whatever an earlier call left.
     if (m_aLineMarks.size() > static_cast<size_t>(m_cCallStack.GetCount()))
         m_aLineMarks.resize(static_cast<size_t>(m_cCallStack.GetCount()));
@@ -189,7 +191,12 @@ void CLumBasic::AddCallSites(CLumsException& e) const
         {
             cSite.m_strProcedure = m_cFunctionStack.GetAt(i);
             if (const CallInfo* pInfo = m_pFunctions ? m_pFunctions->Lookup(cSite.m_strProcedure) : nullptr)
+            {
                 cSite.m_strSource = pInfo->m_strSource;
+                // Failed at its head or its first marker: the line is its declaration's.
+                if (i == m_nAtHead && i == nNames - 1)
+                    cSite.m_nLine = pInfo->m_nLine;
+            }
         }
         e.AddCallSite(std::move(cSite));
     };

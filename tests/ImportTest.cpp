@@ -7,6 +7,7 @@
 #include "res/LumMessages.h"
 
 #include <algorithm>
+#include <filesystem>
 
 using namespace lumtest;
 
@@ -138,22 +139,55 @@ TEST(Import, ImportsWithoutEndFailCleanly)
     EXPECT_GT(vars.Lookup("depth%")->GetLong(), 100);
 }
 
+namespace
+{
+// The call sites of the failure of `aMain`, each as procedure@file:line; empty when it
+// ran to its end.
+std::vector<std::string> Sites(const std::vector<uint8_t>& aMain, bool fStream, unsigned long nLimit = 0)
+{
+    CLumVariables vars;
+    std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars) : new CLumBasic(&vars, nullptr));
+    pBasic->SetStatementLimit(nLimit);
+    std::vector<std::string> aSites;
+    try
+    {
+        pBasic->DoMemory(aMain.data(), aMain.size());
+    }
+    catch (const CLumsException& e)
+    {
+        for (const SLumCallSite& site : e.GetCallSites())
+            aSites.push_back(site.m_strProcedure + "@" +
+                             std::filesystem::path(site.m_strSource).filename().string() + ":" +
+                             std::to_string(site.m_nLine));
+    }
+    return aSites;
+}
+} // namespace
+
 // The procedures running at a failure, innermost first, each at its line and with the
 // source of the image it came from: across a Sub call, a function call, an imported
-// procedure, and in both forms of the run.
+// procedure, and in both forms of the run. A run stopped at any statement names lines
+// of each procedure's own source, also where a procedure of the library failed before
+// its first line (it stands at its declaration) and where an earlier call of it had
+// returned from the same line number.
 TEST(Import, AFailureNamesEveryRunningProcedureWithItsSourceAndLine)
 {
     CImageDir dir;
     std::vector<uint8_t> aLibrary;
     CLumCompiler compiler;
-    ASSERT_TRUE(compiler.Compile("Function Ratio(a, b)\n    Ratio = a / b\nEnd Function\n",
+    ASSERT_TRUE(compiler.Compile("Function Ratio(a, b)\n    Ratio = a / b\nEnd Function\n"
+                                 "Function Nop(a)\n    Nop = a\nEnd Function\n",
                                  dir.Path("lib.lbd"), aLibrary));
     std::string strLibrary = dir.Save("lib.lbc", aLibrary);
     std::vector<uint8_t> aMain = Compiled("Declare Function Ratio(a, b)\n"
+                                          "Declare Function Nop(a)\n"
                                           "Sub Main\n"
                                           "    Import \"" +
                                           strLibrary +
                                           "\"\n"
+                                          "    x = 0\n"
+                                          "    x = 1\n"
+                                          "    y = Nop(Nop(1))\n"
                                           "    Call Show(1)\n"
                                           "End Sub\n"
                                           "Sub Show(v)\n"
@@ -161,22 +195,20 @@ TEST(Import, AFailureNamesEveryRunningProcedureWithItsSourceAndLine)
                                           "End Sub\n");
     for (bool fStream : {false, true})
     {
-        CLumVariables vars;
-        std::unique_ptr<CLumBasic> pBasic(fStream ? new CStreamBasic(&vars) : new CLumBasic(&vars, nullptr));
-        try
-        {
-            pBasic->DoMemory(aMain.data(), aMain.size());
-            ADD_FAILURE() << "no failure";
-        }
-        catch (const CLumsException& e)
-        {
-            std::vector<std::string> aSites;
-            for (const SLumCallSite& site : e.GetCallSites())
-                aSites.push_back(site.m_strProcedure + "@" +
-                                 std::filesystem::path(site.m_strSource).filename().string() + ":" +
-                                 std::to_string(site.m_nLine));
-            EXPECT_EQ(aSites, (std::vector<std::string>{"Ratio@lib.lbd:2", "Show@t.lbd:7", "Main@t.lbd:4"}))
-                << fStream;
-        }
+        EXPECT_EQ(Sites(aMain, fStream),
+                  (std::vector<std::string>{"Ratio@lib.lbd:2", "Show@t.lbd:11", "Main@t.lbd:8"}))
+            << fStream;
+        for (unsigned long nLimit = 1; nLimit < 40; ++nLimit)
+            for (const std::string& strSite : Sites(aMain, fStream, nLimit))
+            {
+                long nLine = std::stol(strSite.substr(strSite.rfind(':') + 1));
+                bool fLibrary = strSite.find("@lib.lbd:") != std::string::npos;
+                EXPECT_TRUE(nLine >= 0 && nLine <= (fLibrary ? 6 : 12))
+                    << strSite << " with a limit of " << nLimit;
+                if (strSite.rfind("Nop@", 0) == 0)
+                {
+                    EXPECT_GE(nLine, 4) << strSite << " with a limit of " << nLimit;
+                }
+            }
     }
 }

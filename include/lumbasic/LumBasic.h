@@ -86,6 +86,9 @@ public:
     // more fails at that statement, and the interpreter is ready for the next run.
     void SetStatementLimit(unsigned long nLimit) { m_cBudget.SetLimit(nLimit); }
     unsigned long GetStatementLimit() const { return m_cBudget.m_nLimit; }
+    // The statements the last run took, as counted against its limit: counted only
+    // while a limit is set.
+    unsigned long GetStatementCount() const { return m_cBudget.m_nCount; }
     // The bytes the values of one run may hold at once beyond what they held when it
     // began (records and text, counted on the run's thread); 0, the default, sets no
     // budget. A run over it fails at its next statement.
@@ -275,11 +278,23 @@ private:
     {
         m_nReturnedLine = m_nLine;
         m_nReturnedTo = nCallerLine;
+        m_nAtHead = -1;
+    }
+    // A line marker ran: the procedure on top stands at a line of its own, whatever a
+    // call that returned before left in m_nLine.
+    void NoteMarker(long nLine)
+    {
+        m_nLine = nLine;
+        m_nReturnedLine = -1;
+        m_nAtHead = -1;
     }
     // The line of the statement running in the procedure on top.
     long CallerLine() const { return m_nLine == m_nReturnedLine ? m_nReturnedTo : m_nLine; }
     long m_nReturnedLine = -1;
     long m_nReturnedTo = 0;
+    // The procedures running below one entered that has passed no line marker yet, -1
+    // when there is none: m_nLine still names its caller's line, in its caller's source.
+    int m_nAtHead = -1;
     // Runs the image at `pszPath` as an import and gives its file, which the caller owns.
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
     // Whether the line marker at `pAt` enters its line rather than going on in it: a

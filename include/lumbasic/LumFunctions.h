@@ -19,6 +19,9 @@ struct LUM_API CallInfo
     unsigned char* m_pCode = nullptr;
     std::string m_strDeclaration;
     std::string m_strSource;
+    // The line of the declaration: where a failure before the procedure's first line
+    // marker stands. 0 in an image without markers.
+    long m_nLine = 0;
     int m_fMainModule = 0;
     // The image that holds the procedure; a call checks that it is still loaded.
     std::shared_ptr<const CLumImageRange> m_pImage;
