@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 lum=$(realpath "${1:-build/cli/lumbasic}")
 corpus=fuzz/corpus
 rm -rf "$corpus"
-mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template}
+mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template,differential}
 
 # Compiled in a fixed directory: an image records its source's path, and the corpus
 # must not change with the directory of the tree.
@@ -53,6 +53,13 @@ tpl date 2 20001231235959 'tt. o jjjj, HH:MM:SS'
 tpl cut 2 'Wein, Brot' 'ccc-s-s'
 tpl small 5 1e300 '9,99999999999999'
 tpl empty 3 '' '999'
+
+# Choices of generated programs: any bytes make a program; these are fixed ones of
+# a few sizes, so that the corpus stays the same from run to run.
+for n in 1 2 3 4 5 6 7 8; do
+  python3 -c "import random,sys; r=random.Random($n); sys.stdout.buffer.write(bytes(r.randrange(256) for _ in range(256 * $n)))" \
+    >"$corpus/differential/choices-$n"
+done
 
 # Dictionaries: each token of the images as its two bytes, little-endian; the words
 # of the language for the compiler.

@@ -1,6 +1,7 @@
 // Every input the fuzz targets found at fault, kept in regression/<target>/, runs
 // through the path of its target and must be handled: succeed or fail with a
 // CLumsException, memory capped as in the fuzzer.
+#include "LumDifferential.h"
 #include "LumFuzzPaths.h"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,10 @@ namespace
 using Path = std::string (*)(const uint8_t*, size_t);
 
 const std::map<std::string, Path> PATHS = {
-    {"image", lumfuzz::RunImage},         {"disassembler", lumfuzz::Disassemble},
-    {"compiler", lumfuzz::CompileAndRun}, {"store", lumfuzz::StoreRoundTrip},
-    {"profile", lumfuzz::ReadProfile},    {"template", lumfuzz::FillTemplate},
+    {"image", lumfuzz::RunImage},           {"disassembler", lumfuzz::Disassemble},
+    {"compiler", lumfuzz::CompileAndRun},   {"store", lumfuzz::StoreRoundTrip},
+    {"profile", lumfuzz::ReadProfile},      {"template", lumfuzz::FillTemplate},
+    {"differential", lumfuzz::RunBothWays},
 };
 
 std::vector<uint8_t> ReadBytes(const std::filesystem::path& path)
