@@ -78,13 +78,17 @@ function createClient(command) {
 async function start() {
     const command = resolvePath(vscode.workspace.getConfiguration(SECTION).get('path') || 'lumbasic');
     if (!findsProgram(command)) {
-        // The user can mend this one: say which setting to change.
-        const choice = await vscode.window.showErrorMessage(
-            `LumBasic: no program "${command}" to start the language server with. ` +
-                'Set lumbasic.path to the lumbasic program.',
-            'Open Settings',
-        );
-        if (choice) vscode.commands.executeCommand('workbench.action.openSettings', 'lumbasic.path');
+        // The user can mend this one: say which setting to change. Not awaited, so that
+        // a change of the setting restarts at once, whether the message is closed or not.
+        vscode.window
+            .showErrorMessage(
+                `LumBasic: no program "${command}" to start the language server with. ` +
+                    'Set lumbasic.path to the lumbasic program.',
+                'Open Settings',
+            )
+            .then((choice) => {
+                if (choice) vscode.commands.executeCommand('workbench.action.openSettings', 'lumbasic.path');
+            });
         return;
     }
     client = createClient(command);
