@@ -102,3 +102,33 @@ TEST(DamagedImage, DataShorterThanItsFormIsReportedNotReadPast)
         EXPECT_EQ(vars.GetCount(), 0u) << c.first;
     }
 }
+
+// Bytes that start with no statement are no image, a foreign file read for one: where
+// they stand is named, not what they hold. Further in, an unknown token is a module's
+// statement and is named.
+TEST(DamagedImage, AForeignFileIsNamedByTheOffsetNotByItsBytes)
+{
+    std::string strPasswd = "root:x:0:0:root:/root:/bin/bash\n";
+    CLumImageWriter w;
+    w.SourceName("a");
+    w.Word(0x6f72);
+    CLumImageWriter module;
+    Head(module, "Main");
+    module.Token(0x2083);
+    const std::pair<std::vector<uint8_t>, std::string> aCases[] = {
+        {std::vector<uint8_t>(strPasswd.begin(), strPasswd.end()),
+         "Das Programmabbild ist beschädigt oder keines: an Position 0 steht kein bekannter Befehl."},
+        {w.Finish(),
+         "Das Programmabbild ist beschädigt oder keines: an Position 6 steht kein bekannter Befehl."},
+        {module.Finish(), "Kein Befehl mit dem Token 2083 bekannt."},
+    };
+    for (const auto& c : aCases)
+        for (bool fFast : {true, false})
+        {
+            CLumBasic basic;
+            basic.SetFastPaths(fFast);
+            std::vector<std::string> trail = RunImage(basic, c.first);
+            ASSERT_FALSE(trail.empty());
+            EXPECT_EQ(trail[0], c.second);
+        }
+}

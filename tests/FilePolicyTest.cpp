@@ -1,0 +1,184 @@
+// A host's file policy: imports out of the root by every road, refused with nothing of
+// the file shown, the fast way and the plain way; imports it allows; images served from
+// memory; the debugger's sources and profile files; the command line's --sandbox.
+#include "tests/LumDebuggerTestSupport.h"
+
+#include "res/LumMessages.h"
+
+#include <filesystem>
+#include <map>
+
+using namespace lumtest;
+
+namespace
+{
+std::vector<uint8_t> Image(const std::string& strSource)
+{
+    std::vector<uint8_t> aImage;
+    EXPECT_EQ(CompileText(strSource, aImage), "") << strSource;
+    return aImage;
+}
+
+std::string Importing(const std::string& strWhat, const std::string& strAfter = "")
+{
+    return "Declare Function Half(x)\nSub Main\n    Import " + strWhat + "\n" + strAfter + "End Sub\n";
+}
+
+std::string Quoted(const std::string& str)
+{
+    return "\"" + str + "\"";
+}
+
+std::string Refused(const std::string& strName)
+{
+    return LumFormatForTest(LoadMessage(LUM_MSG_FILE_REFUSED), strName.c_str());
+}
+
+const char* const HALF = "Function Half(x)\n    Half = x / 2\nEnd Function\n";
+
+// root/ holds the libraries a program may import; outside/, beside it, an image that
+// would store a secret. root/link leads outside.
+class FilePolicy : public CDebuggerTest
+{
+protected:
+    void SetUp() override
+    {
+        std::filesystem::create_directory(m_dir.Path("root"));
+        std::filesystem::create_directory(m_dir.Path("outside"));
+        std::filesystem::create_directory_symlink(m_dir.Path("outside"), m_dir.Path("root/link"));
+        m_dir.Save("outside/secret.lbc", Image("Sub Main\n    leaked$ = \"SECRET\"\nEnd Sub\n"));
+        m_dir.Save("root/half.lbc", Image(HALF));
+        m_dir.Save("root/lib.lbc", Image(Importing(Quoted(Root("half.lbc")))));
+        m_dir.Save("root/leaky.lbc", Image(Importing(Quoted(Secret()))));
+    }
+    std::string Root(const std::string& strName = "") const { return m_dir.Path("root/" + strName); }
+    std::string Secret() const { return m_dir.Path("outside/secret.lbc"); }
+};
+} // namespace
+
+TEST_F(FilePolicy, ImportsOutOfTheRootAreRefusedByEveryRoad)
+{
+    std::string strComputed = "\"" + m_dir.Path("outs") + "\" + \"ide/secret.lbc\"";
+    const std::pair<std::string, std::string> aCases[] = {
+        {Quoted(Secret()), Secret()},
+        {Quoted(Root("../outside/secret.lbc")), Root("../outside/secret.lbc")},
+        {Quoted(Root("link/secret.lbc")), Root("link/secret.lbc")},
+        {strComputed, Secret()},
+        {Quoted(Root("leaky.lbc")), Secret()},
+    };
+    for (const auto& c : aCases)
+        for (bool fFast : {true, false})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFileRoot(Root().c_str());
+            basic.SetFastPaths(fFast);
+            std::vector<std::string> aTrail = RunImage(basic, Image(Importing(c.first)));
+            ASSERT_FALSE(aTrail.empty()) << c.first;
+            EXPECT_EQ(aTrail[0], Refused(c.second)) << c.first << fFast;
+            for (const std::string& str : aTrail)
+                EXPECT_EQ(str.find("SECRET"), std::string::npos) << str;
+            EXPECT_EQ(vars.Lookup("leaked$"), nullptr) << c.first;
+        }
+}
+
+// Libraries that import libraries, by a name whose ".." stays inside; no policy gives
+// what the policy allows.
+TEST_F(FilePolicy, ImportsInsideTheRootRunUnchanged)
+{
+    std::vector<uint8_t> aMain = Image(Importing(Quoted(Root("../root/lib.lbc")), "    h = Half(5)\n"));
+    for (int nPolicy = 0; nPolicy < 3; ++nPolicy)
+    {
+        CLumVariables vars;
+        CLumBasic basic(&vars, nullptr);
+        if (nPolicy > 0)
+            basic.SetFileRoot(nPolicy == 1 ? Root().c_str() : "/");
+        EXPECT_EQ(RunImage(basic, aMain), std::vector<std::string>()) << nPolicy;
+        EXPECT_EQ(vars.GetValue("h", nullptr)->GetDouble(), 2.5) << nPolicy;
+    }
+    CLumBasic basic;
+    EXPECT_THROW(basic.SetFileRoot(Root("half.lbc").c_str()), CLumsException);
+}
+
+TEST_F(FilePolicy, AResolverServesImagesFromMemoryAndOpensNoFile)
+{
+    std::map<std::string, std::vector<uint8_t>> mapImages = {{"half", Image(HALF)},
+                                                             {"lib", Image(Importing("\"half\""))}};
+    std::vector<std::string> aAsked;
+    for (bool fFast : {true, false})
+    {
+        CLumVariables vars;
+        CLumBasic basic(&vars, nullptr);
+        basic.SetFastPaths(fFast);
+        basic.SetFileResolver([&](const std::string& strName, std::vector<uint8_t>& aBytes) {
+            aAsked.push_back(strName);
+            auto it = mapImages.find(strName);
+            if (it != mapImages.end())
+                aBytes = it->second;
+            return it != mapImages.end();
+        });
+        EXPECT_EQ(RunImage(basic, Image(Importing("\"lib\"", "    h = Half(5)\n"))),
+                  std::vector<std::string>());
+        EXPECT_EQ(vars.GetValue("h", nullptr)->GetDouble(), 2.5);
+        std::vector<std::string> aTrail = RunImage(basic, Image(Importing(Quoted(Root("half.lbc")))));
+        ASSERT_FALSE(aTrail.empty());
+        EXPECT_EQ(aTrail[0], Refused(Root("half.lbc")));
+        basic.ClearFilePolicy();
+        EXPECT_EQ(RunImage(basic, Image(Importing(Quoted(Root("half.lbc"))))), std::vector<std::string>());
+    }
+    EXPECT_EQ(aAsked,
+              (std::vector<std::string>{"lib", "half", Root("half.lbc"), "lib", "half", Root("half.lbc")}));
+}
+
+// The debugger reads the source an image names and, counting, the profile files named
+// after it: a source outside, or a profile file that a dot in the root's name puts
+// outside, is refused before the window shows anything; a resolver serves the source.
+TEST_F(FilePolicy, TheDebuggerOpensSourcesAndProfileFilesOnlyAsThePolicyAllows)
+{
+    const char* const SHOWN = "Sub Main\n    n% = 1\nEnd Sub\n";
+    std::filesystem::create_directory(m_dir.Path("tmp.box"));
+    std::string strDir = std::filesystem::canonical(m_dir.Dir()).string();
+    Write("outside/shown.lbd", SHOWN);
+    Write("tmp.box/shown.lbd", SHOWN);
+    Write("root/shown.lbd", SHOWN);
+    LumFileResolver fnResolve = [](const std::string&, std::vector<uint8_t>& aBytes) {
+        std::string strText = "' from memory\n";
+        aBytes.assign(strText.begin(), strText.end());
+        return true;
+    };
+    const struct
+    {
+        const char* m_pszSource;
+        const char* m_pszRoot; // null: the resolver
+        bool m_fProfile;
+        std::string m_strRefused;
+        const char* m_pszOpen;
+    } aCases[] = {
+        {"outside/shown.lbd", "root", false, strDir + "/outside/shown.lbd", nullptr},
+        {"tmp.box/shown.lbd", "tmp.box", true, strDir + "/tmp.Profile", nullptr},
+        {"tmp.box/shown.lbd", "tmp.box", false, "", "open Sub Main"},
+        {"root/shown.lbd", "root", true, "", "open Sub Main"},
+        {"root/shown.lbd", nullptr, false, "", "open ' from memory"},
+        {"root/shown.lbd", nullptr, true, strDir + "/root/shown.Profile", nullptr},
+    };
+    CLumBasicDebugger::m_fDebug = 1;
+    CLumBasicDebugWindow::m_fProfileSave = 1;
+    InstallWindow();
+    for (const auto& c : aCases)
+    {
+        CLumBasicDebugger::m_fProfile = c.m_fProfile;
+        m_log.m_aLog.clear();
+        m_log.m_aScript = {"run"};
+        CLumBasic basic;
+        if (c.m_pszRoot != nullptr)
+            basic.SetFileRoot(m_dir.Path(c.m_pszRoot).c_str());
+        else
+            basic.SetFileResolver(fnResolve);
+        std::vector<std::string> aTrail = RunImage(basic, Compile(c.m_pszSource));
+        EXPECT_EQ(aTrail.empty() ? "" : aTrail[0], c.m_strRefused.empty() ? "" : Refused(c.m_strRefused))
+            << c.m_pszSource << c.m_fProfile;
+        EXPECT_EQ(m_log.m_aLog.empty() ? "" : m_log.m_aLog.front(), c.m_pszOpen ? c.m_pszOpen : "");
+    }
+    EXPECT_TRUE(std::filesystem::exists(Root("shown.Profile")));
+    EXPECT_FALSE(std::filesystem::exists(m_dir.Path("tmp.Profile")));
+}
