@@ -182,3 +182,40 @@ TEST_F(FilePolicy, TheDebuggerOpensSourcesAndProfileFilesOnlyAsThePolicyAllows)
     EXPECT_TRUE(std::filesystem::exists(Root("shown.Profile")));
     EXPECT_FALSE(std::filesystem::exists(m_dir.Path("tmp.Profile")));
 }
+
+// run and debug take --sandbox; debug refuses the outside source before it needs a
+// terminal.
+TEST(FilePolicyCli, SandboxConfinesTheRun)
+{
+    CImageDir dir;
+    std::filesystem::create_directory(dir.Path("box"));
+    std::ofstream(dir.Path("box/half.lbd")) << HALF;
+    std::ofstream(dir.Path("box/ok.lbd")) << Importing("\"box/half.lbc\"", "    h = Half(5)\n");
+    std::ofstream(dir.Path("box/etc.lbd"))
+        << "Sub Main\n    p$ = \"/etc/\" + \"passwd\"\n    Import p$\nEnd Sub\n";
+    std::ofstream(dir.Path("out.lbd")) << "Sub Main\nEnd Sub\n";
+    ASSERT_EQ(RunCli(dir, "compile box/half.lbd").m_nStatus, 0);
+    const struct
+    {
+        const char* m_pszArgs;
+        int m_nStatus;
+        std::string m_strErr;
+    } aCases[] = {
+        {"run --sandbox box --profile --dump box/ok.lbd", 0, ""},
+        {"run --sandbox box box/etc.lbd", 1, "box/etc.lbd:3: " + Refused("/etc/passwd") + "\n"},
+        {"debug --sandbox box out.lbd", 1,
+         "out.lbd: " + Refused(std::filesystem::canonical(dir.Path("out.lbd")).string()) + "\n"},
+        {"run --sandbox none box/ok.lbd", 1, "lumbasic: none: No such file or directory\n"},
+        {"run --sandbox", 2, ""},
+    };
+    for (const auto& c : aCases)
+    {
+        CliResult o = RunCli(dir, c.m_pszArgs);
+        EXPECT_EQ(o.m_nStatus, c.m_nStatus) << c.m_pszArgs << o.m_strErr;
+        if (c.m_nStatus != 2)
+        {
+            EXPECT_EQ(o.m_strErr, c.m_strErr) << c.m_pszArgs;
+        }
+    }
+    EXPECT_TRUE(std::filesystem::exists(dir.Path("box/ok_Profile.txt")));
+}
