@@ -153,19 +153,21 @@ void CLumBasicDebugger::TakeSourceText(const char* pszText)
         m_pszSource = CopyText(pszText);
         return;
     }
-    if (m_pFilePolicy && m_pFilePolicy->HasResolver() && !m_strCurrentSource.empty())
-    {
-        std::vector<uint8_t> aBytes = m_pFilePolicy->Resolve(m_strCurrentSource);
-        m_fHasSource = 1;
-        m_pszSource = CopyText(reinterpret_cast<const char*>(aBytes.data()), aBytes.size());
-        return;
-    }
-    m_fHasSource = IsOwnAbsolutePath(m_strCurrentSource);
-    if (!m_fHasSource)
+    // A resolver serves a source by its name, and no file is opened, not even one the
+    // user would choose.
+    bool fResolved = m_pFilePolicy && m_pFilePolicy->HasResolver();
+    m_fHasSource = fResolved ? !m_strCurrentSource.empty() : IsOwnAbsolutePath(m_strCurrentSource);
+    if (!m_fHasSource && !fResolved)
         m_fHasSource = DoSourceDialog();
     if (!m_fHasSource)
     {
         m_pszSource = CopyText(LoadMessage(LUM_MSG_NO_SOURCE).c_str());
+        return;
+    }
+    if (fResolved)
+    {
+        std::vector<uint8_t> aBytes = m_pFilePolicy->Resolve(m_strCurrentSource);
+        m_pszSource = CopyText(reinterpret_cast<const char*>(aBytes.data()), aBytes.size());
         return;
     }
     AdmitSource(m_strCurrentSource); // the user may have chosen another
