@@ -123,12 +123,9 @@ TEST(DamagedImage, AForeignFileIsNamedByTheOffsetNotByItsBytes)
         {module.Finish(), "Kein Befehl mit dem Token 2083 bekannt."},
     };
     for (const auto& c : aCases)
-        for (bool fFast : {true, false})
-        {
-            CLumBasic basic;
-            basic.SetFastPaths(fFast);
-            std::vector<std::string> trail = RunImage(basic, c.first);
-            ASSERT_FALSE(trail.empty());
-            EXPECT_EQ(trail[0], c.second);
-        }
+    {
+        CLumBasic basic;
+        std::vector<std::string> trail = RunImage(basic, c.first);
+        EXPECT_EQ(trail.empty() ? "" : trail[0], c.second);
+    }
 }
