@@ -12,14 +12,16 @@ namespace
 {
 const char* const FILE_LABEL = "LUMBASIC";
 
-// A token nobody knows at the start of an image, where its source record or its first
-// statement stands, says that the bytes are no image at all: a foreign file, read for
-// one. Its content is not shown, only where it stands. Anywhere else the token is a
-// statement of a module that is not attached, and is named.
+// An image starts with its source record or a statement, a token whose low byte is a
+// token class, 0x80 to 0x85. A word at the start that is neither says that the bytes
+// are no image at all: a foreign file, read for one, whose content is not shown, only
+// where it stands. Any other unknown token is a statement of a module that is not
+// attached, and is named.
 [[noreturn]] void RaiseUnknownToken(const CLumBasicFile* pFile, unsigned short wToken)
 {
     const unsigned char* pBase = pFile != nullptr ? pFile->GetBasePointer() : nullptr;
-    if (pBase != nullptr)
+    unsigned nClass = wToken & 0xFFu;
+    if (pBase != nullptr && (nClass < 0x80 || nClass > 0x85))
     {
         const unsigned char* pAt = pFile->GetPosition() - 2;
         const unsigned char* pFirst = pBase;
