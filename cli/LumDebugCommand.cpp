@@ -22,7 +22,7 @@ namespace
 const char* const USAGE =
     "usage: lumbasic debug [--vars FILE] [--dump] [--answer N] [--strict] [--trail]\n"
     "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-    "           [--extensions FILE] [--plain] IMAGE|SOURCE";
+    "           [--extensions FILE] [--plain] [--sandbox DIR] IMAGE|SOURCE";
 
 class CDebugSession : public CLumRunSession
 {

@@ -5,17 +5,15 @@
 #include "LumFailureReport.h"
 #include "LumModuleLoader.h"
 #include "LumProfileCommand.h"
+#include "LumRunOptions.h"
 #include "LumVarsFile.h"
 
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumMessageBox.h>
 
 #include <atomic>
-#include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <set>
 
 namespace
@@ -23,45 +21,7 @@ namespace
 const char* const USAGE =
     "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
     "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-    "           [--extensions FILE] [--plain] IMAGE|SOURCE";
-
-// A whole decimal number that fits an int.
-bool ParseAnswer(const std::string& str, int& nAnswer)
-{
-    if (str.empty())
-        return false;
-    char* pszEnd = nullptr;
-    errno = 0;
-    long n = strtol(str.c_str(), &pszEnd, 10);
-    if (*pszEnd != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX)
-        return false;
-    nAnswer = static_cast<int>(n);
-    return true;
-}
-
-// A whole decimal number above 0 and at most nMax.
-bool ParseCount(const std::string& str, unsigned long long nMax, unsigned long long& nCount)
-{
-    if (str.empty() || str[0] < '0' || str[0] > '9')
-        return false;
-    char* pszEnd = nullptr;
-    errno = 0;
-    unsigned long long n = strtoull(str.c_str(), &pszEnd, 10);
-    if (*pszEnd != '\0' || errno != 0 || n == 0 || n > nMax)
-        return false;
-    nCount = n;
-    return true;
-}
-
-// NAME=VALUE for the modules of the last --module option.
-bool ParseSetting(const std::string& str, std::vector<SLumModuleOption>& aModules)
-{
-    size_t nEquals = str.find('=');
-    if (aModules.empty() || nEquals == std::string::npos || nEquals == 0)
-        return false;
-    aModules.back().m_aSettings.emplace_back(str.substr(0, nEquals), str.substr(nEquals + 1));
-    return true;
-}
+    "           [--extensions FILE] [--plain] [--sandbox DIR] IMAGE|SOURCE";
 
 // Every box answers the same without asking; the text still goes to the log.
 void InstallAnswer(int nAnswer)
@@ -81,73 +41,6 @@ void LumPrintTrail(const std::vector<std::string>& aTrail)
 
 namespace
 {
-struct RunOptions
-{
-    std::string m_strVars;
-    std::string m_strImage;
-    std::string m_strExtensions;
-    std::vector<SLumModuleOption> m_aModules;
-    bool m_fDump = false;
-    bool m_fProfile = false;
-    bool m_fStrict = false;
-    bool m_fTrail = false;
-    bool m_fAnswer = false;
-    bool m_fPlain = false;
-    int m_nAnswer = 0;
-    unsigned long long m_nMaxSteps = 0;
-    unsigned long long m_nMaxMegabytes = 0;
-};
-
-// False, with the usage printed, for arguments that do not fit the command.
-bool ParseRunOptions(const std::vector<std::string>& aArgs, const char* pszUsage, RunOptions& options)
-{
-    bool fOk = true;
-    for (size_t i = 0; i < aArgs.size() && fOk; ++i)
-    {
-        const std::string& str = aArgs[i];
-        if (str == "--vars" && i + 1 < aArgs.size())
-            options.m_strVars = aArgs[++i];
-        else if (str == "--dump")
-            options.m_fDump = true;
-        else if (str == "--extensions" && i + 1 < aArgs.size())
-            options.m_strExtensions = aArgs[++i];
-        else if (str == "--module" && i + 1 < aArgs.size())
-        {
-            options.m_aModules.emplace_back();
-            fOk = LumParseModuleOption(aArgs[++i], options.m_aModules.back());
-        }
-        else if (str == "--set" && i + 1 < aArgs.size())
-            fOk = ParseSetting(aArgs[++i], options.m_aModules);
-        else if (str == "--profile")
-            options.m_fProfile = true;
-        else if (str == "--strict")
-            options.m_fStrict = true;
-        else if (str == "--trail")
-            options.m_fTrail = true;
-        else if (str == "--plain")
-            options.m_fPlain = true;
-        else if (str == "--max-steps" && i + 1 < aArgs.size())
-            fOk = ParseCount(aArgs[++i], ULONG_MAX, options.m_nMaxSteps);
-        else if (str == "--max-memory" && i + 1 < aArgs.size())
-            fOk = ParseCount(aArgs[++i], SIZE_MAX >> 20, options.m_nMaxMegabytes);
-        else if (str == "--answer" && i + 1 < aArgs.size() && ParseAnswer(aArgs[i + 1], options.m_nAnswer))
-        {
-            options.m_fAnswer = true;
-            ++i;
-        }
-        else if ((!str.empty() && str[0] == '-') || !options.m_strImage.empty())
-            fOk = false;
-        else
-            options.m_strImage = str;
-    }
-    if (!fOk || options.m_strImage.empty())
-    {
-        fprintf(stderr, "%s\n", pszUsage);
-        return false;
-    }
-    return true;
-}
-
 // The interpreter of the run in progress, for Ctrl-C to stop.
 std::atomic<CLumBasic*> s_pRunning{nullptr};
 
@@ -187,7 +80,7 @@ private:
 // Runs the image, or the source compiled in memory, on a new interpreter over `vars`,
 // filled first from the checked text of --vars. Gives the exit status: 0, or 1 with
 // the report of the failure in `strReport`, or with --trail the trail.
-int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::vector<uint8_t>& aSource,
+int RunImage(const SLumRunOptions& options, const SLumProgramFile& file, const std::vector<uint8_t>& aSource,
              const std::string& strVars, CLumModuleLoader& modules, CLumVariables& vars,
              std::string& strReport)
 {
@@ -197,9 +90,7 @@ int RunImage(const RunOptions& options, const SLumProgramFile& file, const std::
             vars.SetValuesFromString(strVars.c_str());
         CLumBasic cBasic(&vars, nullptr);
         modules.AttachTo(cBasic);
-        cBasic.SetStatementLimit(static_cast<unsigned long>(options.m_nMaxSteps));
-        cBasic.SetMemoryLimit(static_cast<size_t>(options.m_nMaxMegabytes << 20));
-        cBasic.SetFastPaths(!options.m_fPlain);
+        LumApplyRunOptions(options, cBasic);
         CStopOnInterrupt stopOnInterrupt(cBasic);
         if (file.m_fSource)
             cBasic.DoMemory(aSource.data(), aSource.size());
@@ -248,9 +139,11 @@ int LumRunCommand(const std::vector<std::string>& aArgs)
 int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
                   const LumRunSessionFactory& fnSession)
 {
-    RunOptions options;
-    if (!ParseRunOptions(aArgs, pszUsage, options))
+    SLumRunOptions options;
+    if (!LumParseRunOptions(aArgs, pszUsage, options))
         return 2;
+    if (!LumCheckSandbox(options))
+        return 1;
     if (options.m_fAnswer)
         InstallAnswer(options.m_nAnswer);
     if (options.m_fProfile)

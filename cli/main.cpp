@@ -29,7 +29,7 @@ int Usage()
         stderr,
         "usage: lumbasic run [--vars FILE] [--dump] [--answer N] [--profile] [--strict] [--trail]\n"
         "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-        "           [--extensions FILE] [--plain] IMAGE|SOURCE\n"
+        "           [--extensions FILE] [--plain] [--sandbox DIR] IMAGE|SOURCE\n"
         "       lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]\n"
         "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
         "       lumbasic profile [--lcov FILE] SOURCE...\n"

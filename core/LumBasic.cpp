@@ -11,6 +11,28 @@ LUM_IMPLEMENT_RUNTIME(CLumBasic, CLumObject, nullptr)
 namespace
 {
 const char* const FILE_LABEL = "LUMBASIC";
+
+// An image starts with its source record or a statement, a token whose low byte is a
+// token class, 0x80 to 0x85. A word at the start that is neither says that the bytes
+// are no image at all: a foreign file, read for one, whose content is not shown, only
+// where it stands. Any other unknown token is a statement of a module that is not
+// attached, and is named.
+[[noreturn]] void RaiseUnknownToken(const CLumBasicFile* pFile, unsigned short wToken)
+{
+    const unsigned char* pBase = pFile != nullptr ? pFile->GetBasePointer() : nullptr;
+    unsigned nClass = wToken & 0xFFu;
+    if (pBase != nullptr && (nClass < 0x80 || nClass > 0x85))
+    {
+        const unsigned char* pAt = pFile->GetPosition() - 2;
+        const unsigned char* pFirst = pBase;
+        std::shared_ptr<const CLumImageRange> pImage = pFile->GetImage();
+        if ((!pImage || pImage->m_pEnd - pBase >= 4) && pBase[0] == 0x80 && pBase[1] == 0x03)
+            pFirst += 4 + (pBase[2] | (pBase[3] << 8));
+        if (pAt == pBase || pAt == pFirst)
+            LumRaise(LUM_MSG_NOT_AN_IMAGE, static_cast<long>(pAt - pBase));
+    }
+    LumRaise(LUM_MSG_UNKNOWN_TOKEN, static_cast<unsigned>(wToken));
+}
 } // namespace
 
 CLumBasic::CLumBasic(CLumVariables* pVariables, CLumFunctions* pFunctions)
@@ -216,7 +238,7 @@ int CLumBasic::DispatchToken(unsigned short wToken)
             LUM_STATEMENT_HANDLERS(LUM_STATEMENT_CASE)
 #undef LUM_STATEMENT_CASE
         default:
-            LumRaise(LUM_MSG_UNKNOWN_TOKEN, static_cast<unsigned>(wToken));
+            RaiseUnknownToken(m_pQuelle, wToken);
         }
     });
 }

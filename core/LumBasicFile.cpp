@@ -17,9 +17,6 @@ namespace
 {
 const char* const FILE_LABEL = "LUMBASICFILE";
 const size_t INITIAL_POSITIONS = 100;
-// Images beyond this are refused before they are read whole: no program needs one, and
-// a file of any size must not exhaust the host.
-const size_t MAX_IMAGE_LENGTH = size_t(256) << 20;
 
 // The checked images alive on this thread, so that a position moved into another
 // image (a call into an imported program, the return from it) finds its bounds.
@@ -65,17 +62,29 @@ CLumBasicFile::CLumBasicFile(const char* pszPath)
         }
         if (ferror(pFile.get()))
             LumRaise(LUM_MSG_FILE_UNREADABLE, pszPath, strerror(errno));
-        m_nLength = static_cast<uint32_t>(aContent.size());
-        m_pBase = new unsigned char[m_nLength + 2];
-        m_fOwnBuffer = 1;
-        if (m_nLength > 0)
-            memcpy(m_pBase, aContent.data(), m_nLength);
-        m_pBase[m_nLength] = 0;
-        m_pBase[m_nLength + 1] = 0;
-        Register();
-        m_aPositions.reserve(INITIAL_POSITIONS);
-        SetMemoryMode(m_pBase);
+        Adopt(aContent);
     });
+}
+
+CLumBasicFile::CLumBasicFile(const std::vector<uint8_t>& aImage)
+{
+    LumFrame(FILE_LABEL, "CLumBasicFile::CLumBasicFile( aImage )", [&] { Adopt(aImage); });
+}
+
+// A copy of the bytes, at most MAX_IMAGE_LENGTH of them, with the terminating token
+// behind them: owned, and every read checked.
+void CLumBasicFile::Adopt(const std::vector<uint8_t>& aContent)
+{
+    m_nLength = static_cast<uint32_t>(aContent.size());
+    m_pBase = new unsigned char[m_nLength + 2];
+    m_fOwnBuffer = 1;
+    if (m_nLength > 0)
+        memcpy(m_pBase, aContent.data(), m_nLength);
+    m_pBase[m_nLength] = 0;
+    m_pBase[m_nLength + 1] = 0;
+    Register();
+    m_aPositions.reserve(INITIAL_POSITIONS);
+    SetMemoryMode(m_pBase);
 }
 
 CLumBasicFile::CLumBasicFile(const unsigned char* pData)

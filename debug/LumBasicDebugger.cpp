@@ -5,6 +5,7 @@
 #include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumSourceFiles.h>
 
+#include "core/LumFilePolicy.h"
 #include "core/LumFrame.h"
 #include "debug/LumDebugHost.h"
 
@@ -45,11 +46,14 @@ void CLumBasicDebugger::Start(CLumBasic* pBasic, const char* pszSource, const ch
 {
     if (pszSource != nullptr)
         m_strMainSource = pszSource;
+    m_pFilePolicy = pBasic != nullptr ? pBasic->m_pFilePolicy : nullptr;
+    bool fResolved = m_pFilePolicy && m_pFilePolicy->HasResolver();
     // An interpreter put into debug mode debugs its run without the master switch,
     // which runs on other threads read and no run writes.
     m_fDebugging = m_fDebug || (pBasic != nullptr && pBasic->GetDebugMode());
     // Counting needs the source's text; a name that is no file of its own is asked for.
-    if (m_fProfile && pszText == nullptr && (pszSource == nullptr || !IsOwnAbsolutePath(pszSource)))
+    if (m_fProfile && pszText == nullptr && !fResolved &&
+        (pszSource == nullptr || !IsOwnAbsolutePath(pszSource)))
         DoSourceDialog();
     if (!m_fDebugging)
         return;
@@ -86,10 +90,12 @@ void CLumBasicDebugger::DisplaySource(const std::string& strSource, const char* 
 {
     if (strSource == m_strCurrentSource || !m_fDebugging)
         return;
-    std::string strPrevious = m_strCurrentSource;
-    m_strCurrentSource = strSource;
     auto itSource = m_mapSources.find(strSource);
     bool fNew = itSource == m_mapSources.end();
+    if (fNew && pszText == nullptr)
+        AdmitSource(strSource);
+    std::string strPrevious = m_strCurrentSource;
+    m_strCurrentSource = strSource;
     std::string strStored;
     if (!fNew)
     {
@@ -147,14 +153,24 @@ void CLumBasicDebugger::TakeSourceText(const char* pszText)
         m_pszSource = CopyText(pszText);
         return;
     }
-    m_fHasSource = IsOwnAbsolutePath(m_strCurrentSource);
-    if (!m_fHasSource)
+    // A resolver serves a source by its name, and no file is opened, not even one the
+    // user would choose.
+    bool fResolved = m_pFilePolicy && m_pFilePolicy->HasResolver();
+    m_fHasSource = fResolved ? !m_strCurrentSource.empty() : IsOwnAbsolutePath(m_strCurrentSource);
+    if (!m_fHasSource && !fResolved)
         m_fHasSource = DoSourceDialog();
     if (!m_fHasSource)
     {
         m_pszSource = CopyText(LoadMessage(LUM_MSG_NO_SOURCE).c_str());
         return;
     }
+    if (fResolved)
+    {
+        std::vector<uint8_t> aBytes = m_pFilePolicy->Resolve(m_strCurrentSource);
+        m_pszSource = CopyText(reinterpret_cast<const char*>(aBytes.data()), aBytes.size());
+        return;
+    }
+    AdmitSource(m_strCurrentSource); // the user may have chosen another
     std::string strBytes = LumGetSourceFiles().ReadBytes(m_strCurrentSource);
     m_pszSource = CopyText(strBytes.data(), strBytes.size());
 }
@@ -195,6 +211,15 @@ bool CLumBasicDebugger::IsOwnAbsolutePath(const std::string& strPath) const
 {
     const CLumSourceFiles& files = LumGetSourceFiles();
     return files.Exists(strPath) && files.AbsolutePath(strPath) == strPath;
+}
+
+// A source outside the host's root is refused before it is looked for, so that a run
+// cannot learn what lies outside. A resolver answers for sources itself, and a source
+// without a name names no file.
+void CLumBasicDebugger::AdmitSource(const std::string& strPath) const
+{
+    if (m_pFilePolicy && !m_pFilePolicy->HasResolver() && !strPath.empty())
+        m_pFilePolicy->Admit(strPath);
 }
 
 int CLumBasicDebugger::Step(long nLine)

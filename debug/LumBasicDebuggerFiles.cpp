@@ -6,6 +6,7 @@
 #include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumMessageBox.h>
 
+#include "core/LumFilePolicy.h"
 #include "core/LumFrame.h"
 #include "debug/LumDebugHost.h"
 
@@ -18,21 +19,33 @@ namespace
 const char* const FILE_LABEL = "CLUMBASICDEBUGGER";
 } // namespace
 
+// Under a host's file policy a profile file must lie inside its root, whatever the
+// source's directory: the name runs up to the first dot of the whole path. A resolver
+// lets no file be written.
+std::string CLumBasicDebugger::ProfilePath(const std::string& strSource, const char* pszSuffix) const
+{
+    std::string strPath = LumProfileFileName(strSource, pszSuffix);
+    if (m_pFilePolicy)
+        m_pFilePolicy->Admit(strPath);
+    return strPath;
+}
+
 std::string CLumBasicDebugger::MakeProfileName() const
 {
-    return LumProfileFileName(m_strCurrentSource, ".Profile");
+    return ProfilePath(m_strCurrentSource, ".Profile");
 }
 
 std::string CLumBasicDebugger::MakeProfileExportName() const
 {
-    return LumProfileFileName(m_strCurrentSource, "_Profile.txt");
+    return ProfilePath(m_strCurrentSource, "_Profile.txt");
 }
 
-// A missing file is no failure: the counts start empty.
+// A missing file is no failure: the counts start empty. Without counting the counts
+// are neither shown nor saved, so no file is read.
 void CLumBasicDebugger::LoadProfile()
 {
     LumFrame(FILE_LABEL, "CLumBasicDebugger::LoadProfile", [&] {
-        if (m_pProfiler != nullptr)
+        if (m_pProfiler != nullptr && m_fProfile)
             m_pProfiler->LoadFile(MakeProfileName());
     });
 }
@@ -89,7 +102,7 @@ void CLumBasicDebugger::WriteListing(const std::string& strSource, const char* p
                                      const CLumBasicProfiler* pProfiler, int fHasSource) const
 {
     LumFrame(FILE_LABEL, "CLumBasicDebugger::WriteProfileListing", [&] {
-        std::string strPath = LumProfileFileName(strSource, "_Profile.txt");
+        std::string strPath = ProfilePath(strSource, "_Profile.txt");
         std::ofstream out(strPath, std::ios::trunc);
         if (!out)
             LumRaise(LUM_MSG_FILE_UNWRITABLE, strPath.c_str(), strerror(errno));

@@ -13,7 +13,8 @@ namespace lumfuzz
 // Statements one run of a fuzzed image may take: endless programs end quickly.
 constexpr unsigned long STATEMENT_LIMIT = 2000;
 
-// The bytes as an image run from memory on a fresh interpreter, memory capped.
+// The bytes as an image run from memory on a fresh interpreter whose files are confined
+// to an empty folder, memory capped.
 std::string RunImage(const uint8_t* pData, size_t nSize);
 // The bytes as an image listed by the disassembler.
 std::string Disassemble(const uint8_t* pData, size_t nSize);

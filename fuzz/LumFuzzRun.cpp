@@ -1,5 +1,6 @@
 // Running images: the interpreter of the production path (a plain CLumBasic), a
-// statement budget, message boxes that answer at once, memory capped.
+// statement budget, an empty root folder, message boxes that answer at once, memory
+// capped.
 #include "LumFuzzGuard.h"
 #include "LumFuzzPaths.h"
 #include "LumMemoryCap.h"
@@ -11,6 +12,8 @@
 #include "compiler/LumDisassembler.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 namespace lumfuzz
@@ -26,6 +29,28 @@ void InstallQuietBox()
     s_fDone = true;
 }
 
+// An empty folder of the process's own, the root of every fuzzed run: an image that
+// imports cannot reach the machine's files. It goes when the process ends.
+const char* ScratchRoot()
+{
+    struct Scratch
+    {
+        std::string m_strDir = (std::filesystem::temp_directory_path() / "lumfuzz-root-XXXXXX").string();
+        Scratch()
+        {
+            if (mkdtemp(&m_strDir[0]) == nullptr)
+                abort();
+        }
+        ~Scratch()
+        {
+            std::error_code error;
+            std::filesystem::remove_all(m_strDir, error);
+        }
+    };
+    static Scratch s_cScratch;
+    return s_cScratch.m_strDir.c_str();
+}
+
 // A failure that leaves Do must have passed its frame.
 std::string CheckTrail(const CLumsException& e)
 {
@@ -39,11 +64,13 @@ std::string CheckTrail(const CLumsException& e)
 std::string RunImage(const uint8_t* pData, size_t nSize)
 {
     InstallQuietBox();
+    const char* pszRoot = ScratchRoot();
     CCappedScope capped;
     return Handled([&] {
         CLumVariables vars;
         CLumBasic basic(&vars, nullptr);
         basic.SetStatementLimit(STATEMENT_LIMIT);
+        basic.SetFileRoot(pszRoot);
         std::string strFault;
         try
         {

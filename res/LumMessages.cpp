@@ -73,6 +73,8 @@ const LumMessage s_aMessages[] = {
     {57112, "Der Lauf hat die Grenze von %lu Anweisungen erreicht und wurde abgebrochen."},
     {57113, "Der Lauf wurde auf Anforderung abgebrochen."},
     {57114, "Die Werte des Laufs belegen mehr als %lu Bytes; der Lauf wurde abgebrochen."},
+    {57115, "Die Datei \"%s\" liegt außerhalb dessen, was der Host dem Programm erlaubt."},
+    {57116, "Das Programmabbild ist beschädigt oder keines: an Position %ld steht kein bekannter Befehl."},
 
     {57120, "Der Methode %s darf im Argument %s nicht der Wert %s uebergeben werden!"},
     {57121, "Das Erweiterungsmodul %s wurde nicht gefunden!"},

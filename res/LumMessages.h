@@ -57,6 +57,8 @@ enum LumMessageId
     LUM_MSG_STATEMENT_LIMIT = 57112,
     LUM_MSG_STOP_REQUESTED = 57113,
     LUM_MSG_MEMORY_LIMIT = 57114,
+    LUM_MSG_FILE_REFUSED = 57115,
+    LUM_MSG_NOT_AN_IMAGE = 57116,
 
     // Extension modules and their chain.
     LUM_MSG_NULL_ARGUMENT = 57120,

@@ -4,6 +4,7 @@
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumBasicDebugger.h>
 
+#include "core/LumFilePolicy.h"
 #include "core/LumFrame.h"
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
@@ -306,6 +307,7 @@ int CLumBasic::Import()
             CLumBasic cImport(m_pVariables, m_pFunctions);
             cImport.m_pBudget = m_pBudget;
             cImport.m_fFastPaths = m_fFastPaths;
+            cImport.m_pFilePolicy = m_pFilePolicy;
             // The import is debugged as its importer is.
             cImport.m_fDebugMode = m_fDebugMode;
             HandUpImports handUp{m_cImportFiles, cImport.m_cImportFiles};
@@ -339,7 +341,8 @@ CLumBasicFile* CLumBasic::DoImport(const char* pszPath, CLumBasicDebugger* pDebu
     };
     return LumFrameEx("LUMBASIC", "CLumBasic::DoImport()", addBoth, addUnexpected, addLine, [&] {
         m_pDebugger = pDebugger;
-        std::unique_ptr<CLumBasicFile> pFile(new CLumBasicFile(pszPath));
+        std::unique_ptr<CLumBasicFile> pFile(m_pFilePolicy ? m_pFilePolicy->OpenImage(pszPath)
+                                                           : new CLumBasicFile(pszPath));
         m_pQuelle = pFile.get();
         int fMainModule = m_fMainModule;
         m_fMainModule = 0;

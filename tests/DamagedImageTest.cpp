@@ -102,3 +102,31 @@ TEST(DamagedImage, DataShorterThanItsFormIsReportedNotReadPast)
         EXPECT_EQ(vars.GetCount(), 0u) << c.first;
     }
 }
+
+// Bytes that start with no token of the token classes are no image, a foreign file read
+// for one: where they stand is named, not what they hold. An unknown token of a class,
+// or one further in, is a module's statement and is named.
+TEST(DamagedImage, AForeignFileIsNamedByTheOffsetNotByItsBytes)
+{
+    std::string strPasswd = "root:x:0:0:root:/root:/bin/bash\n";
+    CLumImageWriter w;
+    w.SourceName("a");
+    w.Word(0x6f72);
+    CLumImageWriter module;
+    Head(module, "Main");
+    module.Token(0x2001);
+    const std::pair<std::vector<uint8_t>, std::string> aCases[] = {
+        {std::vector<uint8_t>(strPasswd.begin(), strPasswd.end()),
+         "Das Programmabbild ist beschädigt oder keines: an Position 0 steht kein bekannter Befehl."},
+        {w.Finish(),
+         "Das Programmabbild ist beschädigt oder keines: an Position 6 steht kein bekannter Befehl."},
+        {{0x81, 0x05, 0, 0}, "Kein Befehl mit dem Token 581 bekannt."},
+        {module.Finish(), "Kein Befehl mit dem Token 2001 bekannt."},
+    };
+    for (const auto& c : aCases)
+    {
+        CLumBasic basic;
+        std::vector<std::string> trail = RunImage(basic, c.first);
+        EXPECT_EQ(trail.empty() ? "" : trail[0], c.second);
+    }
+}

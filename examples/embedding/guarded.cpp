@@ -1,6 +1,7 @@
 // A complete host: it adds a statement to the language with an extension module,
-// compiles a program in memory, runs it with a statement limit and a memory budget,
-// lets Ctrl-C stop it, and shows a failure as a person reads it.
+// compiles a program in memory, runs it with a statement limit, a memory budget and
+// its files confined to the program's folder, lets Ctrl-C stop it, and shows a failure
+// as a person reads it.
 //
 //     lumbasic-guarded-host PROGRAM.lbd [MAX-STEPS]
 #include <lumbasic/LumBasic.h>
@@ -12,6 +13,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -57,7 +59,11 @@ extern "C" void OnInterrupt(int)
 // "file:line: message", then the procedures that led there, innermost first.
 static void Report(const CLumsException& e, const std::string& strFile)
 {
-    const std::vector<SLumCallSite>& aSites = e.GetCallSites();
+    std::vector<SLumCallSite> aSites = e.GetCallSites();
+    // An import that failed before it ran (its file missing or refused) has a site of
+    // no procedure and no line: the import statement's site tells where it stood.
+    if (aSites.size() > 1 && aSites[0].m_strProcedure.empty() && aSites[0].m_nLine == 0)
+        aSites.erase(aSites.begin());
     long nLine = aSites.empty() ? 0 : aSites[0].m_nLine;
     fprintf(stderr, "%s:%ld: %s\n", strFile.c_str(), nLine,
             e.GetTrail().empty() ? "" : e.GetTrail()[0].c_str());
@@ -87,6 +93,9 @@ int main(int argc, char** argv)
     basic.LoadExtModul(CLumBasicExtMeta::CreateExtModule("CLogModul")); // the chain owns it now
     basic.SetStatementLimit(argc == 3 ? strtoul(argv[2], nullptr, 10) : 1000000);
     basic.SetMemoryLimit(64u << 20);
+    // What the program imports must lie in its own folder.
+    std::string strFolder = std::filesystem::path(argv[1]).parent_path().string();
+    basic.SetFileRoot(strFolder.empty() ? "." : strFolder.c_str());
     s_pRunning = &basic;
     signal(SIGINT, OnInterrupt);
     int nStatus = 0;

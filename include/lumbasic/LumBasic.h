@@ -15,6 +15,8 @@
 #include <lumbasic/LumsVarValue.h>
 
 #include <atomic>
+#include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <string>
@@ -23,7 +25,13 @@
 class CLumBasicDebugger;
 class CLumBasicExtModul;
 class CLumExpression;
+class CLumFilePolicy;
 struct SLumFastStep;
+
+// A host's answer to a file its program asks for by `strName`, the name the program
+// used: an image it imports, or a source the debugger shows. Fills `aBytes` and gives
+// true, or gives false to refuse the file. Called on the run's thread.
+using LumFileResolver = std::function<bool(const std::string& strName, std::vector<uint8_t>& aBytes)>;
 
 class LUM_API CLumBasic : public CLumObject
 {
@@ -108,6 +116,22 @@ public:
     // compare with where the fast paths are suspected. Imports follow the importer.
     void SetFastPaths(bool fOn) { m_fFastPaths = fOn; }
     bool GetFastPaths() const { return m_fFastPaths; }
+
+    // The files a run may open on its program's behalf (the images it imports, the
+    // sources the debugger shows, the profile files beside them), for a program the
+    // host does not trust. Without a policy, the default, a run opens any file the
+    // process may. A refused file fails the run with a message that names the file as
+    // the program wrote it and nothing of its content. The image given to Do is the
+    // host's and is never refused. Imports follow their importer's policy.
+    //
+    // SetFileRoot: every such file must lie inside the folder `pszRoot`, once ".", ".."
+    // and symbolic links are resolved; relative names still go by the working
+    // directory. Fails when `pszRoot` is no folder.
+    void SetFileRoot(const char* pszRoot);
+    // SetFileResolver: no file is opened at all; images and sources are asked of
+    // `fnResolve`, and profile files are refused.
+    void SetFileResolver(LumFileResolver fnResolve);
+    void ClearFilePolicy();
 
     // The extension module chain. LoadExtModul attaches a module at the chain's end
     // and takes ownership; it stays attached across runs until UnLoadAllExtModuls,
@@ -301,6 +325,9 @@ private:
     // line counts and stops once each time the run comes to it, though a statement of
     // it may have a marker of its own.
     bool EntersLine(long nLine, const unsigned char* pAt);
+
+    // What a run may open on its program's behalf; null for anything.
+    std::shared_ptr<const CLumFilePolicy> m_pFilePolicy;
 
     // For each level of calls, the line marker that reached the debugger's side last
     // there. Only debug mode fills it.

@@ -22,6 +22,7 @@
 class CLumBasic;
 class CLumBasicDebugWindow;
 class CLumBasicProfiler;
+class CLumFilePolicy;
 
 class LUM_API CLumBasicDebugger : public CLumObject
 {
@@ -76,7 +77,8 @@ public:
     // The text on display, null while no source has been displayed.
     const char* GetSourceText() const { return m_pszSource.get(); }
 
-    // The profile files of the source on display.
+    // The profile files of the source on display. Under a host's file policy, one that
+    // lies outside it fails with the refusal, here and where it would be opened.
     void LoadProfile();
     void SaveProfile();
     std::string MakeProfileExportName() const;
@@ -92,7 +94,9 @@ private:
     void ShowSwitchedSource();
     int DoSourceDialog();
     bool IsOwnAbsolutePath(const std::string& strPath) const;
+    void AdmitSource(const std::string& strPath) const;
     std::string MakeProfileName() const;
+    std::string ProfilePath(const std::string& strSource, const char* pszSuffix) const;
     void ExportProfile();
     void WriteDueListings();
     void WriteListing(const std::string& strSource, const char* pszText, const CLumBasicProfiler* pProfiler,
@@ -126,4 +130,6 @@ private:
         int m_fHasSource;
     };
     std::map<std::string, DueListing> m_mapDueListings;
+    // The file policy of the interpreter that started the debugger, or null.
+    std::shared_ptr<const CLumFilePolicy> m_pFilePolicy;
 };

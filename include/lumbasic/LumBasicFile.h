@@ -17,6 +17,7 @@
 
 class CLumReadCache;
 class CLumFastForm;
+class CLumFilePolicy;
 
 // The bytes of one loaded image, terminator included. When the image is freed the
 // range is emptied, so holders of it can tell that it is gone.
@@ -29,6 +30,7 @@ struct LUM_API CLumImageRange
 class LUM_API CLumBasicFile : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumBasicFile)
+    friend class CLumFilePolicy;
 
 public:
     // Reads a whole file and puts two zero bytes behind it.
@@ -126,6 +128,13 @@ private:
     {
         return reinterpret_cast<uintptr_t>(p) - reinterpret_cast<uintptr_t>(m_pLo) <= m_nRegion;
     }
+    // Images beyond this are refused before they are read whole: no program needs one,
+    // and a file of any size must not exhaust the host.
+    static constexpr size_t MAX_IMAGE_LENGTH = size_t(256) << 20;
+
+    // Copies an image that a host's resolver handed out, as a file's bytes are read.
+    explicit CLumBasicFile(const std::vector<uint8_t>& aImage);
+    void Adopt(const std::vector<uint8_t>& aContent);
     [[noreturn]] void Damaged() const;
     CLumFastForm& MakeFastForm();
     void FindRegion();
