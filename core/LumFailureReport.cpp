@@ -1,6 +1,6 @@
-#include "LumFailureReport.h"
-
-#include "LumCompiler.h"
+// The short report of a failed run for a person: the message at the failing line of
+// its source, then the calls that led there.
+#include <lumbasic/LumsException.h>
 
 #include <strings.h>
 
@@ -19,8 +19,7 @@ bool StartsARun(const SLumCallSite& site)
 class CReport
 {
 public:
-    explicit CReport(const std::string& strProgram)
-        : m_strProgram(strProgram), m_strProgramSource(LumSourceNameFor(strProgram))
+    explicit CReport(const std::string& strProgram) : m_strProgram(strProgram)
     {
         std::error_code error;
         m_cwd = std::filesystem::current_path(error);
@@ -30,8 +29,9 @@ public:
 
     std::string File(const SLumCallSite& site) const
     {
-        if (site.m_strSource.empty() || site.m_strSource == m_strProgramSource)
-            return m_strProgram;
+        if (site.m_strSource.empty() || IsProgram(site.m_strSource))
+            return m_strProgram.empty() ? (site.m_strSource.empty() ? "<source>" : site.m_strSource)
+                                        : m_strProgram;
         if (!m_cwd.empty())
         {
             std::filesystem::path relative =
@@ -61,8 +61,17 @@ public:
     }
 
 private:
+    // Whether a source an image records is the program's file: the same file, or the
+    // same name where the file is not there.
+    bool IsProgram(const std::string& strSource) const
+    {
+        if (m_strProgram.empty())
+            return false;
+        std::error_code error;
+        return strSource == m_strProgram || std::filesystem::equivalent(strSource, m_strProgram, error);
+    }
+
     std::string m_strProgram;
-    std::string m_strProgramSource;
     std::filesystem::path m_cwd;
 };
 
@@ -113,7 +122,7 @@ std::string LumFailureReport(const CLumsException& e, const std::string& strProg
            aSites[0].m_nLine == 0)
         aSites.erase(aSites.begin());
     if (aSites.empty())
-        return strProgram + ": " + strMessage + "\n";
+        return (strProgram.empty() ? "" : strProgram + ": ") + strMessage + "\n";
     CReport report(strProgram);
     std::string strText = report.Where(aSites[0]) + ": " + strMessage + "\n";
     size_t nGap = FindGap(aSites, e.GetCallSitesOmitted());
