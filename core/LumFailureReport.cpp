@@ -1,5 +1,6 @@
 // The short report of a failed run for a person: the message at the failing line of
 // its source, then the calls that led there.
+#include <lumbasic/LumCompile.h>
 #include <lumbasic/LumsException.h>
 
 #include <strings.h>
@@ -114,6 +115,14 @@ size_t FindGap(const std::vector<SLumCallSite>& aSites, size_t nOmitted)
 std::string LumFailureReport(const CLumsException& e, const std::string& strProgram)
 {
     const std::vector<std::string>& aTrail = e.GetTrail();
+    // The errors of a source are their own report, one a line.
+    if (dynamic_cast<const CLumCompileException*>(&e) != nullptr)
+    {
+        std::string strText;
+        for (const std::string& strLine : aTrail)
+            strText += strLine + "\n";
+        return strText;
+    }
     std::string strMessage = aTrail.empty() ? "the run failed" : aTrail[0];
     std::vector<SLumCallSite> aSites = e.GetCallSites();
     // An import that failed before its image ran stood nowhere: the failure is the

@@ -326,6 +326,15 @@ TEST(HostNames, TheShortReportGivesTheLineAndTheCallsInnermostFirstARecursionOnc
                                                    "  in Show, called from Main at prog.lbd:2\n");
         EXPECT_EQ(LumFailureReport(e).substr(0, 13), "prog.lbd:11: ");
     }
+    try
+    {
+        LumCompile("Sub Main\n  x = (1\nEnd Sub\n", settings);
+        ADD_FAILURE() << "no errors";
+    }
+    catch (const CLumsException& e)
+    {
+        EXPECT_EQ(LumFailureReport(e, "prog.lbd"), e.GetTrail()[0] + "\n");
+    }
 }
 
 TEST(HostNames, TheCommandLinesConsolePrintsAndReadsLinesIntoVariables)

@@ -28,6 +28,8 @@ public:
     static constexpr size_t MAX_TAIL = 60;
 
     CLumsException() = default;
+    // An exception whose trail begins with `strMessage`: a host's failure in one line.
+    explicit CLumsException(std::string strMessage) { AddString() = std::move(strMessage); }
 
     // Appends a file or method label.
     void Add(const char* psz) { NewEntry().assign(psz ? psz : ""); }
@@ -74,5 +76,6 @@ LUM_API std::string LoadMessage(int id);
 // working directory unless they lie above it. Empty: sources as recorded. A run an
 // imported image makes shows as "imported by". Without line markers the lines are
 // left out; without a call site (a file that cannot be read) the message stands
-// behind the program's name alone.
+// behind the program's name alone. The errors of a source (CLumCompileException) are
+// given as they are, one a line.
 LUM_API std::string LumFailureReport(const CLumsException& e, const std::string& strProgram = std::string());
