@@ -1,6 +1,7 @@
 #include "LumCompilerCommands.h"
 
 #include "LumCompiler.h"
+#include "LumConsole.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -15,21 +16,6 @@ int Usage()
 {
     fprintf(stderr, "%s\n", USAGE);
     return 2;
-}
-
-// Reads the table at `strPath`, if one is named, into `table` and lets `options` use it.
-bool LoadExtensions(const std::string& strPath, CLumExtensionTable& table, SLumCompileOptions& options)
-{
-    if (strPath.empty())
-        return true;
-    options.m_pExtensions = &table;
-    std::string strText;
-    if (!LumReadNamedFile(strPath, strText))
-        return false;
-    CLumDiagnostics diagnostics;
-    table.Parse(strText, diagnostics);
-    fputs(diagnostics.Format(strPath).c_str(), stderr);
-    return !diagnostics.HasErrors();
 }
 
 // False, with the reason on standard error, if the image cannot be written whole.
@@ -57,11 +43,28 @@ bool Compile(const SLumProgramFile& file, const SLumCompileOptions& options, std
 }
 } // namespace
 
-bool LumCompileSource(const SLumProgramFile& file, const std::string& strExtensions,
+bool LumLoadExtensions(const std::string& strPath, CLumExtensionTable& table)
+{
+    if (!strPath.empty())
+    {
+        std::string strText;
+        if (!LumReadNamedFile(strPath, strText))
+            return false;
+        CLumDiagnostics diagnostics;
+        table.Parse(strText, diagnostics);
+        fputs(diagnostics.Format(strPath).c_str(), stderr);
+        if (diagnostics.HasErrors())
+            return false;
+    }
+    CLumConsole::AddNamesTo(table);
+    return true;
+}
+
+bool LumCompileSource(const SLumProgramFile& file, const CLumExtensionTable& extensions,
                       SLumCompileOptions options, std::vector<uint8_t>& aImage)
 {
-    CLumExtensionTable extensions;
-    return LoadExtensions(strExtensions, extensions, options) && Compile(file, options, aImage);
+    options.m_pExtensions = &extensions;
+    return Compile(file, options, aImage);
 }
 
 int LumCompileCommand(const std::vector<std::string>& aArgs)
@@ -96,10 +99,8 @@ int LumCompileCommand(const std::vector<std::string>& aArgs)
         return 1;
     }
     CLumExtensionTable extensions;
-    if (!LoadExtensions(strExtensions, extensions, options))
-        return 1;
     std::vector<uint8_t> aImage;
-    if (!Compile(file, options, aImage))
+    if (!LumLoadExtensions(strExtensions, extensions) || !LumCompileSource(file, extensions, options, aImage))
         return 1;
     if (strImage.empty())
         strImage = LumImagePathFor(strSource);

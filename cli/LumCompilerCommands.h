@@ -13,8 +13,12 @@ int LumCompileCommand(const std::vector<std::string>& aArgs);
 // lumbasic dis [--extensions FILE] IMAGE|SOURCE
 int LumDisCommand(const std::vector<std::string>& aArgs);
 
+// The host statements a source of the command line may use: those of the extension
+// table at `strPath`, if one is named, then the console's (LumConsole.h). False after
+// the table's errors on standard error.
+bool LumLoadExtensions(const std::string& strPath, CLumExtensionTable& table);
 // Compiles a source read whole for `run`, `debug` and `dis`, with the host statements
-// of the extension table `strExtensions` if it is not empty; its errors and warnings go
-// to standard error, and false says there were errors.
-bool LumCompileSource(const SLumProgramFile& file, const std::string& strExtensions,
+// of `extensions`; its errors and warnings go to standard error, and false says there
+// were errors.
+bool LumCompileSource(const SLumProgramFile& file, const CLumExtensionTable& extensions,
                       SLumCompileOptions options, std::vector<uint8_t>& aImage);

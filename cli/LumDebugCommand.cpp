@@ -3,6 +3,7 @@
 // source, the variables and the watches, and counts line hits for its coverage column.
 #include "LumRunCommand.h"
 
+#include "LumConsole.h"
 #include "LumCursesToolkit.h"
 
 #include <lumbasic/LumBasicDebugDlg.h>
@@ -27,8 +28,11 @@ const char* const USAGE =
 class CDebugSession : public CLumRunSession
 {
 public:
-    CDebugSession(bool fAnswer, int nAnswer)
+    CDebugSession(bool fAnswer, int nAnswer, CLumConsole& console) : m_rConsole(console)
     {
+        console.SetOutput([this](const std::string& strText) { Write(strText); });
+        console.SetInput(
+            [this](const std::string& strPrompt, std::string& strLine) { return Ask(strPrompt, strLine); });
         m_pFilesBefore = LumSetSourceFiles(&m_cFiles);
         m_fnWindowBefore =
             LumSetDebugWindowFactory([this](CLumBasicDebugger* pDebugger, const char* pszText) {
@@ -50,6 +54,8 @@ public:
 
     ~CDebugSession() override
     {
+        m_rConsole.SetOutput(CLumConsole::WriteStandard);
+        m_rConsole.SetInput(CLumConsole::ReadStandard);
         LumSetMessageBox(std::move(m_fnBoxBefore));
         LumSetSourceChooser(std::move(m_fnChooserBefore));
         LumSetDebugWindowFactory(std::move(m_fnWindowBefore));
@@ -86,6 +92,44 @@ private:
         return true;
     }
 
+    // The program's output would draw over the window: while the window stands it is
+    // held, and written once the terminal is given back.
+    void Write(const std::string& strText)
+    {
+        m_cHeld.m_str += strText;
+        if (!m_cToolkit.HasWindow())
+            m_cHeld.Flush();
+    }
+
+    // Input asks in a form over the window, which holds the prompt and the line given.
+    bool Ask(const std::string& strPrompt, std::string& strLine)
+    {
+        if (!m_cToolkit.HasWindow())
+        {
+            m_cHeld.Flush();
+            return CLumConsole::ReadStandard(strPrompt, strLine);
+        }
+        SLumDebugForm form{0, strPrompt, {{LUM_IDC_NAME, "Eingabe", ""}}};
+        bool fGiven = m_cToolkit.DoModal(form);
+        strLine = fGiven ? form.m_aFields[0].m_strValue : "";
+        m_cHeld.m_str += strPrompt + strLine + "\n";
+        return fGiven;
+    }
+
+    // Destroyed after the toolkit, which gives the terminal back.
+    struct SHeldOutput
+    {
+        std::string m_str;
+        void Flush()
+        {
+            CLumConsole::WriteStandard(m_str);
+            m_str.clear();
+        }
+        ~SHeldOutput() { Flush(); }
+    };
+
+    CLumConsole& m_rConsole;
+    SHeldOutput m_cHeld;
     // Sources written here end their lines in LF; the window needs a row per line.
     CLumCrLfSourceFiles m_cFiles;
     CLumCursesToolkit m_cToolkit;
@@ -98,7 +142,8 @@ private:
 
 int LumDebugCommand(const std::vector<std::string>& aArgs)
 {
-    return LumRunProgram(aArgs, USAGE, [](bool fAnswer, int nAnswer) -> std::unique_ptr<CLumRunSession> {
-        return std::make_unique<CDebugSession>(fAnswer, nAnswer);
-    });
+    return LumRunProgram(
+        aArgs, USAGE, [](bool fAnswer, int nAnswer, CLumConsole& console) -> std::unique_ptr<CLumRunSession> {
+            return std::make_unique<CDebugSession>(fAnswer, nAnswer, console);
+        });
 }

@@ -33,24 +33,15 @@ int LumDisCommand(const std::vector<std::string>& aArgs)
         return 2;
     }
     CLumExtensionTable extensions;
-    if (!strExtensions.empty())
-    {
-        std::string strText;
-        if (!LumReadNamedFile(strExtensions, strText))
-            return 1;
-        CLumDiagnostics diagnostics;
-        extensions.Parse(strText, diagnostics);
-        fputs(diagnostics.Format(strExtensions).c_str(), stderr);
-        if (diagnostics.HasErrors())
-            return 1;
-    }
+    if (!LumLoadExtensions(strExtensions, extensions))
+        return 1;
     SLumProgramFile file;
     if (!LumReadProgramFile(strImage, file))
         return 1;
     std::vector<uint8_t> aImage;
     if (file.m_fSource)
     {
-        if (!LumCompileSource(file, strExtensions, SLumCompileOptions{}, aImage))
+        if (!LumCompileSource(file, extensions, SLumCompileOptions{}, aImage))
             return 1;
     }
     else

@@ -2,7 +2,7 @@
 
 #include "LumCompilerCommands.h"
 #include "LumCompiler.h"
-#include "LumFailureReport.h"
+#include "LumConsole.h"
 #include "LumModuleLoader.h"
 #include "LumProfileCommand.h"
 #include "LumRunOptions.h"
@@ -78,10 +78,11 @@ private:
 };
 
 // Runs the image, or the source compiled in memory, on a new interpreter over `vars`,
-// filled first from the checked text of --vars. Gives the exit status: 0, or 1 with
+// filled first from the checked text of --vars, with the modules and then the
+// console. Gives the exit status: 0, or 1 with
 // the report of the failure in `strReport`, or with --trail the trail.
 int RunImage(const SLumRunOptions& options, const SLumProgramFile& file, const std::vector<uint8_t>& aSource,
-             const std::string& strVars, CLumModuleLoader& modules, CLumVariables& vars,
+             const std::string& strVars, CLumModuleLoader& modules, CLumConsole& console, CLumVariables& vars,
              std::string& strReport)
 {
     try
@@ -90,6 +91,7 @@ int RunImage(const SLumRunOptions& options, const SLumProgramFile& file, const s
             vars.SetValuesFromString(strVars.c_str());
         CLumBasic cBasic(&vars, nullptr);
         modules.AttachTo(cBasic);
+        console.RegisterWith(cBasic);
         LumApplyRunOptions(options, cBasic);
         CStopOnInterrupt stopOnInterrupt(cBasic);
         if (file.m_fSource)
@@ -166,7 +168,9 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
         SLumCompileOptions compileOptions;
         compileOptions.m_fStrict = options.m_fStrict;
         compileOptions.m_pHostNames = &setHostNames;
-        if (!LumCompileSource(file, options.m_strExtensions, compileOptions, aSource))
+        CLumExtensionTable extensions;
+        if (!LumLoadExtensions(options.m_strExtensions, extensions) ||
+            !LumCompileSource(file, extensions, compileOptions, aSource))
             return 1;
     }
 
@@ -187,11 +191,12 @@ int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
     int nStatus = 1;
     std::string strReport;
     CLumProfileFilesNote profileFiles;
+    CLumConsole console;
     {
         std::unique_ptr<CLumRunSession> pSession;
         if (fnSession)
-            pSession = fnSession(options.m_fAnswer, options.m_nAnswer);
-        nStatus = RunImage(options, file, aSource, strVars, modules, cVariables, strReport);
+            pSession = fnSession(options.m_fAnswer, options.m_nAnswer, console);
+        nStatus = RunImage(options, file, aSource, strVars, modules, console, cVariables, strReport);
     }
     // Behind the session: the debugger's window is closed by now.
     fputs(strReport.c_str(), stderr);

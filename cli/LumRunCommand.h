@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+class CLumConsole;
+
 // Each gets the arguments behind its name and gives the exit status.
 int LumRunCommand(const std::vector<std::string>& aArgs);
 // lumbasic debug: the run under the terminal debugger.
@@ -18,8 +20,9 @@ public:
     virtual ~CLumRunSession() = default;
 };
 // Makes the session once the options are read and the program is ready to run; it is
-// told whether --answer was given, and its number.
-using LumRunSessionFactory = std::function<std::unique_ptr<CLumRunSession>(bool fAnswer, int nAnswer)>;
+// told whether --answer was given, and its number, and may redirect the console.
+using LumRunSessionFactory =
+    std::function<std::unique_ptr<CLumRunSession>(bool fAnswer, int nAnswer, CLumConsole& console)>;
 // The run command with its options, its run and its report, the run inside a session.
 int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
                   const LumRunSessionFactory& fnSession);

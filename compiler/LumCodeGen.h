@@ -108,6 +108,7 @@ private:
     std::vector<CLumTree> Arguments(const std::vector<LumExprPtr>& aArgs, const char* pszTypes,
                                     const std::string& strName);
     bool CheckArgumentCount(SLumPos pos, size_t nGiven, size_t nMin, size_t nMax, const std::string& strName);
+    void CheckHostArgumentCount(SLumPos pos, size_t nGiven, const CLumExtensionTable::Entry& entry);
     Typed Placeholder() { return Typed{CLumTree::LongConst(0), ELumType::Unknown}; }
 
     const CLumProgram& m_program;

@@ -76,7 +76,10 @@ CLumCodeGen::Typed CLumCodeGen::Variable(const CLumExpr& expr)
         if (const CLumExtensionTable::Entry* pEntry = m_options.m_pExtensions->Find(strName))
         {
             if (pEntry->m_fFunction)
+            {
+                CheckHostArgumentCount(expr.m_pos, 0, *pEntry);
                 return Typed{CLumTree::Function(pEntry->m_wToken, {}), ELumType::Unknown};
+            }
             Error(expr.m_pos, "'" + strName + "' is a statement of the host and gives no value");
             return Placeholder();
         }
@@ -117,6 +120,7 @@ CLumCodeGen::Typed CLumCodeGen::Apply(const CLumExpr& expr)
                 Error(expr.m_pos, "'" + strName + "' is a statement of the host and gives no value");
                 return Placeholder();
             }
+            CheckHostArgumentCount(expr.m_pos, expr.m_aArgs.size(), *pEntry);
             return Typed{CLumTree::Function(pEntry->m_wToken, Arguments(expr.m_aArgs, "", strName)),
                          ELumType::Unknown};
         }
@@ -136,6 +140,14 @@ bool CLumCodeGen::CheckArgumentCount(SLumPos pos, size_t nGiven, size_t nMin, si
     Error(pos, "'" + strName + "' takes " + strWanted + (nMax == 1 ? " argument" : " arguments") + ", not " +
                    std::to_string(nGiven));
     return false;
+}
+
+// A name the host registered says how many arguments it takes; a table's entry does not.
+void CLumCodeGen::CheckHostArgumentCount(SLumPos pos, size_t nGiven, const CLumExtensionTable::Entry& entry)
+{
+    if (entry.m_nArgs != LUM_ANY_ARGS)
+        CheckArgumentCount(pos, nGiven, static_cast<size_t>(entry.m_nArgs),
+                           static_cast<size_t>(entry.m_nArgs), entry.m_strName);
 }
 
 std::vector<CLumTree> CLumCodeGen::Arguments(const std::vector<LumExprPtr>& aArgs, const char* pszTypes,

@@ -337,6 +337,7 @@ void CLumCodeGen::EmitCall(const CLumStmt& stmt)
         Error(stmt.m_pos, "'" + stmt.m_strName + "' is a function of the host; use its value");
     else if (pExtension != nullptr)
     {
+        CheckHostArgumentCount(stmt.m_pos, stmt.m_aExprs.size(), *pExtension);
         m_writer.Token(pExtension->m_wToken);
         EmitArguments(stmt.m_aExprs, 0);
         m_writer.Separator();

@@ -4,6 +4,9 @@
 
 #include "LumCompiler.h"
 #include "LumExtensionTable.h"
+#include "LumParser.h"
+
+#include <lumbasic/LumBasic.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -38,16 +41,22 @@ CLumCompileException::CLumCompileException(std::vector<SLumCompileError> aErrors
     }
 }
 
-std::vector<uint8_t> LumCompile(std::string_view source, const SLumCompileSettings& settings)
+namespace
+{
+// The image, or the errors of the extension table and the host's names, else of the
+// source.
+std::vector<uint8_t> Compile(std::string_view source, const SLumCompileSettings& settings,
+                             const std::vector<SLumHostName>& aHostNames)
 {
     std::vector<SLumCompileError> aErrors;
     SLumCompileOptions options;
     options.m_fLineMarkers = settings.m_fLineMarkers;
     CLumExtensionTable extensions;
-    if (!settings.m_strExtensions.empty())
+    if (!settings.m_strExtensions.empty() || !aHostNames.empty())
     {
         CLumDiagnostics diagnostics;
         extensions.Parse(settings.m_strExtensions, diagnostics);
+        extensions.AddHostNames(aHostNames, diagnostics);
         Collect(diagnostics, "extensions", aErrors);
         if (!aErrors.empty())
             throw CLumCompileException(std::move(aErrors));
@@ -62,4 +71,21 @@ std::vector<uint8_t> LumCompile(std::string_view source, const SLumCompileSettin
         throw CLumCompileException(std::move(aErrors));
     }
     return aImage;
+}
+} // namespace
+
+std::vector<uint8_t> LumCompile(std::string_view source, const SLumCompileSettings& settings)
+{
+    return Compile(source, settings, {});
+}
+
+std::vector<uint8_t> LumCompile(std::string_view source, const CLumBasic& basic,
+                                const SLumCompileSettings& settings)
+{
+    return Compile(source, settings, basic.GetHostNames());
+}
+
+bool LumIsLanguageWord(std::string_view name)
+{
+    return CLumParser::IsReserved(name) || LumFindBuiltin(name) != nullptr;
 }

@@ -1,9 +1,8 @@
 #include "LumExtensionTable.h"
 
-#include "LumBuiltinTable.h"
 #include "LumLexer.h"
-#include "LumParser.h"
 
+#include <lumbasic/LumCompile.h>
 #include <lumbasic/LumTokens.h>
 
 #include <cerrno>
@@ -12,20 +11,6 @@
 
 namespace
 {
-bool IsName(const std::string& str)
-{
-    if (str.empty() || !isalpha(static_cast<unsigned char>(str[0])))
-        return false;
-    for (size_t i = 1; i < str.size(); ++i)
-    {
-        char c = str[i];
-        bool fLast = i + 1 == str.size();
-        if (!isalnum(static_cast<unsigned char>(c)) && c != '_' && !(fLast && (c == '$' || c == '%')))
-            return false;
-    }
-    return true;
-}
-
 bool ParseToken(const std::string& str, unsigned short& wToken)
 {
     errno = 0;
@@ -69,9 +54,9 @@ void CLumExtensionTable::Parse(std::string_view text, CLumDiagnostics& diagnosti
 // the language uses would hide the module's.
 bool CLumExtensionTable::Add(const Entry& entry, std::string& strError)
 {
-    if (!IsName(entry.m_strName))
+    if (LumHostToken(entry.m_strName) == 0)
         strError = "'" + entry.m_strName + "' is not a name";
-    else if (CLumParser::IsReserved(entry.m_strName) || LumFindBuiltin(entry.m_strName) != nullptr)
+    else if (LumIsLanguageWord(entry.m_strName))
         strError = "'" + entry.m_strName + "' is a word of the language";
     else if (LumTokenName(entry.m_wToken) != nullptr)
         strError = "token " + std::string(LumTokenName(entry.m_wToken)) + " belongs to the interpreter";
@@ -85,6 +70,16 @@ bool CLumExtensionTable::Add(const Entry& entry, std::string& strError)
         return true;
     }
     return false;
+}
+
+void CLumExtensionTable::AddHostNames(const std::vector<SLumHostName>& aNames, CLumDiagnostics& diagnostics)
+{
+    for (const SLumHostName& name : aNames)
+    {
+        std::string strError;
+        if (!Add(Entry{name.m_strName, name.m_fFunction, name.m_wToken, name.m_nArgs}, strError))
+            diagnostics.Error(SLumPos{0, 0}, strError);
+    }
 }
 
 const CLumExtensionTable::Entry* CLumExtensionTable::Find(std::string_view name) const

@@ -8,6 +8,8 @@
 
 #include "LumDiagnostics.h"
 
+#include <lumbasic/LumHostArgs.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,11 +22,16 @@ public:
         std::string m_strName;
         bool m_fFunction = false;
         unsigned short m_wToken = 0;
+        // The arguments a call gives, for a name a host registered; a table's entries
+        // take any number.
+        int m_nArgs = LUM_ANY_ARGS;
     };
 
     // Adds the entries of a table's text; faults go to `diagnostics`, by line.
     void Parse(std::string_view text, CLumDiagnostics& diagnostics);
     bool Add(const Entry& entry, std::string& strError);
+    // Adds the names a host registered with an interpreter; faults go to `diagnostics`.
+    void AddHostNames(const std::vector<SLumHostName>& aNames, CLumDiagnostics& diagnostics);
     const Entry* Find(std::string_view name) const;
     const Entry* FindToken(unsigned short wToken) const;
     bool IsEmpty() const { return m_aEntries.empty(); }

@@ -12,7 +12,7 @@ const char* const s_apszUnsupported[][2] = {
     {"GoTo", "use If, For, While or Do"},
     {"GoSub", "use a Sub"},
     {"Return", "a Function returns by assigning to its name"},
-    {"Print", "results go into variables; ShowMessage shows a text"},
+    {"Print", "results go into variables; ShowMessage shows a text, and a host may register a Print"},
     {"Select", "use If and ElseIf"},
     {"ReDim", "Dim the array once; arrays have no bounds"},
     {"Const", "use a variable assigned in Sub Main"},

@@ -202,8 +202,10 @@ void CLumBasic::RunLoopFrom(SLumFastStep* pStart)
         }
         int nResult = 0;
         // A derived class may replace any handler, and attached modules see every
-        // statement through the dispatch: both run from the stream alone.
-        if (wToken != 0 && TakesFastPaths() && m_pExtModuls->empty())
+        // statement through the dispatch: both run from the stream alone. The host's
+        // registered names claim only their own tokens, which the fast form hands to
+        // the dispatch as it does every statement it does not run itself.
+        if (wToken != 0 && TakesFastPaths() && !ModulsWatch())
             pFile->GetFastForm().Run(*this, wToken, nResult, pStart);
         while (wToken != 0 && nResult == 0)
         {

@@ -56,18 +56,23 @@ CLumsVarValue* CLumBasic::GetArg(AusdruckTyp type, int nParam)
         if (m_pQuelle->GetToken() != LBT_EXPRESSION)
             LumRaise(LUM_MSG_ARG_MISSING, nParam);
         std::unique_ptr<CLumsVarValue> pValue(cExpression.Auswerten());
-        if (type == AT_ANY)
-            return pValue.release();
-        if (pValue->IsString() && (type == AT_NUMBER || type == AT_LONG || type == AT_DOUBLE))
-            LumRaise(LUM_MSG_ARG_NOT_NUMBER, nParam, pValue->GetText());
-        if (type == AT_STRING && pValue->IsNumber())
-            LumRaise(LUM_MSG_ARG_NOT_STRING, nParam);
-        if (type == AT_LONG && pValue->GetType() == CLumsVarValue::VT_DOUBLE)
-            *pValue = static_cast<long>(pValue->GetLong());
-        else if (type == AT_DOUBLE && pValue->GetType() == CLumsVarValue::VT_LONG)
-            *pValue = pValue->GetDouble();
+        ConvertArg(type, nParam, *pValue);
         return pValue.release();
     });
+}
+
+void CLumBasic::ConvertArg(AusdruckTyp type, int nParam, CLumsVarValue& value)
+{
+    if (type == AT_ANY)
+        return;
+    if (value.IsString() && (type == AT_NUMBER || type == AT_LONG || type == AT_DOUBLE))
+        LumRaise(LUM_MSG_ARG_NOT_NUMBER, nParam, value.GetText());
+    if (type == AT_STRING && value.IsNumber())
+        LumRaise(LUM_MSG_ARG_NOT_STRING, nParam);
+    if (type == AT_LONG && value.GetType() == CLumsVarValue::VT_DOUBLE)
+        value = static_cast<long>(value.GetLong());
+    else if (type == AT_DOUBLE && value.GetType() == CLumsVarValue::VT_LONG)
+        value = value.GetDouble();
 }
 
 void CLumBasic::SetVar(const char* pszName, CLumsVarValue* pValue)

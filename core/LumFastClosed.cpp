@@ -53,7 +53,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     unsigned nWatch = budget.m_nWatch.load(std::memory_order_relaxed);
     // A closed run makes no values: a budget of memory passed now is the regular way's.
     if (site.m_nClosedFailures >= MAX_CLOSED_FAILURES || site.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
-        !basic.m_pExtModuls->empty() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
+        basic.ModulsWatch() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
         ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
         (basic.m_pDebugger != nullptr && basic.m_fDebugMode) || &basic.m_pQuelle->GetFastForm() != this)
         return false;

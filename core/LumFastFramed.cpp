@@ -265,7 +265,7 @@ bool CLumFastForm::DirectArguments(CLumBasic& basic, SLumFastExpr& expr, const C
     size_t nArgs = expr.m_apIndices.size();
     if (pHead == nullptr || pHead->m_pAt != info.m_pCode || pHead->m_eKind != SLumFastStep::SUB ||
         pHead->m_pNext == nullptr || pHead->m_aParams.size() != nArgs || nArgs > MAX_DIRECT_ARGS ||
-        !basic.m_pExtModuls->empty() || basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
+        basic.ModulsWatch() || basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::RUN) >= CLumBasic::MAX_NESTING ||
         basic.m_pBudget->IsWatched())
         return false;
@@ -390,7 +390,7 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastExpr& expr)
 SLumFastStep* CLumFastForm::CalleeHead(CLumBasic& basic, SLumFastExpr& expr, const CallInfo& info)
 {
     CLumBasicFile& file = *basic.m_pQuelle;
-    if (!basic.m_pExtModuls->empty() || &file.GetFastForm() != this)
+    if (basic.ModulsWatch() || &file.GetFastForm() != this)
         return nullptr;
     unsigned char* pCode = info.m_pCode;
     if (expr.m_pCallee == nullptr || expr.m_pCallee->m_pAt != pCode)

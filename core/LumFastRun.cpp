@@ -47,7 +47,7 @@ void CLumFastForm::Run(CLumBasic& basic, unsigned short& wToken, int& nResult, S
         wToken = pFile->GetToken();
         // Attached modules see every statement through the dispatch, as they may watch
         // or replace any of them.
-        if (wToken == 0 || !basic.m_pExtModuls->empty())
+        if (wToken == 0 || basic.ModulsWatch())
             return;
         pStep = StepAt(basic, pFile->GetPosition() - 2);
     }

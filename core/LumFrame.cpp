@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 
 namespace
 {
@@ -40,4 +41,19 @@ void LumRaise(int id, ...)
     e.AddString() = VFormat(strFormat.c_str(), args);
     va_end(args);
     throw e;
+}
+
+void lumframe::ForeignText::operator()(CLumsException& e) const
+{
+    try
+    {
+        throw;
+    }
+    catch (const std::exception& x)
+    {
+        e.AddString() = LumFormat(LoadMessage(LUM_MSG_FOREIGN_EXCEPTION).c_str(), x.what());
+    }
+    catch (...)
+    {
+    }
 }

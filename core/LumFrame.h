@@ -28,6 +28,13 @@ struct Unexpected
 {
     void operator()(CLumsException& e) const { e.AddString() = LoadMessage(LUM_MSG_UNEXPECTED); }
 };
+// Behind the labels of the exception made from a standard exception: its what(), so
+// that a failure of the host's own code says what it was. Only for a frame's `otherAfter`,
+// which runs while that exception is in flight.
+struct ForeignText
+{
+    void operator()(CLumsException& e) const;
+};
 
 // Called from inside a catch(...) handler: completes the trail of whatever is in flight.
 template <class AfterLabels, class OtherBefore, class OtherAfter>

@@ -68,6 +68,8 @@ int CLumBasic::UnLoadAllExtModuls()
         // Every module is detached before the first one goes, so that no module's
         // destructor can reach the interpreter through another.
         SetBasisModulEM(nullptr);
+        // The host's registered names go with their module.
+        m_pHostModul = nullptr;
         while (!m_pExtModuls->empty())
         {
             CLumBasicExtModul* pModul = m_pExtModuls->front();

@@ -84,6 +84,17 @@ const LumMessage s_aMessages[] = {
     {57125, "Als Parametername darf kein NULL-Zeiger uebergeben werden!"},
     {57126, "Als Parameterwert darf kein NULL-Zeiger uebergeben werden!"},
 
+    {57127, "%s erwartet %d Parameter; es wurden mehr angegeben."},
+    {57128, "Im %d. Parameter von %s wird eine Variable erwartet, in die ein Wert geschrieben werden kann."},
+    {57129, "Die Ausnahme lautet: %s"},
+    {57130, "\"%s\" ist kein gültiger Name für eine Anweisung oder Funktion."},
+    {57131, "Der Name \"%s\" ist ein Wort der Sprache und kann nicht registriert werden."},
+    {57132, "Der Name \"%s\" wurde bereits registriert."},
+    {57133,
+     "Der Name \"%s\" ergibt dasselbe Token %x wie der registrierte Name \"%s\". Bitte einen anderen Namen "
+     "wählen."},
+    {57134, "Die Eingabe \"%s\" ist keine Zahl."},
+
     {57200, "Die Datei \"%s\" endet vorzeitig."},
     {57201, "Die Profile-Datei kann nicht gesichert werden.\nDer Pfad ist evtl. nicht vorhanden."},
     {57202, "Die Datei \"%s\" kann nicht geschrieben werden: %s"},

@@ -69,6 +69,16 @@ enum LumMessageId
     LUM_MSG_EXT_PARM_NULL_NAME = 57125,
     LUM_MSG_EXT_PARM_NULL_VALUE = 57126,
 
+    // Statements and functions a host registers by name.
+    LUM_MSG_HOST_TOO_MANY_ARGS = 57127,
+    LUM_MSG_HOST_NO_VARIABLE = 57128,
+    LUM_MSG_FOREIGN_EXCEPTION = 57129,
+    LUM_MSG_HOST_NO_NAME = 57130,
+    LUM_MSG_HOST_LANGUAGE_WORD = 57131,
+    LUM_MSG_HOST_REGISTERED = 57132,
+    LUM_MSG_HOST_SAME_TOKEN = 57133,
+    LUM_MSG_INPUT_NO_NUMBER = 57134,
+
     // The debugger and the profiler: failures, and the texts of window and chooser.
     LUM_MSG_FILE_SHORT = 57200,
     LUM_MSG_PROFILE_NOT_SAVED = 57201,

@@ -123,6 +123,21 @@ void CLumBasic::StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> p
     CachedVar(cache, pszName);
 }
 
+// A host's statement stores into a variable that an argument names as an assignment
+// of the program would: typed by the name, and under a function's own name into its
+// result.
+void CLumBasic::AssignFromHost(const char* pszName, const CLumsVarValue& value)
+{
+    LumFrame(FILE_LABEL, "CLumBasic::AssignFromHost()", [&] {
+        ValuePtr pValue(new CLumsVarValue(value));
+        ConvertForName(pszName, *pValue);
+        if (!m_cFunctionStack.IsEmpty() && m_cFunctionStack.TopString() == pszName)
+            SetVar(CLumScopedKey(pszName, pszName).c_str(), pValue.release());
+        else
+            SetVar(pszName, pValue.release());
+    });
+}
+
 int CLumBasic::Dim()
 {
     return LumFrame(FILE_LABEL, "CLumBasic::Dim()", [&] {

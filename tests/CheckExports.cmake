@@ -7,7 +7,8 @@ if(NOT status EQUAL 0)
 endif()
 # A sample of each public header's classes and functions.
 foreach(name "CLumBasic::DoMemory(" "CLumVariables::GetValue(" "CLumsVarValue::GetDouble(" "CLumsException::what("
-             "LumCompile(" "CLumCompileException::CLumCompileException(" "CLumBasicExtMeta::CreateExtModule("
+             "LumCompile(" "CLumCompileException::CLumCompileException(" "CLumBasic::RegisterFunction(" "LumHostToken("
+             "CLumHostArgs::SetVariable(" "LumFailureReport(" "LumIsLanguageWord(" "CLumBasicExtMeta::CreateExtModule("
              "CLumBasicDebugger::Start(" "CLumBasicProfiler::LoadFile(" "LumSetMessageBox(" "LumTokenName("
              "typeinfo for CLumsException")
   string(FIND "${exports}" "${name}" at)
@@ -18,7 +19,8 @@ endforeach()
 # Classes of the internal headers (core/, expr/, debug/, compiler/, tools/).
 foreach(name "CLumCompiler" "CLumParser" "CLumLexer" "CLumCodeGen" "CLumDiagnostics" "CLumDisassembler"
              "CLumExtensionTable" "CLumImageWriter" "CLumExpression" "CLumTermNode" "CLumArchive" "CLumFastForm"
-             "CLumReadCache" "CLumDepthGuard" "CLumFreeList" "CLumScopedKey" "CLumAddressMap" "LumApplyOperator")
+             "CLumReadCache" "CLumDepthGuard" "CLumFreeList" "CLumScopedKey" "CLumAddressMap" "LumApplyOperator"
+             "CLumHostModul")
   string(REGEX MATCH "[^\n]*[ :]${name}[^\n]*" line "${exports}")
   if(line)
     message(FATAL_ERROR "${LIBRARY} exports an internal symbol: ${line}")

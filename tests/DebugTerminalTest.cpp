@@ -188,3 +188,28 @@ TEST_F(DebugTerminal, TheWatchFormRefusesABlankNameAndCancelsWithEscape)
     EXPECT_NE(strScreen.find("││total% = 0 "), std::string::npos) << strScreen;
     EXPECT_EQ(strScreen.find("││i%"), std::string::npos) << strScreen;
 }
+
+// The console's output would draw over the window: it shows once the window is gone,
+// and Input asks in a form over it.
+TEST(DebugTerminalConsole, OutputWaitsForTheWindowAndInputAsksInAForm)
+{
+    if (std::system("command -v tmux >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "tmux is not installed";
+    CImageDir dir;
+    CTmux tmux(dir);
+    std::ofstream(dir.Path("hallo.lbd")) << "Sub Main\n  Print \"Hallo\"\n  Input \"Name? \", name$\n"
+                                            "  Print \"Tag,\", name$\nEnd Sub\n";
+    ASSERT_EQ(tmux.Tmux("new-session -d -s t -x 100 -y 30 \"cd '" + dir.Dir() +
+                        "' && LANG=C.UTF-8 '" LUM_CLI_PATH "' debug hallo.lbd; echo status $?; sleep 60\""),
+              0);
+    tmux.WaitFor("Debugging \"");
+    tmux.Keys("F5");
+    std::string strScreen = tmux.WaitFor("Eingabe:");
+    EXPECT_NE(strScreen.find("Name?"), std::string::npos) << strScreen;
+    EXPECT_EQ(strScreen.find("\nHallo"), std::string::npos) << strScreen;
+    tmux.Keys("Ada Enter");
+    tmux.WaitFor("→     End Sub");
+    tmux.Keys("F5");
+    strScreen = tmux.WaitFor("status 0");
+    EXPECT_NE(strScreen.find("Hallo\nName? Ada\nTag, Ada\nstatus 0\n"), std::string::npos) << strScreen;
+}

@@ -124,24 +124,6 @@ std::vector<uint8_t> Compiled(const std::string& strSource)
     return aImage;
 }
 
-template <class... Args> std::string Message(int nId, Args... args)
-{
-    return LumFormatForTest(LoadMessage(nId), args...);
-}
-
-std::vector<std::string> TrailOf(const std::function<void()>& fn)
-{
-    try
-    {
-        fn();
-    }
-    catch (const CLumsException& e)
-    {
-        return e.GetTrail();
-    }
-    return {};
-}
-
 using Trail = std::vector<std::string>;
 } // namespace
 
@@ -355,10 +337,12 @@ TEST(ExtChain, AModuleStatementInALoopLeavesEveryStatementToTheModules)
     CLumVariables vars;
     CLumBasic basic(&vars, nullptr);
     basic.LoadExtModul(new CTestModul(&log, "A", true));
-    EXPECT_EQ(RunImage(basic, Compiled("Sub Main\n For i% = 1 To 3\n  s% = s% + i%\n  Beep s%\n Next i%\nEnd Sub\n")),
-              Trail{});
+    EXPECT_EQ(
+        RunImage(basic,
+                 Compiled("Sub Main\n For i% = 1 To 3\n  s% = s% + i%\n  Beep s%\n Next i%\nEnd Sub\n")),
+        Trail{});
     EXPECT_EQ(StoreLines(vars), (Trail{"L:i%=4", "L:s%=6"}));
     // Sub, For, and each pass's assignment, Beep and Next, none of them left out.
-    EXPECT_EQ(log, (Trail{"A:pre", "A:a81", "A:481", "A:183", "A:2083 1", "A:781", "A:183", "A:2083 3", "A:781",
-                          "A:183", "A:2083 6", "A:781", "A:483", "A:post"}));
+    EXPECT_EQ(log, (Trail{"A:pre", "A:a81", "A:481", "A:183", "A:2083 1", "A:781", "A:183", "A:2083 3",
+                          "A:781", "A:183", "A:2083 6", "A:781", "A:483", "A:post"}));
 }

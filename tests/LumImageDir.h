@@ -60,12 +60,13 @@ struct CliResult
     std::string m_strErr;
 };
 
-// Runs `lumbasic <strArgs>` in the directory, standard input from /dev/null (no
-// terminal), output and errors captured.
-inline CliResult RunCli(const CImageDir& dir, const std::string& strArgs)
+// Runs `lumbasic <strArgs>` in the directory, standard input from the file
+// `strInput` there or else /dev/null (no terminal), output and errors captured.
+inline CliResult RunCli(const CImageDir& dir, const std::string& strArgs,
+                        const std::string& strInput = "/dev/null")
 {
-    std::string strCommand =
-        "cd '" + dir.Dir() + "' && '" LUM_CLI_PATH "' " + strArgs + " < /dev/null > cli.out 2> cli.err";
+    std::string strCommand = "cd '" + dir.Dir() + "' && '" LUM_CLI_PATH "' " + strArgs + " < '" + strInput +
+                             "' > cli.out 2> cli.err";
     int nStatus = std::system(strCommand.c_str());
     CliResult result;
     result.m_nStatus = WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;

@@ -104,4 +104,24 @@ template <class... Args> std::string LumFormatForTest(const std::string& strForm
     snprintf(buffer, sizeof buffer, strFormat.c_str(), args...);
     return buffer;
 }
+
+// Catalogue message `nId` formatted with the arguments, as the library raises it.
+template <class... Args> std::string Message(int nId, Args... args)
+{
+    return LumFormatForTest(LoadMessage(nId), args...);
+}
+
+// The trail of the CLumsException that `fn` throws; empty when it throws none.
+inline std::vector<std::string> TrailOf(const std::function<void()>& fn)
+{
+    try
+    {
+        fn();
+    }
+    catch (const CLumsException& e)
+    {
+        return e.GetTrail();
+    }
+    return {};
+}
 } // namespace lumtest

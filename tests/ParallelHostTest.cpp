@@ -60,7 +60,8 @@ const char* const LIBRARY = "Function Tri%(n%)\n"
                             "End Function\n";
 
 // mode% 0 succeeds, 1 divides by zero, 2 runs into the statement limit, 3 into the
-// memory limit. The label reads the null values of all three types.
+// memory limit. The label reads the null values of all three types. Cube is a
+// function the runs without the module register.
 const char* const PROGRAM =
     "Declare Function Tri%(n%)\n"
     "Sub Main\n"
@@ -75,6 +76,8 @@ const char* const PROGRAM =
     "    If modules% Then\n"
     "        Note label$\n"
     "        doubled% = Twice(sum%)\n"
+    "    Else\n"
+    "        cubed% = Cube(n%)\n"
     "    End If\n"
     "    If mode% = 1 Then share = sum% / (n% - n%)\n"
     "    While mode% = 2\n"
@@ -127,6 +130,7 @@ std::string Check(const SRun& run, CLumVariables& vars, const std::vector<std::s
         {"squares%", text("squares%", aLast)},
         {"label$", text("label$")},
         {"doubled%", text("doubled%")},
+        {"cubed%", text("cubed%")},
         {"noted", pModul != nullptr ? pModul->m_strNoted : ""},
         {"unset", text("unset") + text("unset%") + "|" + text("unset$") + "|"},
     };
@@ -137,6 +141,7 @@ std::string Check(const SRun& run, CLumVariables& vars, const std::vector<std::s
         std::to_string(run.N() * run.N()),
         strLabel,
         run.Modules() ? std::to_string(2 * nSum) : "0",
+        run.Modules() ? "0" : std::to_string(run.N() * run.N() * run.N()),
         run.Modules() ? strLabel : "",
         "0.0000000||",
     };
@@ -145,6 +150,24 @@ std::string Check(const SRun& run, CLumVariables& vars, const std::vector<std::s
             return "thread " + std::to_string(run.m_nThread) + " run " + std::to_string(run.m_nRun) + ": " +
                    aChecks[n].first + " is '" + aChecks[n].second + "', not '" + aExpected[n] + "'";
     return "";
+}
+
+void RegisterCube(CLumBasic& basic)
+{
+    basic.RegisterFunction("Cube", 1, [](CLumHostArgs& args) {
+        long n = args.GetLong(1);
+        return CLumsVarValue(n * n * n);
+    });
+}
+
+// PROGRAM with the module's names and Cube.
+std::vector<uint8_t> CompiledProgram()
+{
+    SLumCompileSettings settings;
+    settings.m_strExtensions = "statement Note 0x2183\nfunction Twice 0x2184\n";
+    CLumBasic compiler;
+    RegisterCube(compiler);
+    return LumCompile(PROGRAM, compiler, settings);
 }
 
 std::string RunOnce(const SRun& run, const std::vector<uint8_t>& aImage, const std::string& strImage,
@@ -164,6 +187,8 @@ std::string RunOnce(const SRun& run, const std::vector<uint8_t>& aImage, const s
         pModul = dynamic_cast<CParallelModul*>(CLumBasicExtMeta::CreateExtModule("CParallelModul"));
         basic.LoadExtModul(pModul);
     }
+    else
+        RegisterCube(basic);
     if (run.Mode() == 2)
         basic.SetStatementLimit(STATEMENT_LIMIT);
     if (run.Mode() == 3)
@@ -187,10 +212,8 @@ std::string RunOnce(const SRun& run, const std::vector<uint8_t>& aImage, const s
 TEST(ParallelHost, InterpretersWithStoresOfTheirOwnRunOneImageAtOnce)
 {
     CImageDir dir;
-    SLumCompileSettings settings;
-    settings.m_strExtensions = "statement Note 0x2183\nfunction Twice 0x2184\n";
     dir.Save("lib.lbc", LumCompile(LIBRARY));
-    const std::vector<uint8_t> aImage = LumCompile(PROGRAM, settings);
+    const std::vector<uint8_t> aImage = CompiledProgram();
     const std::string strImage = dir.Save("main.lbc", aImage);
 
     std::atomic<int> nBoxes{0};
@@ -218,9 +241,7 @@ TEST(ParallelHost, AThreadForEachRunReusesWhatEndedThreadsFreed)
 {
     CImageDir dir;
     dir.Save("lib.lbc", LumCompile(LIBRARY));
-    SLumCompileSettings settings;
-    settings.m_strExtensions = "statement Note 0x2183\nfunction Twice 0x2184\n";
-    const std::vector<uint8_t> aImage = LumCompile(PROGRAM, settings);
+    const std::vector<uint8_t> aImage = CompiledProgram();
     auto RunOnThread = [&](int nRun) {
         std::string strFailure;
         std::thread([&] { strFailure = RunOnce(SRun{0, 8 * nRun}, aImage, "", dir); }).join();

@@ -56,22 +56,6 @@ extern "C" void OnInterrupt(int)
         pBasic->RequestStop();
 }
 
-// "file:line: message", then the procedures that led there, innermost first.
-static void Report(const CLumsException& e, const std::string& strFile)
-{
-    std::vector<SLumCallSite> aSites = e.GetCallSites();
-    // An import that failed before it ran (its file missing or refused) has a site of
-    // no procedure and no line: the import statement's site tells where it stood.
-    if (aSites.size() > 1 && aSites[0].m_strProcedure.empty() && aSites[0].m_nLine == 0)
-        aSites.erase(aSites.begin());
-    long nLine = aSites.empty() ? 0 : aSites[0].m_nLine;
-    fprintf(stderr, "%s:%ld: %s\n", strFile.c_str(), nLine,
-            e.GetTrail().empty() ? "" : e.GetTrail()[0].c_str());
-    for (size_t i = 0; i + 1 < aSites.size(); ++i)
-        fprintf(stderr, "  in %s, called from %s at line %ld\n", aSites[i].m_strProcedure.c_str(),
-                aSites[i + 1].m_strProcedure.c_str(), aSites[i + 1].m_nLine);
-}
-
 int main(int argc, char** argv)
 {
     if (argc < 2 || argc > 3)
@@ -107,15 +91,9 @@ int main(int argc, char** argv)
         std::vector<uint8_t> aImage = LumCompile(source.str(), settings);
         basic.DoMemory(aImage.data(), aImage.size());
     }
-    catch (const CLumCompileException& e) // the errors of the source, one a line
+    catch (const CLumsException& e) // the errors of the source, or a failed run: the store keeps what it held
     {
-        for (const std::string& strLine : e.GetTrail())
-            fprintf(stderr, "%s\n", strLine.c_str());
-        nStatus = 1;
-    }
-    catch (const CLumsException& e) // a failed run: the store keeps what it held
-    {
-        Report(e, argv[1]);
+        fputs(LumFailureReport(e, argv[1]).c_str(), stderr); // "file:line: message", then the calls
         nStatus = 1;
     }
     signal(SIGINT, SIG_DFL);

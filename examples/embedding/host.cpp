@@ -1,5 +1,5 @@
 // A minimal host: run an image, or compile a program in memory and run that; read a
-// variable; report a failure's trail.
+// variable; report a failure as a person reads it.
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumCompile.h>
 
@@ -35,8 +35,9 @@ int main(int argc, char** argv)
     }
     catch (const CLumsException& e) // a failed run, or the errors of the source
     {
-        for (const std::string& line : e.GetTrail()) // or e.what(): the lines joined
-            fprintf(stderr, "%s\n", line.c_str());
+        // "price.lbd:2: Division durch Null." and the calls that led there; the whole
+        // trail, every frame's labels too, is e.GetTrail().
+        fputs(LumFailureReport(e, argc == 2 ? argv[1] : "price.lbd").c_str(), stderr);
         return 1;
     }
     return 0;

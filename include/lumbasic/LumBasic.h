@@ -8,6 +8,7 @@
 #include <lumbasic/LumBasicStack.h>
 #include <lumbasic/LumExport.h>
 #include <lumbasic/LumFunctions.h>
+#include <lumbasic/LumHostArgs.h>
 #include <lumbasic/LumObject.h>
 #include <lumbasic/LumTokens.h>
 #include <lumbasic/LumVariables.h>
@@ -40,6 +41,8 @@ class LUM_API CLumBasic : public CLumObject
     friend class CLumBasicDebugger;
     friend class CLumBasicExtModul;
     friend class CLumFastForm;
+    friend class CLumHostModul;
+    friend class CLumHostArgs;
 
 public:
     // What a caller of GetArg asks for.
@@ -143,6 +146,18 @@ public:
     // The first attached module of the class, by exact name; fails when there is none.
     CLumBasicExtModul* GetExtModul(const char* pszClassName) const;
 
+    // A statement or function of the host by name, with the callable that runs it
+    // (<lumbasic/LumHostArgs.h>); `nArgs` is the number of arguments a call gives, or
+    // LUM_ANY_ARGS. The first registration attaches the module that holds them all
+    // at the chain's end, so that modules attached before see the tokens first; the
+    // module goes, with the registrations, as every module goes (UnLoadAllExtModuls).
+    // A name that is no name, a word of the language, registered before, or whose
+    // token another registered name has, is refused with a CLumsException.
+    void RegisterFunction(const char* pszName, int nArgs, LumHostFunction fnFunction);
+    void RegisterStatement(const char* pszName, int nArgs, LumHostStatement fnStatement);
+    // The names registered so far, in order: LumCompile(source, basic) takes them.
+    const std::vector<SLumHostName>& GetHostNames() const;
+
 protected:
     virtual void RunLoop();
     virtual int DispatchToken(unsigned short wToken);
@@ -186,6 +201,11 @@ protected:
     virtual CLumsVarValue* ExtFunctionEM(unsigned short wToken);
     virtual void SetBasisModulEM(CLumBasic* pBasis);
 
+    // Whether an attached module may watch every statement: any module but the one
+    // that holds the registered names, which claims its own tokens only. The fast
+    // paths run statements past the dispatch only while none does.
+    bool ModulsWatch() const { return m_pExtModuls->size() > (m_pHostModul != nullptr ? 1u : 0u); }
+
     // The procedure depth that drives scoping: the number of running procedures.
     int GetDepth() const { return m_cFunctionStack.GetCount(); }
 
@@ -215,6 +235,8 @@ protected:
     // The attached modules in load order, owned. Walked by index, so that a module
     // may attach another one while the chain is being walked.
     std::unique_ptr<std::vector<CLumBasicExtModul*>> m_pExtModuls;
+    // The module in the chain that holds the registered names; null before the first.
+    CLumHostModul* m_pHostModul = nullptr;
     // What may end a run between statements: its statement limit, a stop request, its
     // memory budget. An import's interpreter counts on its importer's.
     struct SLumRunBudget
@@ -275,6 +297,11 @@ protected:
     }
 
 private:
+    // Checks and converts an argument's value as GetArg does for `type`.
+    static void ConvertArg(AusdruckTyp type, int nParam, CLumsVarValue& value);
+    // Stores a host's value into the variable `pszName` as an assignment would.
+    void AssignFromHost(const char* pszName, const CLumsVarValue& value);
+    void Register(SLumHostName name, LumHostStatement fnStatement, LumHostFunction fnFunction);
     void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
     // Records the procedures running at a failure, innermost first, behind the sites
     // an inner run (an import) recorded.

@@ -17,6 +17,8 @@
 #include <string_view>
 #include <vector>
 
+class CLumBasic;
+
 // One error of a source or of an extension table. Lines and columns count from 1;
 // both are 0 for a fault of the text as a whole.
 struct LUM_API SLumCompileError
@@ -59,3 +61,12 @@ struct LUM_API SLumCompileSettings
 // The image of `source`. Throws CLumCompileException when the source or the
 // extension table has errors.
 LUM_API std::vector<uint8_t> LumCompile(std::string_view source, const SLumCompileSettings& settings = {});
+// The image of `source` for `basic`: the statements and functions registered with it
+// (CLumBasic::RegisterFunction, RegisterStatement) are known by name, with their
+// numbers of arguments, besides those of the settings' extension table.
+LUM_API std::vector<uint8_t> LumCompile(std::string_view source, const CLumBasic& basic,
+                                        const SLumCompileSettings& settings = {});
+
+// Whether `name` is a word of the language, a keyword or a built-in function, in any
+// case and with or without "$": such a name cannot name a host's statement or function.
+LUM_API bool LumIsLanguageWord(std::string_view name);

@@ -28,6 +28,8 @@ public:
     static constexpr size_t MAX_TAIL = 60;
 
     CLumsException() = default;
+    // An exception whose trail begins with `strMessage`: a host's failure in one line.
+    explicit CLumsException(std::string strMessage) { AddString() = std::move(strMessage); }
 
     // Appends a file or method label.
     void Add(const char* psz) { NewEntry().assign(psz ? psz : ""); }
@@ -59,3 +61,21 @@ private:
 
 // The text of a catalogue message by id; an unknown id gives the empty text.
 LUM_API std::string LoadMessage(int id);
+
+// The short report of a failed run, for a person, one line each ending in a newline:
+//
+//     lib.lbd:2: Division durch Null.
+//       in Ratio, called from Show at prog.lbd:7
+//       in Show, called from Main at prog.lbd:4
+//
+// The message is the trail's first entry, then come the calls, innermost first, from
+// GetCallSites(); the repeated lines of a recursion are given once, with their count.
+// `strProgram` names the program as the host knows it (the path it ran, or a name of
+// its own for an image in memory): the sources recorded as that file, and procedures
+// whose image records no source, are named by it; other sources relative to the
+// working directory unless they lie above it. Empty: sources as recorded. A run an
+// imported image makes shows as "imported by". Without line markers the lines are
+// left out; without a call site (a file that cannot be read) the message stands
+// behind the program's name alone. The errors of a source (CLumCompileException) are
+// given as they are, one a line.
+LUM_API std::string LumFailureReport(const CLumsException& e, const std::string& strProgram = std::string());

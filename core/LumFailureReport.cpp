@@ -1,6 +1,7 @@
-#include "LumFailureReport.h"
-
-#include "LumCompiler.h"
+// The short report of a failed run for a person: the message at the failing line of
+// its source, then the calls that led there.
+#include <lumbasic/LumCompile.h>
+#include <lumbasic/LumsException.h>
 
 #include <strings.h>
 
@@ -19,8 +20,7 @@ bool StartsARun(const SLumCallSite& site)
 class CReport
 {
 public:
-    explicit CReport(const std::string& strProgram)
-        : m_strProgram(strProgram), m_strProgramSource(LumSourceNameFor(strProgram))
+    explicit CReport(const std::string& strProgram) : m_strProgram(strProgram)
     {
         std::error_code error;
         m_cwd = std::filesystem::current_path(error);
@@ -30,8 +30,9 @@ public:
 
     std::string File(const SLumCallSite& site) const
     {
-        if (site.m_strSource.empty() || site.m_strSource == m_strProgramSource)
-            return m_strProgram;
+        if (site.m_strSource.empty() || IsProgram(site.m_strSource))
+            return m_strProgram.empty() ? (site.m_strSource.empty() ? "<source>" : site.m_strSource)
+                                        : m_strProgram;
         if (!m_cwd.empty())
         {
             std::filesystem::path relative =
@@ -61,8 +62,17 @@ public:
     }
 
 private:
+    // Whether a source an image records is the program's file: the same file, or the
+    // same name where the file is not there.
+    bool IsProgram(const std::string& strSource) const
+    {
+        if (m_strProgram.empty())
+            return false;
+        std::error_code error;
+        return strSource == m_strProgram || std::filesystem::equivalent(strSource, m_strProgram, error);
+    }
+
     std::string m_strProgram;
-    std::string m_strProgramSource;
     std::filesystem::path m_cwd;
 };
 
@@ -105,6 +115,14 @@ size_t FindGap(const std::vector<SLumCallSite>& aSites, size_t nOmitted)
 std::string LumFailureReport(const CLumsException& e, const std::string& strProgram)
 {
     const std::vector<std::string>& aTrail = e.GetTrail();
+    // The errors of a source are their own report, one a line.
+    if (dynamic_cast<const CLumCompileException*>(&e) != nullptr)
+    {
+        std::string strText;
+        for (const std::string& strLine : aTrail)
+            strText += strLine + "\n";
+        return strText;
+    }
     std::string strMessage = aTrail.empty() ? "the run failed" : aTrail[0];
     std::vector<SLumCallSite> aSites = e.GetCallSites();
     // An import that failed before its image ran stood nowhere: the failure is the
@@ -113,7 +131,7 @@ std::string LumFailureReport(const CLumsException& e, const std::string& strProg
            aSites[0].m_nLine == 0)
         aSites.erase(aSites.begin());
     if (aSites.empty())
-        return strProgram + ": " + strMessage + "\n";
+        return (strProgram.empty() ? "" : strProgram + ": ") + strMessage + "\n";
     CReport report(strProgram);
     std::string strText = report.Where(aSites[0]) + ": " + strMessage + "\n";
     size_t nGap = FindGap(aSites, e.GetCallSitesOmitted());
