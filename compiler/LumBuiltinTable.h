@@ -1,5 +1,6 @@
 // The built-in functions by their source names, with the arguments each takes. One
-// table serves the code generator (names, argument checks) and the documentation.
+// table serves the code generator (names, argument checks), the documentation and
+// the language server (completion, hover, signature help).
 #pragma once
 
 #include <cstddef>
@@ -22,6 +23,10 @@ struct SLumBuiltin
     const char* m_pszArgs;
     int m_nRequired;
     ELumType m_eResult;
+    // The arguments' names as docs/functions.md writes them, "s$, n", and one line of
+    // what the function does: shown by editors as the user types.
+    const char* m_pszParams;
+    const char* m_pszDoc;
 };
 
 // The entry for a name, case-insensitive, "Left$" and "Left" alike; null if none.

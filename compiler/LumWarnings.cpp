@@ -102,9 +102,10 @@ private:
             return;
         if (!m_setWarned.insert(std::make_tuple(pos.m_nLine, pos.m_nColumn, strName)).second)
             return;
-        m_diagnostics.Warning(pos, "'" + strName + "' is " + pszHow + " after the recursive call of '" +
-                                       m_proc.m_strName + "', which may have changed it: all calls of '" +
-                                       m_proc.m_strName + "' share one set of parameters and locals");
+        m_diagnostics.Warning(pos, "shared-locals",
+                              "'" + strName + "' is " + pszHow + " after the recursive call of '" +
+                                  m_proc.m_strName + "', which may have changed it: all calls of '" +
+                                  m_proc.m_strName + "' share one set of parameters and locals");
     }
 
     void Write(const std::string& strName) { m_setStale.erase(strName); }
@@ -296,7 +297,7 @@ public:
                 (m_options.m_pHostNames != nullptr && m_options.m_pHostNames->count(strName) > 0))
                 continue;
             std::string strMeant = NearAssigned(strName, read.second.second);
-            m_diagnostics.Warning(read.second.first,
+            m_diagnostics.Warning(read.second.first, "unassigned-variable",
                                   "'" + strName + "' is read but assigned nowhere in the program; " +
                                       (strMeant.empty() ? "if" : strMeant + " If") +
                                       " the host or an imported program sets it, say so with Dim " + strName +
