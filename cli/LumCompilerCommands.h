@@ -12,6 +12,8 @@
 int LumCompileCommand(const std::vector<std::string>& aArgs);
 // lumbasic dis [--extensions FILE] IMAGE|SOURCE
 int LumDisCommand(const std::vector<std::string>& aArgs);
+// lumbasic fmt [--check] FILE...
+int LumFormatCommand(const std::vector<std::string>& aArgs);
 
 // Compiles a source read whole for `run`, `debug` and `dis`, with the host statements
 // of the extension table `strExtensions` if it is not empty; its errors and warnings go

@@ -19,10 +19,15 @@ CLumParser::CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagn
 
 bool CLumParser::IsReserved(std::string_view word)
 {
+    return Keyword(word) != nullptr;
+}
+
+const char* CLumParser::Keyword(std::string_view word)
+{
     for (const char* psz : s_apszReserved)
         if (LumEqualsNoCase(word, psz))
-            return true;
-    return false;
+            return psz;
+    return nullptr;
 }
 
 const SLumLexToken& CLumParser::Ahead(size_t n) const

@@ -20,6 +20,9 @@ public:
 
     // Words that cannot name a variable or a procedure.
     static bool IsReserved(std::string_view word);
+    // The reserved word `word` is, in the case the documentation writes it ("ElseIf"
+    // for "elseif"); null for any other word.
+    static const char* Keyword(std::string_view word);
 
 private:
     struct SyntaxError
