@@ -14,6 +14,8 @@ int LumCompileCommand(const std::vector<std::string>& aArgs);
 int LumDisCommand(const std::vector<std::string>& aArgs);
 // lumbasic fmt [--check] FILE...
 int LumFormatCommand(const std::vector<std::string>& aArgs);
+// lumbasic lsp: the language server on standard input and output.
+int LumLspCommand(const std::vector<std::string>& aArgs);
 
 // Compiles a source read whole for `run`, `debug` and `dis`, with the host statements
 // of the extension table `strExtensions` if it is not empty; its errors and warnings go

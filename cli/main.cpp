@@ -21,6 +21,7 @@ struct Command
 const Command s_aCommands[] = {
     {"run", LumRunCommand},         {"compile", LumCompileCommand}, {"dis", LumDisCommand},
     {"profile", LumProfileCommand}, {"debug", LumDebugCommand},     {"fmt", LumFormatCommand},
+    {"lsp", LumLspCommand},
 };
 
 int Usage()
@@ -34,7 +35,8 @@ int Usage()
         "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
         "       lumbasic profile [--lcov FILE] SOURCE...\n"
         "       lumbasic debug [run's options] IMAGE|SOURCE\n"
-        "       lumbasic fmt [--check] FILE...\n");
+        "       lumbasic fmt [--check] FILE...\n"
+        "       lumbasic lsp\n");
     return 2;
 }
 } // namespace

@@ -58,6 +58,33 @@ const SLumBuiltin* LumBuiltins(size_t& nCount)
     return s_aBuiltins;
 }
 
+std::vector<std::string> LumBuiltinParams(const SLumBuiltin& builtin)
+{
+    std::vector<std::string> aParams;
+    std::string_view params(builtin.m_pszParams);
+    while (!params.empty())
+    {
+        size_t nComma = params.find(", ");
+        aParams.emplace_back(params.substr(0, nComma));
+        params = nComma == std::string_view::npos ? std::string_view() : params.substr(nComma + 2);
+    }
+    return aParams;
+}
+
+std::string LumBuiltinSignature(const SLumBuiltin& builtin)
+{
+    std::vector<std::string> aParams = LumBuiltinParams(builtin);
+    std::string strText = std::string(builtin.m_pszName) + "(";
+    for (size_t i = 0; i < aParams.size(); ++i)
+    {
+        bool fOptional = static_cast<int>(i) >= builtin.m_nRequired;
+        strText += (fOptional ? (i > 0 ? " [, " : "[") : (i > 0 ? ", " : "")) + aParams[i];
+    }
+    for (size_t i = static_cast<size_t>(builtin.m_nRequired); i < aParams.size(); ++i)
+        strText += "]";
+    return strText + ")";
+}
+
 const char* LumOperatorSymbol(unsigned short wToken)
 {
     switch (wToken)

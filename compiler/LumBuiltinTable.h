@@ -4,7 +4,9 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
 
 // What an expression is known to give before it runs.
 enum class ELumType
@@ -33,6 +35,12 @@ struct SLumBuiltin
 const SLumBuiltin* LumFindBuiltin(std::string_view name);
 // The whole table, `nCount` entries.
 const SLumBuiltin* LumBuiltins(size_t& nCount);
+
+// The names of a built-in's arguments, in order.
+std::vector<std::string> LumBuiltinParams(const SLumBuiltin& builtin);
+// How a built-in is called, the arguments that may be left out in brackets:
+// "Round(x [, digits [, mode]])".
+std::string LumBuiltinSignature(const SLumBuiltin& builtin);
 
 // The source text of an operator token ("+", "<>", "And"); null for any other token.
 const char* LumOperatorSymbol(unsigned short wToken);
