@@ -19,6 +19,7 @@ const std::map<std::string, Path> PATHS = {
     {"image", lumfuzz::RunImage},         {"disassembler", lumfuzz::Disassemble},
     {"compiler", lumfuzz::CompileAndRun}, {"store", lumfuzz::StoreRoundTrip},
     {"profile", lumfuzz::ReadProfile},    {"template", lumfuzz::FillTemplate},
+    {"lsp", lumfuzz::ServeLsp},
 };
 
 std::vector<uint8_t> ReadBytes(const std::filesystem::path& path)
