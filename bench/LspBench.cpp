@@ -6,12 +6,23 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 
 namespace
 {
 const char* const URI = "file:///tmp/bench.lbd";
+
+// Indented by two spaces a level, so that formatting has every indented line to change.
+std::string HalfIndented(const std::string& strText)
+{
+    std::istringstream in(strText);
+    std::string strOut;
+    for (std::string strLine; std::getline(in, strLine);)
+        strOut += strLine.substr(std::min(strLine.size(), strLine.find_first_not_of(' ')) / 2) + "\n";
+    return strOut;
+}
 
 // 100 functions of 20 lines each, every one calling the one before, and Sub Main.
 std::string Program()
@@ -48,7 +59,7 @@ std::string Program()
     }
     strText += "Sub Main\n    grand = 0\n    result = Step" + std::to_string(FUNCTIONS) +
                "(5, \"Rechnung\")\n    text$ = Str$(result)\nEnd Sub\n";
-    return strText;
+    return HalfIndented(strText);
 }
 
 json Message(int nId, const std::string& strMethod, json params)

@@ -15,6 +15,7 @@ namespace
 struct Outcome
 {
     bool m_fCompiles = false;
+    std::vector<uint8_t> m_aImage;
     std::vector<std::string> m_aLines;
 };
 
@@ -22,7 +23,7 @@ Outcome Compile(std::string_view source, const SLumCompileOptions& options)
 {
     Outcome outcome;
     CLumCompiler compiler(options);
-    std::vector<uint8_t> aImage;
+    std::vector<uint8_t>& aImage = outcome.m_aImage;
     // One name for both: the image records it.
     outcome.m_fCompiles = compiler.Compile(source, "source.lbd", aImage);
     if (!outcome.m_fCompiles)
@@ -33,6 +34,13 @@ Outcome Compile(std::string_view source, const SLumCompileOptions& options)
         std::sort(outcome.m_aLines.begin(), outcome.m_aLines.end());
         return outcome;
     }
+    return outcome;
+}
+
+// The listing of an image, the line numbers of its markers masked.
+void MaskedListing(Outcome& outcome, const SLumCompileOptions& options)
+{
+    const std::vector<uint8_t>& aImage = outcome.m_aImage;
     std::string strListing;
     CLumDisassembler(options.m_pExtensions).Run(aImage.data(), aImage.size(), strListing);
     std::istringstream in(strListing);
@@ -43,7 +51,6 @@ Outcome Compile(std::string_view source, const SLumCompileOptions& options)
             strLine = strLine.substr(0, strLine.find("line ", nMarker)) + "line _";
         outcome.m_aLines.push_back(strLine);
     }
-    return outcome;
 }
 } // namespace
 
@@ -56,6 +63,14 @@ bool LumSameProgram(std::string_view original, std::string_view changed, const S
     {
         strWhy = before.m_fCompiles ? "the changed source does not compile" : "the changed source compiles";
         return false;
+    }
+    // Lines kept where they were give the very same image.
+    if (before.m_fCompiles && before.m_aImage == after.m_aImage)
+        return true;
+    if (before.m_fCompiles)
+    {
+        MaskedListing(before, options);
+        MaskedListing(after, options);
     }
     auto parts = std::mismatch(before.m_aLines.begin(), before.m_aLines.end(), after.m_aLines.begin(),
                                after.m_aLines.end());
