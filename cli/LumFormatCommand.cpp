@@ -2,29 +2,11 @@
 
 #include "LumFormatCheck.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 namespace
 {
 const char* const USAGE = "usage: lumbasic fmt [--check] FILE...";
-
-// False, with the reason on standard error, if the file cannot be written whole.
-bool WriteText(const std::string& strPath, const std::string& strText)
-{
-    FILE* pFile = fopen(strPath.c_str(), "wb");
-    bool fOk = pFile != nullptr && fwrite(strText.data(), 1, strText.size(), pFile) == strText.size();
-    int nError = errno;
-    if (pFile != nullptr && fclose(pFile) != 0 && fOk)
-    {
-        fOk = false;
-        nError = errno;
-    }
-    if (!fOk)
-        fprintf(stderr, "lumbasic: %s: %s\n", strPath.c_str(), strerror(nError != 0 ? nError : EIO));
-    return fOk;
-}
 
 // Formats one file, or with `fCheck` only tells whether it is formatted; false if it
 // is not, or cannot be.
@@ -47,7 +29,7 @@ bool FormatFile(const std::string& strPath, bool fCheck)
     if (strFormatted == file.m_strContent)
         return true;
     if (!fCheck)
-        return WriteText(strPath, strFormatted);
+        return LumWriteNamedFile(strPath, strFormatted.data(), strFormatted.size());
     printf("%s: not in the canonical layout; 'lumbasic fmt %s' lays it out\n", strPath.c_str(),
            strPath.c_str());
     return false;

@@ -83,8 +83,7 @@ void CheckRename(CLumLspWorkspace& workspace, const CLumLspWorkspace::At& at, co
         (workspace.GetExtensions() != nullptr && workspace.GetExtensions()->Find(strNew) != nullptr) ||
         LumEqualsNoCase(strNew, "Main"))
         refuse("'" + strNew + "' cannot name a procedure or a variable");
-    if (LumTypeOfName(strNew) != LumTypeOfName(symbol.m_strName) ||
-        (strNew.back() == '%') != (symbol.m_strName.back() == '%'))
+    if (LumTypeOfName(strNew) != LumTypeOfName(symbol.m_strName))
         refuse("'" + strNew + "' has another type character than '" + symbol.m_strName +
                "'; the type of a name is its last character");
     for (const SLumSymbol& other : at.m_analysis.GetIndex().GetSymbols())

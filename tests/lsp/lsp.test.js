@@ -100,13 +100,18 @@ test('the errors of a broken program, under the right characters after non-ASCII
     }
   });
 
-test('a strict setting warns of a variable assigned nowhere', timeout, async () => {
-  const server = await start({}, { initializationOptions: { strict: true } });
-  server.open('file:///tmp/strict.lbd', 'Sub Main\n    total = 100\n    net = totl * 0.97\nEnd Sub\n');
-  const [warning] = await server.diagnostics('file:///tmp/strict.lbd', (d) => d.length > 0);
+test('the settings switch strict on and name the extension table', timeout, async () => {
+  const extensions = path.resolve(__dirname, '../../examples/modules/console.ext');
+  const server = await start({}, { initializationOptions: { strict: true, extensions } });
+  const uri = 'file:///tmp/strict.lbd';
+  server.open(uri, 'Sub Main\n    total = 100\n    net = totl * 0.97\n    Print net\nEnd Sub\n');
+  const [warning, ...rest] = await server.diagnostics(uri, (d) => d.length > 0);
+  assert.deepStrictEqual(rest, [], 'Print is a statement of the host');
   assert.strictEqual(warning.severity, lsp.DiagnosticSeverity.Warning);
   assert.strictEqual(warning.code, 'unassigned-variable');
   assert.deepStrictEqual(warning.range, { start: at(2, 10), end: at(2, 14) });
+  const hover = await server.request(lsp.HoverRequest.type, doc(uri, at(3, 5)));
+  assert.match(hover.contents.value, /statement of the host/);
   await server.stop();
 });
 
