@@ -5,6 +5,9 @@
 
 #include <lumbasic/LumVersion.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace
 {
 bool Flag(const json& value, std::initializer_list<const char*> path)
@@ -33,6 +36,21 @@ std::string Text(const json& value, const char* pszKey)
     return field.get<std::string>();
 }
 
+using Feature = json (*)(CLumLspWorkspace&, const json&);
+
+// The requests a feature answers from the workspace alone.
+const std::pair<const char*, Feature> s_aFeatures[] = {
+    {"textDocument/completion", LumLspCompletion},
+    {"textDocument/hover", LumLspHover},
+    {"textDocument/signatureHelp", LumLspSignatureHelp},
+    {"textDocument/definition", LumLspDefinition},
+    {"textDocument/references", LumLspReferences},
+    {"textDocument/prepareRename", LumLspPrepareRename},
+    {"textDocument/rename", LumLspRename},
+    {"textDocument/documentSymbol", LumLspDocumentSymbols},
+    {"textDocument/foldingRange", LumLspFoldingRanges},
+};
+
 int64_t Version(const json& document)
 {
     const json& version = Field(document, "version");
@@ -40,91 +58,7 @@ int64_t Version(const json& document)
 }
 } // namespace
 
-CLumLspServer::CLumLspServer(std::istream& in, std::ostream& out) : m_reader(in), m_writer(out)
-{
-    CLumLspWorkspace& ws = m_workspace;
-    m_mapRequests = {
-        {"initialize",
-         [this](const json& p) {
-             return Initialize(p);
-         }},
-        {"shutdown",
-         [this](const json&) {
-             m_fShutdown = true;
-             return json(nullptr);
-         }},
-        {"textDocument/completion",
-         [&ws](const json& p) {
-             return LumLspCompletion(ws, p);
-         }},
-        {"textDocument/hover",
-         [&ws](const json& p) {
-             return LumLspHover(ws, p);
-         }},
-        {"textDocument/signatureHelp",
-         [&ws](const json& p) {
-             return LumLspSignatureHelp(ws, p);
-         }},
-        {"textDocument/definition",
-         [&ws](const json& p) {
-             return LumLspDefinition(ws, p);
-         }},
-        {"textDocument/references",
-         [&ws](const json& p) {
-             return LumLspReferences(ws, p);
-         }},
-        {"textDocument/prepareRename",
-         [&ws](const json& p) {
-             return LumLspPrepareRename(ws, p);
-         }},
-        {"textDocument/rename",
-         [&ws](const json& p) {
-             return LumLspRename(ws, p);
-         }},
-        {"textDocument/documentSymbol",
-         [&ws](const json& p) {
-             return LumLspDocumentSymbols(ws, p);
-         }},
-        {"textDocument/foldingRange",
-         [&ws](const json& p) {
-             return LumLspFoldingRanges(ws, p);
-         }},
-        {"textDocument/formatting",
-         [this](const json& p) {
-             return Formatting(p);
-         }},
-    };
-    m_mapNotifications = {
-        {"initialized",
-         [this](const json&) {
-             AskForSettings();
-         }},
-        {"exit",
-         [this](const json&) {
-             m_fExited = true;
-         }},
-        {"textDocument/didOpen",
-         [this](const json& p) {
-             DidOpen(p);
-         }},
-        {"textDocument/didChange",
-         [this](const json& p) {
-             DidChange(p);
-         }},
-        {"textDocument/didClose",
-         [this](const json& p) {
-             DidClose(p);
-         }},
-        {"workspace/didChangeConfiguration",
-         [this](const json& p) {
-             const json& settings = Field(p, "settings");
-             if (settings.is_object() && settings.contains("lumbasic"))
-                 ApplySettings(settings);
-             else
-                 AskForSettings();
-         }},
-    };
-}
+CLumLspServer::CLumLspServer(std::istream& in, std::ostream& out) : m_reader(in), m_writer(out) {}
 
 int CLumLspServer::Run()
 {
@@ -171,13 +105,22 @@ void CLumLspServer::HandleRequest(const json& id, const std::string& strMethod, 
         return ReplyError(id, LSP_SERVER_NOT_INITIALIZED, "the server is not initialized");
     if (m_fShutdown)
         return ReplyError(id, LSP_INVALID_REQUEST, "the server has shut down");
-    auto it = m_mapRequests.find(strMethod);
-    if (it == m_mapRequests.end())
+    static const std::pair<const char*, json (CLumLspServer::*)(const json&)> s_aOwn[] = {
+        {"initialize", &CLumLspServer::Initialize},
+        {"shutdown", &CLumLspServer::Shutdown},
+        {"textDocument/formatting", &CLumLspServer::Formatting},
+    };
+    auto named = [&](const auto& entry) {
+        return strMethod == entry.first;
+    };
+    auto itFeature = std::find_if(std::begin(s_aFeatures), std::end(s_aFeatures), named);
+    auto itOwn = std::find_if(std::begin(s_aOwn), std::end(s_aOwn), named);
+    if (itFeature == std::end(s_aFeatures) && itOwn == std::end(s_aOwn))
         return ReplyError(id, LSP_METHOD_NOT_FOUND, "no such method: " + strMethod);
     try
     {
-        json result = it->second(params);
-        Reply(id, result);
+        Reply(id, itOwn != std::end(s_aOwn) ? (this->*itOwn->second)(params)
+                                            : itFeature->second(m_workspace, params));
     }
     catch (const CLumLspError& e)
     {
@@ -197,12 +140,21 @@ void CLumLspServer::HandleNotification(const std::string& strMethod, const json&
 {
     if (!m_fInitialized && strMethod != "exit")
         return;
-    auto it = m_mapNotifications.find(strMethod);
-    if (it == m_mapNotifications.end())
+    static const std::pair<const char*, void (CLumLspServer::*)(const json&)> s_aNotifications[] = {
+        {"initialized", &CLumLspServer::AskForSettings},
+        {"exit", &CLumLspServer::Exit},
+        {"textDocument/didOpen", &CLumLspServer::DidOpen},
+        {"textDocument/didChange", &CLumLspServer::DidChange},
+        {"textDocument/didClose", &CLumLspServer::DidClose},
+        {"workspace/didChangeConfiguration", &CLumLspServer::DidChangeConfiguration},
+    };
+    auto it = std::find_if(std::begin(s_aNotifications), std::end(s_aNotifications),
+                           [&](const auto& entry) { return strMethod == entry.first; });
+    if (it == std::end(s_aNotifications))
         return;
     try
     {
-        it->second(params);
+        (this->*it->second)(params);
     }
     catch (const std::exception& e)
     {
@@ -297,7 +249,27 @@ json CLumLspServer::Initialize(const json& params)
         {"serverInfo", {{"name", "lumbasic"}, {"version", LUMBASIC_VERSION}}}};
 }
 
-void CLumLspServer::AskForSettings()
+json CLumLspServer::Shutdown(const json&)
+{
+    m_fShutdown = true;
+    return nullptr;
+}
+
+void CLumLspServer::Exit(const json&)
+{
+    m_fExited = true;
+}
+
+void CLumLspServer::DidChangeConfiguration(const json& params)
+{
+    const json& settings = Field(params, "settings");
+    if (settings.is_object() && settings.contains("lumbasic"))
+        ApplySettings(settings);
+    else
+        AskForSettings(params);
+}
+
+void CLumLspServer::AskForSettings(const json&)
 {
     if (m_fConfiguration)
         Ask("workspace/configuration", json{{"items", {{{"section", "lumbasic"}}}}},

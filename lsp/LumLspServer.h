@@ -25,9 +25,6 @@ public:
     bool HasExited() const { return m_fExited; }
 
 private:
-    using Request = std::function<json(const json&)>;
-    using Notification = std::function<void(const json&)>;
-
     void HandleRequest(const json& id, const std::string& strMethod, const json& params);
     void HandleNotification(const std::string& strMethod, const json& params);
     void HandleResponse(const json& message);
@@ -38,7 +35,11 @@ private:
     void Ask(const std::string& strMethod, const json& params, std::function<void(const json&)> onResult);
 
     json Initialize(const json& params);
-    void AskForSettings();
+    json Shutdown(const json& params);
+    void Exit(const json& params);
+    // Asks the client for the section "lumbasic" of its settings, if it can tell.
+    void AskForSettings(const json& params);
+    void DidChangeConfiguration(const json& params);
     void ApplySettings(const json& settings);
     void DidOpen(const json& params);
     void DidChange(const json& params);
@@ -49,8 +50,6 @@ private:
     CLumFrameReader m_reader;
     CLumFrameWriter m_writer;
     CLumLspWorkspace m_workspace;
-    std::map<std::string, Request> m_mapRequests;
-    std::map<std::string, Notification> m_mapNotifications;
     std::map<int64_t, std::function<void(const json&)>> m_mapPending;
     int64_t m_nNextId = 1;
     bool m_fInitialized = false;
