@@ -3,8 +3,10 @@
 #include "format/LumFormatCheck.h"
 #include "format/LumFormatter.h"
 #include "tests/LumCompilerTestSupport.h"
+#include "tests/LumImageDir.h"
 
 #include <filesystem>
+#include <fstream>
 
 using namespace lumtest;
 
@@ -113,4 +115,38 @@ TEST(Format, TheCheckTellsAChangedProgramFromAMovedOne)
     std::string strWhy;
     EXPECT_TRUE(LumSameProgram("Sub Main\n x=(1\nEnd Sub\n", "Sub Main\n    x = (1\nEnd Sub\n", {}, strWhy));
     EXPECT_FALSE(LumSameProgram("Sub Main\n x=(1\nEnd Sub\n", "Sub Main\n\n x=(1\nEnd Sub\n", {}, strWhy));
+}
+
+// `lumbasic fmt` as its user meets it: --check names what is not laid out, fmt lays it
+// out, an image and a missing file are refused.
+TEST(Format, TheCommandChecksAndRewritesFiles)
+{
+    CImageDir dir;
+    std::ofstream(dir.Path("messy.lbd"), std::ios::binary) << "sub main\nx=1\nend sub\n";
+    std::ofstream(dir.Path("tidy.lbd"), std::ios::binary) << "Sub Main\n    x = 1\nEnd Sub\n";
+    ASSERT_EQ(RunCli(dir, "compile tidy.lbd -o tidy.lbc").m_nStatus, 0);
+    const struct
+    {
+        const char* m_pszArgs;
+        int m_nStatus;
+        const char* m_pszOut;
+        const char* m_pszErr;
+    } aCases[] = {
+        {"fmt --check tidy.lbd messy.lbd", 1,
+         "messy.lbd: not in the canonical layout; 'lumbasic fmt messy.lbd' lays it out\n", ""},
+        {"fmt messy.lbd", 0, "", ""},
+        {"fmt --check tidy.lbd messy.lbd", 0, "", ""},
+        {"fmt tidy.lbc missing.lbd", 1, "",
+         "lumbasic: tidy.lbc: a program image, not a source\nlumbasic: missing.lbd: No such file or "
+         "directory\n"},
+        {"fmt", 2, "", "usage: lumbasic fmt [--check] FILE...\n"},
+    };
+    for (const auto& c : aCases)
+    {
+        CliResult o = RunCli(dir, c.m_pszArgs);
+        EXPECT_EQ(o.m_nStatus, c.m_nStatus) << c.m_pszArgs;
+        EXPECT_EQ(o.m_strOut, c.m_pszOut) << c.m_pszArgs;
+        EXPECT_EQ(o.m_strErr, c.m_pszErr) << c.m_pszArgs;
+    }
+    EXPECT_EQ(ReadText(dir.Path("messy.lbd")), "Sub main\n    x = 1\nEnd Sub\n");
 }
