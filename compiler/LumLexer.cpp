@@ -102,13 +102,16 @@ void CLumLexer::SkipToEndOfLine()
 
 void CLumLexer::SkipComment(size_t nStart)
 {
-    SLumComment comment;
-    comment.m_pos = SLumPos{m_nLine, static_cast<int>(nStart - m_nLineStart) + 1};
-    comment.m_nOffset = nStart;
     SkipToEndOfLine();
-    size_t nEnd = m_nPos > nStart && m_source[m_nPos - 1] == '\r' ? m_nPos - 1 : m_nPos;
-    comment.m_nLength = nEnd - nStart;
-    m_aComments.push_back(comment);
+    Comment(nStart, m_nPos);
+}
+
+void CLumLexer::Comment(size_t nStart, size_t nEnd)
+{
+    if (nEnd > nStart && m_source[nEnd - 1] == '\r')
+        --nEnd;
+    m_aComments.push_back(
+        SLumComment{SLumPos{m_nLine, static_cast<int>(nStart - m_nLineStart) + 1}, nStart, nEnd - nStart});
 }
 
 void CLumLexer::Finish(SLumLexToken& token, size_t nStart)
@@ -134,12 +137,7 @@ bool CLumLexer::SkipContinuation()
     if (Peek(n) != '\n')
         return false;
     if (nComment > 0)
-    {
-        size_t nLine = m_nPos;
-        m_nPos += nComment;
-        SkipComment(m_nPos);
-        m_nPos = nLine;
-    }
+        Comment(m_nPos + nComment, m_nPos + n);
     m_nPos += n + 1;
     NewLine();
     return true;

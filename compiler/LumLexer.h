@@ -68,6 +68,7 @@ private:
     void NewLine();
     void SkipToEndOfLine();
     void SkipComment(size_t nStart);
+    void Comment(size_t nStart, size_t nEnd);
     void Finish(SLumLexToken& token, size_t nStart);
     bool SkipContinuation();
     void EndStatement(bool fNewLine);
