@@ -108,9 +108,17 @@ CLumFrameReader::EResult CLumFrameReader::Read(nlohmann::json& message, std::str
                  std::to_string(m_nMaxBody) + " allowed";
         return EResult::Malformed;
     }
-    std::string strBody(static_cast<size_t>(nLength), '\0');
-    if (pBuffer->sgetn(strBody.data(), nLength) != nLength)
-        return EResult::End;
+    // Grown as the bytes arrive: a header that promises more than comes costs nothing.
+    std::string strBody;
+    char aChunk[65536];
+    for (long long nLeft = nLength; nLeft > 0;)
+    {
+        std::streamsize nRead = pBuffer->sgetn(aChunk, std::min<long long>(nLeft, sizeof aChunk));
+        if (nRead <= 0)
+            return EResult::End;
+        strBody.append(aChunk, static_cast<size_t>(nRead));
+        nLeft -= nRead;
+    }
     message = nlohmann::json::parse(strBody, nullptr, false);
     if (message.is_discarded())
     {
