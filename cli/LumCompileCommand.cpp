@@ -3,9 +3,7 @@
 #include "LumCompiler.h"
 #include "LumConsole.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 namespace
 {
@@ -16,22 +14,6 @@ int Usage()
 {
     fprintf(stderr, "%s\n", USAGE);
     return 2;
-}
-
-// False, with the reason on standard error, if the image cannot be written whole.
-bool WriteImage(const std::string& strPath, const std::vector<uint8_t>& aImage)
-{
-    FILE* pFile = fopen(strPath.c_str(), "wb");
-    bool fOk = pFile != nullptr && fwrite(aImage.data(), 1, aImage.size(), pFile) == aImage.size();
-    int nError = errno;
-    if (pFile != nullptr && fclose(pFile) != 0 && fOk)
-    {
-        fOk = false;
-        nError = errno;
-    }
-    if (!fOk)
-        fprintf(stderr, "lumbasic: %s: %s\n", strPath.c_str(), strerror(nError != 0 ? nError : EIO));
-    return fOk;
 }
 
 bool Compile(const SLumProgramFile& file, const SLumCompileOptions& options, std::vector<uint8_t>& aImage)
@@ -104,7 +86,7 @@ int LumCompileCommand(const std::vector<std::string>& aArgs)
         return 1;
     if (strImage.empty())
         strImage = LumImagePathFor(strSource);
-    if (!WriteImage(strImage, aImage))
+    if (!LumWriteNamedFile(strImage, aImage.data(), aImage.size()))
         return 1;
     return 0;
 }

@@ -57,6 +57,21 @@ bool LumReadNamedFile(const std::string& strPath, std::string& strContent)
     return ReadFile(strPath, strContent, fRegular);
 }
 
+bool LumWriteNamedFile(const std::string& strPath, const void* pData, size_t nSize)
+{
+    FILE* pFile = fopen(strPath.c_str(), "wb");
+    bool fOk = pFile != nullptr && fwrite(pData, 1, nSize, pFile) == nSize;
+    int nError = errno;
+    if (pFile != nullptr && fclose(pFile) != 0 && fOk)
+    {
+        fOk = false;
+        nError = errno;
+    }
+    if (!fOk)
+        fprintf(stderr, "lumbasic: %s: %s\n", strPath.c_str(), strerror(nError != 0 ? nError : EIO));
+    return fOk;
+}
+
 bool LumIsSourceText(std::string_view content)
 {
     if (content.find('\0') != std::string_view::npos)

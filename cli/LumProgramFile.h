@@ -2,6 +2,7 @@
 // and a program file told apart by its content as source text or a program image.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,10 @@
 // reason as strerror words it: "No such file or directory", "Is a directory", ...),
 // when it cannot.
 bool LumReadNamedFile(const std::string& strPath, std::string& strContent);
+
+// Writes a file whole. False, with "lumbasic: FILE: reason" on standard error, when it
+// cannot.
+bool LumWriteNamedFile(const std::string& strPath, const void* pData, size_t nSize);
 
 // Whether a file's content is source text rather than a program image, whatever its
 // name. An image holds zero bytes (every one ends with the terminating token 0) and

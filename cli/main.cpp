@@ -20,7 +20,8 @@ struct Command
 
 const Command s_aCommands[] = {
     {"run", LumRunCommand},         {"compile", LumCompileCommand}, {"dis", LumDisCommand},
-    {"profile", LumProfileCommand}, {"debug", LumDebugCommand},
+    {"profile", LumProfileCommand}, {"debug", LumDebugCommand},     {"fmt", LumFormatCommand},
+    {"lsp", LumLspCommand},
 };
 
 int Usage()
@@ -33,7 +34,9 @@ int Usage()
         "       lumbasic compile [--no-lines] [--strict] [--extensions FILE] SOURCE [-o IMAGE]\n"
         "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
         "       lumbasic profile [--lcov FILE] SOURCE...\n"
-        "       lumbasic debug [run's options] IMAGE|SOURCE\n");
+        "       lumbasic debug [run's options] IMAGE|SOURCE\n"
+        "       lumbasic fmt [--check] FILE...\n"
+        "       lumbasic lsp\n");
     return 2;
 }
 } // namespace

@@ -31,6 +31,8 @@ struct CLumExpr
 {
     ELumExpr m_eKind = ELumExpr::Long;
     SLumPos m_pos;
+    // Behind the expression's last token (a closing bracket around it not counted).
+    SLumPos m_posEnd;
     std::string m_strText;
     int32_t m_nLong = 0;
     unsigned short m_wOperator = 0;
@@ -64,6 +66,10 @@ struct CLumStmt
     ELumStmt m_eKind = ELumStmt::Assign;
     SLumPos m_pos;
     std::string m_strName;
+    // Where m_strName is written: the counter of a For, the name elsewhere (m_pos);
+    // and the counter behind its Next, line 0 where Next names none.
+    SLumPos m_posName;
+    SLumPos m_posNextName;
     std::string m_strType;
     // Loop While (true) or Loop Until (false); Call written with the Call keyword.
     bool m_fFlag = false;
@@ -91,7 +97,9 @@ struct CLumParam
 
 struct CLumProc
 {
+    // Where the name stands, and the Sub or Function in front of it.
     SLumPos m_pos;
+    SLumPos m_posHead;
     bool m_fFunction = false;
     std::string m_strName;
     std::string m_strType;

@@ -23,7 +23,7 @@ std::vector<uint8_t> CLumCodeGen::Run(const std::string& strSourceName)
     }
     catch (const std::length_error&)
     {
-        Error(SLumPos{1, 1}, "the path of the source is too long for the image");
+        Error(SLumPos{1, 1}, "too-long", "the path of the source is too long for the image");
     }
     EmitTopLevel();
     EmitImplicitDeclares();
@@ -103,9 +103,10 @@ std::string CLumCodeGen::NearArray(const std::string& strName) const
 bool CLumCodeGen::CheckNewName(const std::string& strName, SLumPos pos, const char* pszWhat)
 {
     if (LumFindBuiltin(strName) != nullptr)
-        Error(pos, "'" + strName + "' is a built-in function and cannot name " + pszWhat);
+        Error(pos, "reserved-name", "'" + strName + "' is a built-in function and cannot name " + pszWhat);
     else if (m_options.m_pExtensions != nullptr && m_options.m_pExtensions->Find(strName) != nullptr)
-        Error(pos, "'" + strName + "' is a statement or function of the host and cannot name " + pszWhat);
+        Error(pos, "reserved-name",
+              "'" + strName + "' is a statement or function of the host and cannot name " + pszWhat);
     else
         return true;
     return false;
@@ -123,8 +124,9 @@ bool CLumCodeGen::CheckTypeWord(const std::string& strName, const std::string& s
         return true;
     std::string strBase = cType == '$' || cType == '%' ? strName.substr(0, strName.size() - 1) : strName;
     const char* pszSuffix = strType == "String" ? "$" : strType == "Long" ? "%" : "";
-    Error(pos, "'" + strName + "' is a " + pszByName + " by its name; a " + strType + " is named '" +
-                   strBase + pszSuffix + "'");
+    Error(pos, "type-word",
+          "'" + strName + "' is a " + pszByName + " by its name; a " + strType + " is named '" + strBase +
+              pszSuffix + "'");
     return false;
 }
 
@@ -133,13 +135,13 @@ void CLumCodeGen::CheckHead(const CLumProc& proc)
     CheckNewName(proc.m_strName, proc.m_pos, "a procedure");
     CheckTypeWord(proc.m_strName, proc.m_strType, proc.m_pos);
     if (!proc.m_fFunction && !proc.m_strType.empty())
-        Error(proc.m_pos, "a Sub gives no value and has no type");
+        Error(proc.m_pos, "type-word", "a Sub gives no value and has no type");
     std::set<std::string> setNames;
     for (const CLumParam& param : proc.m_aParams)
     {
         CheckTypeWord(param.m_strName, param.m_strType, param.m_pos);
         if (!setNames.insert(param.m_strName).second)
-            Error(param.m_pos, "parameter '" + param.m_strName + "' is named twice");
+            Error(param.m_pos, "duplicate-name", "parameter '" + param.m_strName + "' is named twice");
     }
 }
 
@@ -152,9 +154,9 @@ void CLumCodeGen::CheckSameHead(const CLumProc& declaration, const CLumProc& def
             TypeOfName(declaration.m_aParams[i].m_strName) == TypeOfName(definition.m_aParams[i].m_strName) &&
             declaration.m_aParams[i].m_strName.back() == definition.m_aParams[i].m_strName.back();
     if (!fSame)
-        Error(definition.m_pos, "the definition of '" + definition.m_strName +
-                                    "' does not match its Declare at line " +
-                                    std::to_string(declaration.m_pos.m_nLine));
+        Error(definition.m_pos, "declare-mismatch",
+              "the definition of '" + definition.m_strName + "' does not match its Declare at line " +
+                  std::to_string(declaration.m_pos.m_nLine));
 }
 
 void CLumCodeGen::CollectDeclaration(const CLumProc& proc, bool fDefinition)
@@ -164,8 +166,9 @@ void CLumCodeGen::CollectDeclaration(const CLumProc& proc, bool fDefinition)
     const CLumProc*& pSlot = fDefinition ? info.m_pDefinition : info.m_pDeclaration;
     if (pSlot != nullptr)
     {
-        Error(proc.m_pos, "'" + proc.m_strName + "' is " + (fDefinition ? "defined" : "declared") +
-                              " twice; see line " + std::to_string(pSlot->m_pos.m_nLine));
+        Error(proc.m_pos, "duplicate-name",
+              "'" + proc.m_strName + "' is " + (fDefinition ? "defined" : "declared") + " twice; see line " +
+                  std::to_string(pSlot->m_pos.m_nLine));
         return;
     }
     pSlot = &proc;
@@ -182,12 +185,13 @@ void CLumCodeGen::CollectProcedures()
         if (IsMainName(pProc->m_strName))
         {
             if (m_pMain != nullptr)
-                Error(pProc->m_pos,
+                Error(pProc->m_pos, "duplicate-name",
                       "Sub Main is defined twice; see line " + std::to_string(m_pMain->m_pos.m_nLine));
             else
             {
                 if (pProc->m_fFunction || !pProc->m_aParams.empty())
-                    Error(pProc->m_pos, "the entry of a program is 'Sub Main', without parameters");
+                    Error(pProc->m_pos, "main-entry",
+                          "the entry of a program is 'Sub Main', without parameters");
                 m_pMain = pProc.get();
             }
             continue;
@@ -199,7 +203,7 @@ void CLumCodeGen::CollectProcedures()
         if (pStmt->m_eKind == ELumStmt::Declare && pStmt->m_pProc)
         {
             if (IsMainName(pStmt->m_pProc->m_strName))
-                Error(pStmt->m_pos, "Sub Main is the entry of the program and is not declared");
+                Error(pStmt->m_pos, "main-entry", "Sub Main is the entry of the program and is not declared");
             else
                 CollectDeclaration(*pStmt->m_pProc, false);
         }
@@ -212,7 +216,8 @@ void CLumCodeGen::CollectArrays(const std::vector<LumStmtPtr>& block)
         if (pStmt->m_eKind == ELumStmt::Dim && pStmt->m_fHasIndices)
         {
             if (FindProc(pStmt->m_strName) != nullptr)
-                Error(pStmt->m_pos, "'" + pStmt->m_strName + "' names a procedure and cannot name an array");
+                Error(pStmt->m_pos, "name-clash",
+                      "'" + pStmt->m_strName + "' names a procedure and cannot name an array");
             else if (CheckNewName(pStmt->m_strName, pStmt->m_pos, "an array"))
                 m_setArrays.insert(pStmt->m_strName);
         }
@@ -272,11 +277,12 @@ void CLumCodeGen::EmitTopLevel()
             break;
         case ELumStmt::Assign:
         case ELumStmt::AssignTo:
-            Error(pStmt->m_pos, "an assignment outside every procedure would fail when the program runs; "
-                                "put it into Sub Main");
+            Error(pStmt->m_pos, "outside-procedure",
+                  "an assignment outside every procedure would fail when the program runs; "
+                  "put it into Sub Main");
             break;
         default:
-            Error(pStmt->m_pos,
+            Error(pStmt->m_pos, "outside-procedure",
                   "only Declare, Import and Dim stand outside every procedure; put this statement "
                   "into Sub Main");
             break;

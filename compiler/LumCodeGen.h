@@ -51,7 +51,10 @@ private:
     };
 
     // Names and declarations (LumCodeGen.cpp).
-    void Error(SLumPos pos, const std::string& strMessage) { m_diagnostics.Error(pos, strMessage); }
+    void Error(SLumPos pos, const char* pszCode, const std::string& strMessage, SLumPos posEnd = {})
+    {
+        m_diagnostics.Error(pos, pszCode, strMessage, posEnd);
+    }
     void CollectProcedures();
     void CollectDeclaration(const CLumProc& proc, bool fDefinition);
     void CheckSameHead(const CLumProc& declaration, const CLumProc& definition);
@@ -107,7 +110,8 @@ private:
     Typed NameOf(const CLumExpr& expr);
     std::vector<CLumTree> Arguments(const std::vector<LumExprPtr>& aArgs, const char* pszTypes,
                                     const std::string& strName);
-    bool CheckArgumentCount(SLumPos pos, size_t nGiven, size_t nMin, size_t nMax, const std::string& strName);
+    bool CheckArgumentCount(SLumPos pos, size_t nGiven, size_t nMin, size_t nMax, const std::string& strName,
+                            SLumPos posEnd = {});
     void CheckHostArgumentCount(SLumPos pos, size_t nGiven, const CLumExtensionTable::Entry& entry);
     Typed Placeholder() { return Typed{CLumTree::LongConst(0), ELumType::Unknown}; }
 

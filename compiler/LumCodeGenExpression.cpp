@@ -37,7 +37,7 @@ CLumCodeGen::Typed CLumCodeGen::Expr(const CLumExpr& expr)
     {
         Typed operand = Expr(*expr.m_aArgs[0]);
         if (operand.m_eType == ELumType::String)
-            Error(expr.m_pos, "a minus sign needs a number, not a string");
+            Error(expr.m_pos, "type-mismatch", "a minus sign needs a number, not a string", expr.m_posEnd);
         return Typed{CLumTree::Operator(LBT_MINUS, CLumTree::LongConst(0), operand.m_tree), ELumType::Number};
     }
     case ELumExpr::Not:
@@ -56,8 +56,10 @@ CLumTree CLumCodeGen::ExprOf(const CLumExpr& expr, ELumType eWanted, const char*
 {
     Typed typed = Expr(expr);
     if (typed.m_eType != ELumType::Unknown && typed.m_eType != eWanted)
-        Error(expr.m_pos, std::string("expected ") + TypeText(eWanted) + " for " + pszWhat + ", found " +
-                              TypeText(typed.m_eType));
+        Error(expr.m_pos, "type-mismatch",
+              std::string("expected ") + TypeText(eWanted) + " for " + pszWhat + ", found " +
+                  TypeText(typed.m_eType),
+              expr.m_posEnd);
     return typed.m_tree;
 }
 
@@ -68,7 +70,7 @@ CLumCodeGen::Typed CLumCodeGen::Variable(const CLumExpr& expr)
     {
         if (pBuiltin->m_nRequired == 0)
             return Typed{CLumTree::Function(pBuiltin->m_wToken, {}), pBuiltin->m_eResult};
-        Error(expr.m_pos,
+        Error(expr.m_pos, "missing-arguments",
               "'" + strName + "' is a built-in function; give its arguments, as in " + strName + "(...)");
         return Placeholder();
     }
@@ -80,19 +82,21 @@ CLumCodeGen::Typed CLumCodeGen::Variable(const CLumExpr& expr)
                 CheckHostArgumentCount(expr.m_pos, 0, *pEntry);
                 return Typed{CLumTree::Function(pEntry->m_wToken, {}), ELumType::Unknown};
             }
-            Error(expr.m_pos, "'" + strName + "' is a statement of the host and gives no value");
+            Error(expr.m_pos, "statement-as-value",
+                  "'" + strName + "' is a statement of the host and gives no value");
             return Placeholder();
         }
     bool fOwnResult = m_pCurrent != nullptr && m_pCurrent->m_fFunction && m_pCurrent->m_strName == strName;
     if (!fOwnResult && (FindProc(strName) != nullptr || IsMainName(strName)))
     {
-        Error(expr.m_pos,
+        Error(expr.m_pos, "procedure-as-value",
               "'" + strName + "' is a procedure; call it with its arguments, as in " + strName + "()");
         return Placeholder();
     }
     if (m_setArrays.count(strName) > 0)
     {
-        Error(expr.m_pos, "'" + strName + "' is an array; give an index, as in " + strName + "(1)");
+        Error(expr.m_pos, "array-use",
+              "'" + strName + "' is an array; give an index, as in " + strName + "(1)");
         return Placeholder();
     }
     return Typed{CLumTree::Variable(strName), TypeOfName(strName)};
@@ -107,7 +111,8 @@ CLumCodeGen::Typed CLumCodeGen::Apply(const CLumExpr& expr)
             pInfo->m_pDeclaration != nullptr ? *pInfo->m_pDeclaration : *pInfo->m_pDefinition;
         if (proc.m_fFunction)
             return UserFunction(expr, proc);
-        Error(expr.m_pos, "'" + strName + "' is a Sub and gives no value; call it as a statement");
+        Error(expr.m_pos, "statement-as-value",
+              "'" + strName + "' is a Sub and gives no value; call it as a statement");
         return Placeholder();
     }
     if (const SLumBuiltin* pBuiltin = LumFindBuiltin(strName))
@@ -117,7 +122,8 @@ CLumCodeGen::Typed CLumCodeGen::Apply(const CLumExpr& expr)
         {
             if (!pEntry->m_fFunction)
             {
-                Error(expr.m_pos, "'" + strName + "' is a statement of the host and gives no value");
+                Error(expr.m_pos, "statement-as-value",
+                      "'" + strName + "' is a statement of the host and gives no value");
                 return Placeholder();
             }
             CheckHostArgumentCount(expr.m_pos, expr.m_aArgs.size(), *pEntry);
@@ -126,19 +132,22 @@ CLumCodeGen::Typed CLumCodeGen::Apply(const CLumExpr& expr)
         }
     if (m_setArrays.count(strName) > 0)
         return Typed{ArrayElement(expr, strName, expr.m_aArgs, false), TypeOfName(strName)};
-    Error(expr.m_pos, IsMainName(strName) ? "Sub Main cannot be called" : UnknownName(strName, false));
+    Error(expr.m_pos, "unknown-name",
+          IsMainName(strName) ? "Sub Main cannot be called" : UnknownName(strName, false));
     return Placeholder();
 }
 
 bool CLumCodeGen::CheckArgumentCount(SLumPos pos, size_t nGiven, size_t nMin, size_t nMax,
-                                     const std::string& strName)
+                                     const std::string& strName, SLumPos posEnd)
 {
     if (nGiven >= nMin && nGiven <= nMax)
         return true;
     std::string strWanted =
         nMin == nMax ? std::to_string(nMin) : "from " + std::to_string(nMin) + " to " + std::to_string(nMax);
-    Error(pos, "'" + strName + "' takes " + strWanted + (nMax == 1 ? " argument" : " arguments") + ", not " +
-                   std::to_string(nGiven));
+    Error(pos, "argument-count",
+          "'" + strName + "' takes " + strWanted + (nMax == 1 ? " argument" : " arguments") + ", not " +
+              std::to_string(nGiven),
+          posEnd);
     return false;
 }
 
@@ -162,8 +171,9 @@ std::vector<CLumTree> CLumCodeGen::Arguments(const std::vector<LumExprPtr>& aArg
                            : pszTypes[i] == 'S' ? ELumType::String
                                                 : ELumType::Number;
         if (eWanted != ELumType::Unknown && arg.m_eType != ELumType::Unknown && arg.m_eType != eWanted)
-            Error(aArgs[i]->m_pos,
-                  "argument " + std::to_string(i + 1) + " of '" + strName + "' must be " + TypeText(eWanted));
+            Error(aArgs[i]->m_pos, "argument-type",
+                  "argument " + std::to_string(i + 1) + " of '" + strName + "' must be " + TypeText(eWanted),
+                  aArgs[i]->m_posEnd);
         aTrees.push_back(arg.m_tree);
     }
     return aTrees;
@@ -172,7 +182,7 @@ std::vector<CLumTree> CLumCodeGen::Arguments(const std::vector<LumExprPtr>& aArg
 CLumCodeGen::Typed CLumCodeGen::Builtin(const CLumExpr& expr, const SLumBuiltin& builtin)
 {
     CheckArgumentCount(expr.m_pos, expr.m_aArgs.size(), static_cast<size_t>(builtin.m_nRequired),
-                       strlen(builtin.m_pszArgs), expr.m_strText);
+                       strlen(builtin.m_pszArgs), expr.m_strText, expr.m_posEnd);
     return Typed{
         CLumTree::Function(builtin.m_wToken, Arguments(expr.m_aArgs, builtin.m_pszArgs, expr.m_strText)),
         builtin.m_eResult};
@@ -181,7 +191,7 @@ CLumCodeGen::Typed CLumCodeGen::Builtin(const CLumExpr& expr, const SLumBuiltin&
 CLumCodeGen::Typed CLumCodeGen::UserFunction(const CLumExpr& expr, const CLumProc& proc)
 {
     CheckArgumentCount(expr.m_pos, expr.m_aArgs.size(), proc.m_aParams.size(), proc.m_aParams.size(),
-                       expr.m_strText);
+                       expr.m_strText, expr.m_posEnd);
     return Typed{CLumTree::UserFunction(expr.m_strText, Arguments(expr.m_aArgs, "", expr.m_strText)),
                  TypeOfName(expr.m_strText)};
 }
@@ -191,7 +201,7 @@ CLumTree CLumCodeGen::ArrayElement(const CLumExpr& expr, const std::string& strN
 {
     if (aIndices.empty() || aIndices.size() > MAX_INDICES)
     {
-        Error(expr.m_pos, "an element of '" + strName + "' has from 1 to 6 indices");
+        Error(expr.m_pos, "array-dimensions", "an element of '" + strName + "' has from 1 to 6 indices");
         return CLumTree::Variable(strName, fNameWanted);
     }
     std::vector<CLumTree> aTrees;
@@ -213,11 +223,14 @@ CLumCodeGen::Typed CLumCodeGen::Binary(const CLumExpr& expr)
                   : left.m_eType == ELumType::Number && right.m_eType == ELumType::Number ? ELumType::Number
                                                                                           : ELumType::Unknown;
     else if ((wToken == LBT_MINUS || wToken == LBT_MUL || wToken == LBT_DIV) && fString)
-        Error(expr.m_pos,
-              std::string("the operator '") + LumOperatorSymbol(wToken) + "' is not defined for strings");
+        Error(expr.m_pos, "type-mismatch",
+              std::string("the operator '") + LumOperatorSymbol(wToken) + "' is not defined for strings",
+              expr.m_posEnd);
     else if (wToken >= LBT_EQ && wToken <= LBT_LE && left.m_eType != right.m_eType && fString && fNumber)
-        Error(expr.m_pos, std::string("a string and a number cannot be compared with '") +
-                              LumOperatorSymbol(wToken) + "'");
+        Error(expr.m_pos, "type-mismatch",
+              std::string("a string and a number cannot be compared with '") + LumOperatorSymbol(wToken) +
+                  "'",
+              expr.m_posEnd);
     return Typed{CLumTree::Operator(wToken, left.m_tree, right.m_tree), eResult};
 }
 
@@ -229,8 +242,9 @@ CLumCodeGen::Typed CLumCodeGen::NameOf(const CLumExpr& expr)
     if (m_setArrays.count(target.m_strText) == 0)
     {
         std::string strMeant = NearArray(target.m_strText);
-        Error(target.m_pos, "NameOf needs a variable or an element of an array: '" + target.m_strText +
-                                "' is no array" + (strMeant.empty() ? "" : "; " + strMeant));
+        Error(target.m_pos, "array-use",
+              "NameOf needs a variable or an element of an array: '" + target.m_strText + "' is no array" +
+                  (strMeant.empty() ? "" : "; " + strMeant));
         return Placeholder();
     }
     return Typed{ArrayElement(target, target.m_strText, target.m_aArgs, true), ELumType::String};

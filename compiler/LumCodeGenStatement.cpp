@@ -29,7 +29,7 @@ void CLumCodeGen::EmitStatement(const CLumStmt& stmt)
     }
     catch (const std::length_error&)
     {
-        Error(stmt.m_pos,
+        Error(stmt.m_pos, "too-long",
               "the statement is too large for the image: a text or an expression exceeds 65535 bytes");
     }
 }
@@ -66,7 +66,7 @@ void CLumCodeGen::EmitStatementBody(const CLumStmt& stmt)
         EmitImport(stmt);
         break;
     case ELumStmt::Declare:
-        Error(stmt.m_pos, "Declare stands outside every procedure");
+        Error(stmt.m_pos, "declare-placement", "Declare stands outside every procedure");
         break;
     case ELumStmt::While:
         EmitWhile(stmt);
@@ -81,16 +81,17 @@ void CLumCodeGen::CheckAssignable(const std::string& strName, ELumType eValue, S
     const ProcInfo* pInfo = FindProc(strName);
     bool fResult = m_pCurrent != nullptr && m_pCurrent->m_strName == strName;
     if (fResult && !m_pCurrent->m_fFunction)
-        Error(pos, "'" + strName + "' is the name of this Sub; only a Function has a result to assign");
+        Error(pos, "name-clash",
+              "'" + strName + "' is the name of this Sub; only a Function has a result to assign");
     else if (!fResult && (pInfo != nullptr || IsMainName(strName)))
-        Error(pos, "'" + strName + "' names a procedure; a variable cannot share its name");
+        Error(pos, "name-clash", "'" + strName + "' names a procedure; a variable cannot share its name");
     else if (!CheckNewName(strName, pos, "a variable"))
         return;
     ELumType eTarget = TypeOfName(strName);
     if (eValue == ELumType::String && eTarget == ELumType::Number)
-        Error(pos, "a string cannot be assigned to the numeric variable '" + strName + "'");
+        Error(pos, "type-mismatch", "a string cannot be assigned to the numeric variable '" + strName + "'");
     else if (eValue == ELumType::Number && eTarget == ELumType::String)
-        Error(pos, "a number cannot be assigned to the string variable '" + strName + "'");
+        Error(pos, "type-mismatch", "a number cannot be assigned to the string variable '" + strName + "'");
 }
 
 void CLumCodeGen::EmitAssign(const CLumStmt& stmt)
@@ -98,12 +99,13 @@ void CLumCodeGen::EmitAssign(const CLumStmt& stmt)
     Typed value = Expr(*stmt.m_aExprs[0]);
     bool fArray = m_setArrays.count(stmt.m_strName) > 0;
     if (fArray && !stmt.m_fHasIndices)
-        Error(stmt.m_pos, "'" + stmt.m_strName + "' is an array; assign to one of its elements");
+        Error(stmt.m_pos, "array-use", "'" + stmt.m_strName + "' is an array; assign to one of its elements");
     else if (!fArray && stmt.m_fHasIndices)
     {
         std::string strMeant = NearArray(stmt.m_strName);
-        Error(stmt.m_pos, "'" + stmt.m_strName + "' is not an array; " +
-                              (strMeant.empty() ? "Dim " + stmt.m_strName + "(...) first" : strMeant));
+        Error(stmt.m_pos, "array-use",
+              "'" + stmt.m_strName + "' is not an array; " +
+                  (strMeant.empty() ? "Dim " + stmt.m_strName + "(...) first" : strMeant));
     }
     else
         CheckAssignable(stmt.m_strName, value.m_eType, stmt.m_pos);
@@ -141,12 +143,13 @@ void CLumCodeGen::EmitDim(const CLumStmt& stmt)
 {
     bool fTypeOk = CheckTypeWord(stmt.m_strName, stmt.m_strType, stmt.m_pos);
     if (FindProc(stmt.m_strName) != nullptr || IsMainName(stmt.m_strName))
-        Error(stmt.m_pos, "'" + stmt.m_strName + "' names a procedure; a variable cannot share its name");
+        Error(stmt.m_pos, "name-clash",
+              "'" + stmt.m_strName + "' names a procedure; a variable cannot share its name");
     else if (!stmt.m_fHasIndices)
         CheckNewName(stmt.m_strName, stmt.m_pos, "a variable");
     bool fEntry = m_pCurrent == nullptr || m_pCurrent == m_pMain;
     if (fTypeOk && !stmt.m_strType.empty() && !stmt.m_fHasIndices && fEntry)
-        Error(stmt.m_pos,
+        Error(stmt.m_pos, "dim-as-in-main",
               "'Dim ... As' cannot stand in Sub Main or outside every procedure; the type comes from "
               "the name, so write 'Dim " +
                   stmt.m_strName + "'");
@@ -155,7 +158,7 @@ void CLumCodeGen::EmitDim(const CLumStmt& stmt)
     if (stmt.m_fHasIndices)
     {
         if (stmt.m_aIndices.size() > MAX_INDICES)
-            Error(stmt.m_pos, "an array has at most 6 dimensions");
+            Error(stmt.m_pos, "array-dimensions", "an array has at most 6 dimensions");
         // One dimension tree is read; the product of all keeps each one evaluated.
         CLumTree size = ExprOf(*stmt.m_aIndices[0], ELumType::Number, "a dimension");
         int nLevels = stmt.m_aIndices[0]->m_nHeight;
@@ -166,11 +169,11 @@ void CLumCodeGen::EmitDim(const CLumStmt& stmt)
             nLevels = std::max(nLevels, stmt.m_aIndices[i]->m_nHeight) + 1;
         }
         if (nLevels > LUM_MAX_TREE_LEVELS)
-            Error(stmt.m_pos, "the dimensions of '" + stmt.m_strName +
-                                  "' are too long an expression: the "
-                                  "interpreter evaluates at most " +
-                                  std::to_string(LUM_MAX_TREE_LEVELS) +
-                                  " levels of operators in one expression");
+            Error(stmt.m_pos, "too-deep",
+                  "the dimensions of '" + stmt.m_strName +
+                      "' are too long an expression: the "
+                      "interpreter evaluates at most " +
+                      std::to_string(LUM_MAX_TREE_LEVELS) + " levels of operators in one expression");
         m_writer.Expression(size);
     }
     else if (!stmt.m_strType.empty())
@@ -218,7 +221,8 @@ CLumTree CLumCodeGen::ForStart(const CLumStmt& stmt)
     const CLumExpr& start = *stmt.m_aExprs[0];
     bool fLong = !stmt.m_strName.empty() && stmt.m_strName.back() == '%';
     if (stmt.m_aExprs.size() > 2 && fLong && stmt.m_aExprs[2]->m_eKind == ELumExpr::Double)
-        Error(stmt.m_aExprs[2]->m_pos, "the step of the Long counter '" + stmt.m_strName + "' must be whole");
+        Error(stmt.m_aExprs[2]->m_pos, "type-mismatch",
+              "the step of the Long counter '" + stmt.m_strName + "' must be whole");
     if (fLong && start.m_eKind == ELumExpr::Long)
         return CLumTree::LongConst(start.m_nLong);
     if (!fLong && start.m_eKind == ELumExpr::Double)
@@ -236,9 +240,10 @@ CLumTree CLumCodeGen::ForStart(const CLumStmt& stmt)
 void CLumCodeGen::EmitFor(const CLumStmt& stmt)
 {
     if (TypeOfName(stmt.m_strName) == ELumType::String)
-        Error(stmt.m_pos, "the counter of For must be numeric; '" + stmt.m_strName + "' holds a string");
+        Error(stmt.m_pos, "type-mismatch",
+              "the counter of For must be numeric; '" + stmt.m_strName + "' holds a string");
     else if (m_setArrays.count(stmt.m_strName) > 0)
-        Error(stmt.m_pos,
+        Error(stmt.m_pos, "array-use",
               "the counter of For must be a plain variable; '" + stmt.m_strName + "' is an array");
     else if (!stmt.m_strName.empty())
         CheckAssignable(stmt.m_strName, ELumType::Number, stmt.m_pos);
@@ -313,7 +318,7 @@ void CLumCodeGen::EmitCall(const CLumStmt& stmt)
     }
     if (IsMainName(stmt.m_strName))
     {
-        Error(stmt.m_pos, "Sub Main is the entry of the program and cannot be called");
+        Error(stmt.m_pos, "main-entry", "Sub Main is the entry of the program and cannot be called");
         return;
     }
     const SLumBuiltin* pBuiltin = LumFindBuiltin(stmt.m_strName);
@@ -331,10 +336,11 @@ void CLumCodeGen::EmitCall(const CLumStmt& stmt)
         }
     }
     else if (pBuiltin != nullptr)
-        Error(stmt.m_pos,
+        Error(stmt.m_pos, "function-as-statement",
               "'" + stmt.m_strName + "' is a function; use its value, as in x = " + stmt.m_strName + "(...)");
     else if (pExtension != nullptr && pExtension->m_fFunction)
-        Error(stmt.m_pos, "'" + stmt.m_strName + "' is a function of the host; use its value");
+        Error(stmt.m_pos, "function-as-statement",
+              "'" + stmt.m_strName + "' is a function of the host; use its value");
     else if (pExtension != nullptr)
     {
         CheckHostArgumentCount(stmt.m_pos, stmt.m_aExprs.size(), *pExtension);
@@ -343,7 +349,7 @@ void CLumCodeGen::EmitCall(const CLumStmt& stmt)
         m_writer.Separator();
     }
     else
-        Error(stmt.m_pos, UnknownName(stmt.m_strName, true));
+        Error(stmt.m_pos, "unknown-name", UnknownName(stmt.m_strName, true));
 }
 
 // A Function reached by Call would end the enclosing run at its End, so only a Sub
@@ -352,7 +358,7 @@ void CLumCodeGen::EmitProcedureCall(const CLumStmt& stmt, const ProcInfo& info)
 {
     const CLumProc& proc = info.m_pDeclaration != nullptr ? *info.m_pDeclaration : *info.m_pDefinition;
     if (proc.m_fFunction)
-        Error(stmt.m_pos,
+        Error(stmt.m_pos, "function-as-statement",
               "'" + stmt.m_strName + "' is a Function; use its value, as in x = " + stmt.m_strName + "(...)");
     CheckArgumentCount(stmt.m_pos, stmt.m_aExprs.size(), proc.m_aParams.size(), proc.m_aParams.size(),
                        stmt.m_strName);

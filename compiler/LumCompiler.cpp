@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -19,17 +20,33 @@ bool CLumCompiler::Compile(std::string_view source, const std::string& strSource
     aImage.clear();
     CLumLexer lexer(source, m_diagnostics);
     CLumParser parser(lexer.Run(), m_diagnostics, m_options.m_pExtensions);
-    CLumProgram program = parser.Run();
-    CLumCodeGen codegen(program, m_options, m_diagnostics);
+    m_aComments = lexer.GetComments();
+    m_program = parser.Run();
+    m_aTokens = parser.TakeTokens();
+    CLumCodeGen codegen(m_program, m_options, m_diagnostics);
     std::vector<uint8_t> aResult = codegen.Run(strSourceName);
     m_setSteppedLines = codegen.GetSteppedLines();
-    if (m_diagnostics.HasErrors())
-        return false;
     // Warnings only for a source without errors: a statement skipped after an error
     // could make them wrong.
-    LumWarnAbout(program, m_options, m_diagnostics);
-    aImage = std::move(aResult);
-    return true;
+    bool fOk = !m_diagnostics.HasErrors();
+    if (fOk)
+        LumWarnAbout(m_program, m_options, m_diagnostics);
+    m_diagnostics.SetMissingEnds([this](SLumPos pos) { return TokenEnd(pos); });
+    if (fOk)
+        aImage = std::move(aResult);
+    return fOk;
+}
+
+SLumPos CLumCompiler::TokenEnd(SLumPos pos) const
+{
+    auto it =
+        std::lower_bound(m_aTokens.begin(), m_aTokens.end(), pos, [](const SLumLexToken& token, SLumPos p) {
+            return std::make_pair(token.m_pos.m_nLine, token.m_pos.m_nColumn) <
+                   std::make_pair(p.m_nLine, p.m_nColumn);
+        });
+    if (it == m_aTokens.end() || it->m_pos.m_nLine != pos.m_nLine || it->m_pos.m_nColumn != pos.m_nColumn)
+        return pos;
+    return it->m_posEnd;
 }
 
 bool CLumCompiler::CompileFile(const std::string& strPath, std::vector<uint8_t>& aImage)
@@ -38,7 +55,7 @@ bool CLumCompiler::CompileFile(const std::string& strPath, std::vector<uint8_t>&
     if (!LumReadFile(strPath, strSource))
     {
         std::string strReason = LumFileProblem(strPath);
-        m_diagnostics.Error(SLumPos{0, 0},
+        m_diagnostics.Error(SLumPos{0, 0}, "unreadable-file",
                             "cannot read the source file" + (strReason.empty() ? "" : ": " + strReason));
         return false;
     }

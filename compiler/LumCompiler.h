@@ -4,6 +4,7 @@
 
 #include "LumCodeGen.h"
 #include "LumDiagnostics.h"
+#include "LumLexer.h"
 
 #include <cstdint>
 #include <set>
@@ -22,12 +23,23 @@ public:
     // Reads and compiles a file, recording its canonical absolute path.
     bool CompileFile(const std::string& strPath, std::vector<uint8_t>& aImage);
     const CLumDiagnostics& GetDiagnostics() const { return m_diagnostics; }
+    // The syntax of the last source compiled, errors or not: its tokens, its comments
+    // and its tree, for the tools that show a source (formatter, language server).
+    const std::vector<SLumLexToken>& GetTokens() const { return m_aTokens; }
+    const std::vector<SLumComment>& GetComments() const { return m_aComments; }
+    const CLumProgram& GetProgram() const { return m_program; }
     // The lines of the last image whose markers reach the debugger, for coverage.
     const std::set<int32_t>& GetSteppedLines() const { return m_setSteppedLines; }
 
 private:
+    // Where the token at `pos` ends; `pos` itself if none starts there.
+    SLumPos TokenEnd(SLumPos pos) const;
+
     SLumCompileOptions m_options;
     CLumDiagnostics m_diagnostics;
+    std::vector<SLumLexToken> m_aTokens;
+    std::vector<SLumComment> m_aComments;
+    CLumProgram m_program;
     std::set<int32_t> m_setSteppedLines;
 };
 

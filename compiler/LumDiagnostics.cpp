@@ -9,18 +9,18 @@ constexpr size_t MAX_ERRORS = 200;
 constexpr size_t MAX_WARNINGS = 200;
 } // namespace
 
-void CLumDiagnostics::Error(SLumPos pos, std::string strMessage)
+void CLumDiagnostics::Error(SLumPos pos, const char* pszCode, std::string strMessage, SLumPos posEnd)
 {
     if (m_nErrors >= MAX_ERRORS)
         return;
-    m_aEntries.push_back(Entry{pos, std::move(strMessage), false});
+    m_aEntries.push_back(Entry{pos, std::move(strMessage), false, pszCode, posEnd});
     ++m_nErrors;
 }
 
-void CLumDiagnostics::Warning(SLumPos pos, std::string strMessage)
+void CLumDiagnostics::Warning(SLumPos pos, const char* pszCode, std::string strMessage, SLumPos posEnd)
 {
     if (GetWarningCount() < MAX_WARNINGS)
-        m_aEntries.push_back(Entry{pos, std::move(strMessage), true});
+        m_aEntries.push_back(Entry{pos, std::move(strMessage), true, pszCode, posEnd});
 }
 
 std::string CLumDiagnostics::Format(const std::string& strFile) const

@@ -46,7 +46,7 @@ void CLumExtensionTable::Parse(std::string_view text, CLumDiagnostics& diagnosti
         else if (strToken.empty() || !strRest.empty() || !ParseToken(strToken, entry.m_wToken))
             strError = "expected a name and a token value from 0x0001 to 0xFFFF, as in 'function Tax 0x2084'";
         if (!strError.empty() || !Add(entry, strError))
-            diagnostics.Error(SLumPos{nLine, 1}, strError);
+            diagnostics.Error(SLumPos{nLine, 1}, "extension-table", strError);
     }
 }
 
@@ -78,7 +78,7 @@ void CLumExtensionTable::AddHostNames(const std::vector<SLumHostName>& aNames, C
     {
         std::string strError;
         if (!Add(Entry{name.m_strName, name.m_fFunction, name.m_wToken, name.m_nArgs}, strError))
-            diagnostics.Error(SLumPos{0, 0}, strError);
+            diagnostics.Error(SLumPos{0, 0}, "host-name", strError);
     }
 }
 

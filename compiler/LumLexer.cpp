@@ -67,7 +67,7 @@ std::vector<SLumLexToken> CLumLexer::Run()
             ++m_nPos;
         }
         else if (c == '\'')
-            SkipToEndOfLine();
+            SkipComment(m_nPos);
         else if (c == '_' && SkipContinuation())
             continue;
         else if (IsLetter(c))
@@ -83,6 +83,7 @@ std::vector<SLumLexToken> CLumLexer::Run()
     SLumLexToken end;
     end.m_eKind = ELumLex::EndOfFile;
     end.m_pos = Here();
+    Finish(end, m_nPos);
     m_aTokens.push_back(end);
     return std::move(m_aTokens);
 }
@@ -99,19 +100,44 @@ void CLumLexer::SkipToEndOfLine()
         ++m_nPos;
 }
 
+void CLumLexer::SkipComment(size_t nStart)
+{
+    SkipToEndOfLine();
+    Comment(nStart, m_nPos);
+}
+
+void CLumLexer::Comment(size_t nStart, size_t nEnd)
+{
+    if (nEnd > nStart && m_source[nEnd - 1] == '\r')
+        --nEnd;
+    m_aComments.push_back(
+        SLumComment{SLumPos{m_nLine, static_cast<int>(nStart - m_nLineStart) + 1}, nStart, nEnd - nStart});
+}
+
+void CLumLexer::Finish(SLumLexToken& token, size_t nStart)
+{
+    token.m_nOffset = nStart;
+    token.m_nLength = m_nPos - nStart;
+    token.m_posEnd = Here();
+}
+
 // A "_" as the last thing on a line joins the next line to this one.
 bool CLumLexer::SkipContinuation()
 {
     size_t n = 1;
     while (Peek(n) == ' ' || Peek(n) == '\t' || Peek(n) == '\r')
         ++n;
+    size_t nComment = 0;
     if (Peek(n) == '\'')
     {
+        nComment = n;
         while (m_nPos + n < m_source.size() && Peek(n) != '\n')
             ++n;
     }
     if (Peek(n) != '\n')
         return false;
+    if (nComment > 0)
+        Comment(m_nPos + nComment, m_nPos + n);
     m_nPos += n + 1;
     NewLine();
     return true;
@@ -126,6 +152,9 @@ void CLumLexer::EndStatement(bool fNewLine)
     token.m_eKind = ELumLex::EndOfStatement;
     token.m_pos = Here();
     token.m_fNewLine = fNewLine;
+    token.m_nOffset = m_nPos;
+    token.m_nLength = fNewLine ? 0 : 1;
+    token.m_posEnd = SLumPos{m_nLine, token.m_pos.m_nColumn + static_cast<int>(token.m_nLength)};
     m_aTokens.push_back(token);
 }
 
@@ -140,13 +169,14 @@ void CLumLexer::LexWord()
     if (Peek() == '$' || Peek() == '%')
         ++m_nPos;
     token.m_strText = std::string(m_source.substr(nStart, m_nPos - nStart));
+    Finish(token, nStart);
     if (token.m_strText.size() > MAX_NAME)
-        m_diagnostics.Error(token.m_pos,
+        m_diagnostics.Error(token.m_pos, "name-too-long",
                             "a name is at most " + std::to_string(MAX_NAME) + " characters long");
     bool fStatementStart = m_aTokens.empty() || m_aTokens.back().m_eKind == ELumLex::EndOfStatement;
     if (fStatementStart && token.IsWord("Rem"))
     {
-        SkipToEndOfLine();
+        SkipComment(nStart);
         return;
     }
     m_aTokens.push_back(token);
@@ -176,6 +206,7 @@ void CLumLexer::LexNumber()
             ++m_nPos;
     }
     token.m_strText = std::string(m_source.substr(nStart, m_nPos - nStart));
+    Finish(token, nStart);
     token.m_eKind = ELumLex::Double;
     if (fInteger)
     {
@@ -188,7 +219,8 @@ void CLumLexer::LexNumber()
         }
     }
     if (IsLetter(Peek()) || Peek() == '_')
-        m_diagnostics.Error(Here(), "expected an operator or the end of the statement behind the number");
+        m_diagnostics.Error(Here(), "syntax",
+                            "expected an operator or the end of the statement behind the number");
     m_aTokens.push_back(token);
 }
 
@@ -197,12 +229,13 @@ void CLumLexer::LexString()
     SLumLexToken token;
     token.m_eKind = ELumLex::String;
     token.m_pos = Here();
+    size_t nStart = m_nPos;
     ++m_nPos;
     for (;;)
     {
         if (AtEnd() || Peek() == '\n')
         {
-            m_diagnostics.Error(token.m_pos, "missing closing quote of the string");
+            m_diagnostics.Error(token.m_pos, "unclosed-string", "missing closing quote of the string");
             break;
         }
         char c = Peek();
@@ -216,11 +249,12 @@ void CLumLexer::LexString()
         else if (c == '\0')
         {
             // The image keeps texts zero-terminated, so a zero byte would cut the text.
-            m_diagnostics.Error(Here(), "a string cannot hold a zero byte");
+            m_diagnostics.Error(Here(), "zero-byte", "a string cannot hold a zero byte");
             continue;
         }
         token.m_strText += c;
     }
+    Finish(token, nStart);
     m_aTokens.push_back(token);
 }
 
@@ -238,9 +272,11 @@ void CLumLexer::LexSymbol()
     else if (c == '^' || c == '\\' || c == '&')
     {
         // Said once; the parser goes on as if it were an operator it knows.
-        m_diagnostics.Error(Here(), std::string("the operator '") + c + "' is not part of the language");
+        m_diagnostics.Error(Here(), "unknown-operator",
+                            std::string("the operator '") + c + "' is not part of the language");
         token.m_strText = "*";
         ++m_nPos;
+        Finish(token, m_nPos - 1);
         m_aTokens.push_back(token);
         return;
     }
@@ -249,10 +285,13 @@ void CLumLexer::LexSymbol()
         std::string strShown = static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x7F
                                    ? std::string("'") + c + "'"
                                    : "byte " + std::to_string(static_cast<unsigned char>(c));
-        m_diagnostics.Error(Here(), "unexpected character " + strShown);
+        m_diagnostics.Error(Here(), "unexpected-character", "unexpected character " + strShown,
+                            SLumPos{m_nLine, Here().m_nColumn + 1});
         ++m_nPos;
         return;
     }
+    size_t nStart = m_nPos;
     m_nPos += token.m_strText.size();
+    Finish(token, nStart);
     m_aTokens.push_back(token);
 }

@@ -19,10 +19,15 @@ CLumParser::CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagn
 
 bool CLumParser::IsReserved(std::string_view word)
 {
+    return Keyword(word) != nullptr;
+}
+
+const char* CLumParser::Keyword(std::string_view word)
+{
     for (const char* psz : s_apszReserved)
         if (LumEqualsNoCase(word, psz))
-            return true;
-    return false;
+            return psz;
+    return nullptr;
 }
 
 const SLumLexToken& CLumParser::Ahead(size_t n) const
@@ -81,15 +86,15 @@ std::string CLumParser::Describe(const SLumLexToken& token)
     return "the end of the file";
 }
 
-void CLumParser::Fail(SLumPos pos, const std::string& strMessage)
+void CLumParser::Fail(SLumPos pos, const char* pszCode, const std::string& strMessage)
 {
-    m_diagnostics.Error(pos, strMessage);
+    m_diagnostics.Error(pos, pszCode, strMessage);
     throw SyntaxError{};
 }
 
 void CLumParser::FailExpected(const std::string& strWhat)
 {
-    Fail(Cur().m_pos, "expected " + strWhat + ", found " + Describe(Cur()));
+    Fail(Cur().m_pos, "syntax", "expected " + strWhat + ", found " + Describe(Cur()));
 }
 
 void CLumParser::ExpectSymbol(std::string_view symbol, const char* pszWhere)
@@ -109,7 +114,8 @@ std::string CLumParser::ExpectName(const char* pszWhat)
     if (Cur().m_eKind != ELumLex::Word)
         FailExpected(pszWhat);
     if (IsReserved(Cur().m_strText))
-        Fail(Cur().m_pos, "expected " + std::string(pszWhat) + ", found the keyword " + Describe(Cur()));
+        Fail(Cur().m_pos, "reserved-name",
+             "expected " + std::string(pszWhat) + ", found the keyword " + Describe(Cur()));
     std::string strName = Cur().m_strText;
     Advance();
     return strName;
@@ -182,6 +188,7 @@ std::unique_ptr<CLumProc> CLumParser::ParseHead(bool fFunction)
 {
     auto pProc = std::make_unique<CLumProc>();
     pProc->m_fFunction = fFunction;
+    pProc->m_posHead = m_nPos > 0 ? m_aTokens[m_nPos - 1].m_pos : Cur().m_pos;
     pProc->m_pos = Cur().m_pos;
     pProc->m_strName = ExpectName(fFunction ? "the name of the function" : "the name of the Sub");
     if (AcceptSymbol("("))
@@ -221,6 +228,7 @@ void CLumParser::ParseProcedure(CLumProgram& program)
         pProc = std::make_unique<CLumProc>();
         pProc->m_fFunction = fFunction;
         pProc->m_pos = posHead;
+        pProc->m_posHead = posHead;
     }
     for (;;)
     {
@@ -238,10 +246,10 @@ void CLumParser::ParseProcedure(CLumProgram& program)
         if (Cur().m_eKind == ELumLex::EndOfFile || Cur().IsWord("Sub") || Cur().IsWord("Function") ||
             AtEndOf(fFunction ? "Sub" : "Function"))
         {
-            m_diagnostics.Error(Cur().m_pos, std::string("expected 'End ") + pszKind + "' to close the " +
-                                                 pszKind + " opened at line " +
-                                                 std::to_string(posHead.m_nLine) + ", found " +
-                                                 Describe(Cur()));
+            m_diagnostics.Error(Cur().m_pos, "unclosed-block",
+                                std::string("expected 'End ") + pszKind + "' to close the " + pszKind +
+                                    " opened at line " + std::to_string(posHead.m_nLine) + ", found " +
+                                    Describe(Cur()));
             if (AtEndOf(fFunction ? "Sub" : "Function"))
                 SkipStatement();
             break;
@@ -291,6 +299,6 @@ void CLumParser::ReportStrayBlockEnd()
     for (const auto& pair : s_apszOpeners)
         if (token.IsWord(pair[0]))
             strOpener = pair[1];
-    m_diagnostics.Error(token.m_pos, "'" + strWord + "' without '" + strOpener + "'");
+    m_diagnostics.Error(token.m_pos, "stray-block-end", "'" + strWord + "' without '" + strOpener + "'");
     SkipStatement();
 }

@@ -15,9 +15,14 @@ public:
     CLumParser(std::vector<SLumLexToken> aTokens, CLumDiagnostics& diagnostics,
                const CLumExtensionTable* pExtensions = nullptr);
     CLumProgram Run();
+    // The tokens, for a caller that maps positions back to the source after Run.
+    std::vector<SLumLexToken> TakeTokens() { return std::move(m_aTokens); }
 
     // Words that cannot name a variable or a procedure.
     static bool IsReserved(std::string_view word);
+    // The reserved word `word` is, in the case the documentation writes it ("ElseIf"
+    // for "elseif"); null for any other word.
+    static const char* Keyword(std::string_view word);
 
 private:
     struct SyntaxError
@@ -28,6 +33,8 @@ private:
     const SLumLexToken& Cur() const { return m_aTokens[m_nPos]; }
     const SLumLexToken& Ahead(size_t n) const;
     void Advance();
+    // Behind the token read last: where what was just parsed ends.
+    SLumPos PrevEnd() const { return m_nPos > 0 ? m_aTokens[m_nPos - 1].m_posEnd : Cur().m_pos; }
     bool AtStatementEnd() const;
     bool AcceptSymbol(std::string_view symbol);
     bool AcceptWord(std::string_view keyword);
@@ -40,7 +47,7 @@ private:
     void SkipLine();
     // The end of the statement, or, where something else stands, a skip to it.
     void EndStatementOrSkip();
-    [[noreturn]] void Fail(SLumPos pos, const std::string& strMessage);
+    [[noreturn]] void Fail(SLumPos pos, const char* pszCode, const std::string& strMessage);
     [[noreturn]] void FailExpected(const std::string& strWhat);
     static std::string Describe(const SLumLexToken& token);
 

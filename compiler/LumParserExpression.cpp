@@ -41,7 +41,7 @@ void CLumParser::CheckHeight(CLumExpr& expr)
     for (const LumExprPtr& pArg : expr.m_aArgs)
         expr.m_nHeight = std::max(expr.m_nHeight, pArg->m_nHeight + 1);
     if (expr.m_nHeight > LUM_MAX_TREE_LEVELS)
-        Fail(expr.m_pos,
+        Fail(expr.m_pos, "too-deep",
              "expression too long: the interpreter evaluates at most " + std::to_string(LUM_MAX_TREE_LEVELS) +
                  " levels of operators in one expression; split it with an intermediate variable");
 }
@@ -52,6 +52,7 @@ LumExprPtr CLumParser::Binary(unsigned short wOperator, LumExprPtr left, LumExpr
     pExpr->m_eKind = ELumExpr::Binary;
     pExpr->m_pos = left->m_pos;
     pExpr->m_wOperator = wOperator;
+    pExpr->m_posEnd = right->m_posEnd;
     pExpr->m_aArgs.push_back(std::move(left));
     pExpr->m_aArgs.push_back(std::move(right));
     CheckHeight(*pExpr);
@@ -63,6 +64,7 @@ LumExprPtr CLumParser::Unary(ELumExpr eKind, LumExprPtr operand, SLumPos pos)
     auto pExpr = std::make_unique<CLumExpr>();
     pExpr->m_eKind = eKind;
     pExpr->m_pos = pos;
+    pExpr->m_posEnd = operand->m_posEnd;
     pExpr->m_aArgs.push_back(std::move(operand));
     CheckHeight(*pExpr);
     return pExpr;
@@ -98,7 +100,7 @@ LumExprPtr CLumParser::ParseExpression()
 {
     DepthGuard guard(m_nDepth);
     if (m_nDepth > MAX_DEPTH)
-        Fail(Cur().m_pos, "expression nested too deeply");
+        Fail(Cur().m_pos, "too-deep", "expression nested too deeply");
     return ParseOr();
 }
 
@@ -126,7 +128,7 @@ LumExprPtr CLumParser::ParseNot()
     Advance();
     DepthGuard guard(m_nDepth);
     if (m_nDepth > MAX_DEPTH)
-        Fail(pos, "expression nested too deeply");
+        Fail(pos, "too-deep", "expression nested too deeply");
     return Unary(ELumExpr::Not, ParseNot(), pos);
 }
 
@@ -183,7 +185,7 @@ LumExprPtr CLumParser::ParseUnary()
     Advance();
     DepthGuard guard(m_nDepth);
     if (m_nDepth > MAX_DEPTH)
-        Fail(pos, "expression nested too deeply");
+        Fail(pos, "too-deep", "expression nested too deeply");
     LumExprPtr pOperand = ParseUnary();
     return fMinus ? Negate(std::move(pOperand), pos) : std::move(pOperand);
 }
@@ -193,6 +195,7 @@ LumExprPtr CLumParser::ParsePrimary()
     const SLumLexToken& token = Cur();
     auto pExpr = std::make_unique<CLumExpr>();
     pExpr->m_pos = token.m_pos;
+    pExpr->m_posEnd = token.m_posEnd;
     pExpr->m_strText = token.m_strText;
     switch (token.m_eKind)
     {
@@ -228,6 +231,7 @@ LumExprPtr CLumParser::ParsePrimary()
     {
         pExpr->m_eKind = ELumExpr::Apply;
         pExpr->m_aArgs = ParseParenArgs();
+        pExpr->m_posEnd = PrevEnd();
         CheckHeight(*pExpr);
     }
     return pExpr;
@@ -239,16 +243,20 @@ LumExprPtr CLumParser::ParseNameOf(SLumPos pos)
     ExpectSymbol("(", "behind NameOf");
     auto pTarget = std::make_unique<CLumExpr>();
     pTarget->m_pos = Cur().m_pos;
+    pTarget->m_posEnd = Cur().m_posEnd;
     pTarget->m_strText = ExpectName("a variable or array element in NameOf");
     pTarget->m_eKind = ELumExpr::Variable;
     if (Cur().IsSymbol("("))
     {
         pTarget->m_eKind = ELumExpr::Apply;
         pTarget->m_aArgs = ParseParenArgs();
+        pTarget->m_posEnd = PrevEnd();
     }
     ExpectSymbol(")", "to close NameOf");
     CheckHeight(*pTarget);
-    return Unary(ELumExpr::NameOf, std::move(pTarget), pos);
+    LumExprPtr pNameOf = Unary(ELumExpr::NameOf, std::move(pTarget), pos);
+    pNameOf->m_posEnd = PrevEnd();
+    return pNameOf;
 }
 
 std::vector<LumExprPtr> CLumParser::ParseParenArgs()

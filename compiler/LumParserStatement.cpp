@@ -25,6 +25,7 @@ LumStmtPtr CLumParser::NewStmt(ELumStmt eKind, SLumPos pos)
     auto pStmt = std::make_unique<CLumStmt>();
     pStmt->m_eKind = eKind;
     pStmt->m_pos = pos;
+    pStmt->m_posName = pos;
     return pStmt;
 }
 
@@ -46,7 +47,7 @@ void CLumParser::ParseStatementBody(Block& out)
     bool fBlock = token.IsWord("For") || token.IsWord("While") || token.IsWord("Do");
     // Blocks nest by recursion in the parser and in the code generator.
     if ((fBlock || token.IsWord("If")) && m_nBlockDepth >= MAX_BLOCK_DEPTH)
-        Fail(token.m_pos, "blocks nested too deeply");
+        Fail(token.m_pos, "too-deep", "blocks nested too deeply");
     ++m_nBlockDepth;
     struct Leave
     {
@@ -54,7 +55,8 @@ void CLumParser::ParseStatementBody(Block& out)
         ~Leave() { --m_n; }
     } leave{m_nBlockDepth};
     if (fBlock && m_nSingleLineIf > 0)
-        Fail(token.m_pos, "'" + token.m_strText + "' cannot stand in a one-line If; write the If as a block");
+        Fail(token.m_pos, "one-line-if",
+             "'" + token.m_strText + "' cannot stand in a one-line If; write the If as a block");
     if (token.IsWord("If"))
         out.push_back(ParseIf());
     else if (token.IsWord("For"))
@@ -79,14 +81,15 @@ void CLumParser::ParseStatementBody(Block& out)
     else if (token.IsWord("Declare"))
         out.push_back(ParseDeclare());
     else if (token.IsWord("End"))
-        Fail(token.m_pos,
+        Fail(token.m_pos, "syntax",
              "expected 'End Sub', 'End Function' or 'End If'; a program ends at the End of Sub Main");
     else
     {
         bool fHostStatement = m_pExtensions != nullptr && m_pExtensions->Find(token.m_strText) != nullptr;
         for (const auto& entry : s_apszUnsupported)
             if (token.IsWord(entry[0]) && !fHostStatement)
-                Fail(token.m_pos, "'" + token.m_strText + "' is not part of the language: " + entry[1]);
+                Fail(token.m_pos, "unsupported-statement",
+                     "'" + token.m_strText + "' is not part of the language: " + entry[1]);
         if (token.m_eKind != ELumLex::Word)
             FailExpected("a statement");
         out.push_back(ParseNamed(false));
@@ -124,7 +127,7 @@ LumStmtPtr CLumParser::ParseIf()
         return pStmt;
     }
     if (m_nSingleLineIf > 0)
-        Fail(pStmt->m_pos, "a block If cannot stand in a one-line If");
+        Fail(pStmt->m_pos, "one-line-if", "a block If cannot stand in a one-line If");
     ExpectStatementEnd();
     ParseIfRest(*pStmt);
     return pStmt;
@@ -174,8 +177,9 @@ void CLumParser::ParseIfRest(CLumStmt& stmt)
         return;
     }
     stmt.m_posEnd = Cur().m_pos;
-    m_diagnostics.Error(Cur().m_pos, "expected 'End If' to close the If opened at line " +
-                                         std::to_string(stmt.m_pos.m_nLine) + ", found " + Describe(Cur()));
+    m_diagnostics.Error(Cur().m_pos, "unclosed-block",
+                        "expected 'End If' to close the If opened at line " +
+                            std::to_string(stmt.m_pos.m_nLine) + ", found " + Describe(Cur()));
 }
 
 // Statements up to the end of the line, an Else switching to the other part.
@@ -199,7 +203,7 @@ void CLumParser::ParseSingleLineIf(CLumStmt& stmt)
         {
             if (stmt.m_fHasElse)
             {
-                m_diagnostics.Error(token.m_pos, "a one-line If has one Else only");
+                m_diagnostics.Error(token.m_pos, "one-line-if", "a one-line If has one Else only");
                 // The rest of the line: a statement end of an inner one-line If stops
                 // at each Else, so skipping a statement here could stand still.
                 SkipLine();
@@ -226,6 +230,7 @@ LumStmtPtr CLumParser::ParseFor()
     Advance();
     try
     {
+        pStmt->m_posName = Cur().m_pos;
         pStmt->m_strName = ExpectName("the counter of For");
         ExpectSymbol("=", "behind the counter of For");
         pStmt->m_aExprs.push_back(ParseExpression());
@@ -247,9 +252,9 @@ LumStmtPtr CLumParser::ParseFor()
     pStmt->m_posEnd = Cur().m_pos;
     if (!AcceptWord("Next"))
     {
-        m_diagnostics.Error(Cur().m_pos, "expected 'Next' to close the For opened at line " +
-                                             std::to_string(pStmt->m_pos.m_nLine) + ", found " +
-                                             Describe(Cur()));
+        m_diagnostics.Error(Cur().m_pos, "unclosed-block",
+                            "expected 'Next' to close the For opened at line " +
+                                std::to_string(pStmt->m_pos.m_nLine) + ", found " + Describe(Cur()));
         return pStmt;
     }
     try
@@ -258,9 +263,11 @@ LumStmtPtr CLumParser::ParseFor()
         {
             SLumPos pos = Cur().m_pos;
             std::string strName = ExpectName("the counter behind Next");
+            pStmt->m_posNextName = pos;
             if (strName != pStmt->m_strName)
-                Fail(pos, "'Next " + strName + "' does not match 'For " + pStmt->m_strName + "' of line " +
-                              std::to_string(pStmt->m_pos.m_nLine));
+                Fail(pos, "next-mismatch",
+                     "'Next " + strName + "' does not match 'For " + pStmt->m_strName + "' of line " +
+                         std::to_string(pStmt->m_pos.m_nLine));
         }
         ExpectStatementEnd();
     }
@@ -290,9 +297,9 @@ LumStmtPtr CLumParser::ParseWhile()
     pStmt->m_posEnd = Cur().m_pos;
     if (!AcceptWord("Wend"))
     {
-        m_diagnostics.Error(Cur().m_pos, "expected 'Wend' to close the While opened at line " +
-                                             std::to_string(pStmt->m_pos.m_nLine) + ", found " +
-                                             Describe(Cur()));
+        m_diagnostics.Error(Cur().m_pos, "unclosed-block",
+                            "expected 'Wend' to close the While opened at line " +
+                                std::to_string(pStmt->m_pos.m_nLine) + ", found " + Describe(Cur()));
         return pStmt;
     }
     EndStatementOrSkip();
@@ -340,9 +347,9 @@ void CLumParser::ParseLoopEnd(CLumStmt& stmt, bool fHeadCondition)
 {
     if (!AcceptWord("Loop"))
     {
-        m_diagnostics.Error(Cur().m_pos, "expected 'Loop' to close the Do opened at line " +
-                                             std::to_string(stmt.m_pos.m_nLine) + ", found " +
-                                             Describe(Cur()));
+        m_diagnostics.Error(Cur().m_pos, "unclosed-block",
+                            "expected 'Loop' to close the Do opened at line " +
+                                std::to_string(stmt.m_pos.m_nLine) + ", found " + Describe(Cur()));
         return;
     }
     try
@@ -350,9 +357,11 @@ void CLumParser::ParseLoopEnd(CLumStmt& stmt, bool fHeadCondition)
         bool fWhile = AcceptWord("While");
         bool fCondition = fWhile || AcceptWord("Until");
         if (fCondition && fHeadCondition)
-            Fail(stmt.m_posEnd, "a Do loop has its condition either behind Do or behind Loop, not both");
+            Fail(stmt.m_posEnd, "loop-condition",
+                 "a Do loop has its condition either behind Do or behind Loop, not both");
         if (!fCondition && !fHeadCondition)
-            Fail(stmt.m_posEnd, "expected 'While' or 'Until' behind Loop: a loop needs a condition");
+            Fail(stmt.m_posEnd, "loop-condition",
+                 "expected 'While' or 'Until' behind Loop: a loop needs a condition");
         if (fCondition)
         {
             stmt.m_fFlag = fWhile;
@@ -388,7 +397,7 @@ void CLumParser::ParseDim(Block& out)
             pStmt->m_fHasIndices = true;
             pStmt->m_aIndices = ParseParenArgs();
             if (pStmt->m_aIndices.empty())
-                Fail(pStmt->m_pos, "an array needs at least one dimension");
+                Fail(pStmt->m_pos, "array-dimensions", "an array needs at least one dimension");
         }
         pStmt->m_strType = ParseAsType();
         out.push_back(std::move(pStmt));

@@ -19,33 +19,6 @@ bool IsMain(const CLumProc* pProc)
     return pProc != nullptr && LumEqualsNoCase(pProc->m_strName, "Main");
 }
 
-// The plain variables a procedure keeps under its own name: its parameters and the
-// names it Dims without indices. Sub Main has none: its Dim declares globals.
-NameSet LocalsOf(const CLumProc* pProc)
-{
-    NameSet setLocals;
-    if (pProc == nullptr || IsMain(pProc))
-        return setLocals;
-    for (const CLumParam& param : pProc->m_aParams)
-        setLocals.insert(param.m_strName);
-    struct Collect
-    {
-        NameSet& m_set;
-        void operator()(const Block& block) const
-        {
-            for (const auto& pStmt : block)
-            {
-                if (pStmt->m_eKind == ELumStmt::Dim && !pStmt->m_fHasIndices)
-                    m_set.insert(pStmt->m_strName);
-                (*this)(pStmt->m_aBody);
-                (*this)(pStmt->m_aElse);
-            }
-        }
-    };
-    Collect{setLocals}(pProc->m_aBody);
-    return setLocals;
-}
-
 bool CallsItself(const CLumExpr& expr, const std::string& strName)
 {
     if (expr.m_eKind == ELumExpr::Apply && expr.m_strText == strName)
@@ -84,7 +57,7 @@ class CRecursionCheck
 {
 public:
     CRecursionCheck(const CLumProc& proc, CLumDiagnostics& diagnostics)
-        : m_proc(proc), m_setLocals(LocalsOf(&proc)), m_diagnostics(diagnostics)
+        : m_proc(proc), m_setLocals(LumLocalsOf(&proc)), m_diagnostics(diagnostics)
     {
     }
 
@@ -102,9 +75,10 @@ private:
             return;
         if (!m_setWarned.insert(std::make_tuple(pos.m_nLine, pos.m_nColumn, strName)).second)
             return;
-        m_diagnostics.Warning(pos, "'" + strName + "' is " + pszHow + " after the recursive call of '" +
-                                       m_proc.m_strName + "', which may have changed it: all calls of '" +
-                                       m_proc.m_strName + "' share one set of parameters and locals");
+        m_diagnostics.Warning(pos, "shared-locals",
+                              "'" + strName + "' is " + pszHow + " after the recursive call of '" +
+                                  m_proc.m_strName + "', which may have changed it: all calls of '" +
+                                  m_proc.m_strName + "' share one set of parameters and locals");
     }
 
     void Write(const std::string& strName) { m_setStale.erase(strName); }
@@ -296,7 +270,7 @@ public:
                 (m_options.m_pHostNames != nullptr && m_options.m_pHostNames->count(strName) > 0))
                 continue;
             std::string strMeant = NearAssigned(strName, read.second.second);
-            m_diagnostics.Warning(read.second.first,
+            m_diagnostics.Warning(read.second.first, "unassigned-variable",
                                   "'" + strName + "' is read but assigned nowhere in the program; " +
                                       (strMeant.empty() ? "if" : strMeant + " If") +
                                       " the host or an imported program sets it, say so with Dim " + strName +
@@ -318,7 +292,7 @@ private:
         offer(m_setAssigned);
         if (m_options.m_pHostNames != nullptr)
             offer(*m_options.m_pHostNames);
-        offer(LocalsOf(pProc));
+        offer(LumLocalsOf(pProc));
         return nearMiss.DidYouMean();
     }
 
@@ -369,7 +343,7 @@ private:
     void Procedure(const CLumProc* pProc, const Block& block)
     {
         m_pProc = pProc;
-        m_setLocals = LocalsOf(pProc);
+        m_setLocals = LumLocalsOf(pProc);
         Walk(block);
         m_pProc = nullptr;
     }
@@ -487,6 +461,31 @@ private:
     bool m_fAnyTarget = false;
 };
 } // namespace
+
+std::set<std::string> LumLocalsOf(const CLumProc* pProc)
+{
+    NameSet setLocals;
+    if (pProc == nullptr || IsMain(pProc))
+        return setLocals;
+    for (const CLumParam& param : pProc->m_aParams)
+        setLocals.insert(param.m_strName);
+    struct Collect
+    {
+        NameSet& m_set;
+        void operator()(const Block& block) const
+        {
+            for (const auto& pStmt : block)
+            {
+                if (pStmt->m_eKind == ELumStmt::Dim && !pStmt->m_fHasIndices)
+                    m_set.insert(pStmt->m_strName);
+                (*this)(pStmt->m_aBody);
+                (*this)(pStmt->m_aElse);
+            }
+        }
+    };
+    Collect{setLocals}(pProc->m_aBody);
+    return setLocals;
+}
 
 void LumWarnAbout(const CLumProgram& program, const SLumCompileOptions& options, CLumDiagnostics& diagnostics)
 {

@@ -28,6 +28,9 @@ std::string ReadProfile(const uint8_t* pData, size_t nSize);
 // The bytes as a value and a template: the first byte picks the value's type, the
 // text up to the next zero byte is the value, the rest the template.
 std::string FillTemplate(const uint8_t* pData, size_t nSize);
+// The bytes as the input of the language server, served to its end: everything the
+// server writes must be framed JSON-RPC 2.0.
+std::string ServeLsp(const uint8_t* pData, size_t nSize);
 
 // Ends the process with `strFault` on standard error when it is not empty, so that
 // libFuzzer keeps the input as a crash; gives 0 otherwise.

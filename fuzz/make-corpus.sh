@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 lum=$(realpath "${1:-build/cli/lumbasic}")
 corpus=fuzz/corpus
 rm -rf "$corpus"
-mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template,differential}
+mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template,differential,lsp}
 
 # Compiled in a fixed directory: an image records its source's path, and the corpus
 # must not change with the directory of the tree.
@@ -61,6 +61,55 @@ for n in 1 2 3 4 5 6 7 8; do
     >"$corpus/differential/choices-$n"
 done
 
+# Language server sessions: framed JSON-RPC messages, as an editor writes them.
+frame() { printf 'Content-Length: %d\r\n\r\n%s' "$(printf '%s' "$1" | wc -c)" "$1"; }
+doc='"textDocument":{"uri":"file:///tmp/prog.lbd"}'
+init='{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"capabilities":{"textDocument":{"completion":{"completionItem":{"snippetSupport":true}}}}}}'
+initialized='{"jsonrpc":"2.0","method":"initialized","params":{}}'
+open_prog='{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{"textDocument":{"uri":"file:///tmp/prog.lbd","languageId":"lumbasic","version":1,"text":"Declare Function Sqrt(x)\nSub Main\n    s$ = \"€ä\" : x = Rund(2.5)\n    For i% = 1 To 3\n        t = t + Tally(i%)\n    Next i%\nEnd Sub\nFunction Tally(n)\n    Dim k\n    k = n * 2\n    Tally = k\nEnd Function\n"}}}'
+bye='{"jsonrpc":"2.0","id":99,"method":"shutdown"}'
+quit='{"jsonrpc":"2.0","method":"exit"}'
+request() { frame "{\"jsonrpc\":\"2.0\",\"id\":$1,\"method\":\"$2\",\"params\":{$doc,\"position\":{\"line\":$3,\"character\":$4}${5:-}}}"; }
+{
+  frame "$init"; frame "$initialized"; frame "$open_prog"
+  request 2 textDocument/hover 2 23; request 3 textDocument/completion 9 4; request 4 textDocument/signatureHelp 4 25
+  request 5 textDocument/definition 4 17; request 6 textDocument/references 9 4 ',"context":{"includeDeclaration":true}'
+  request 7 textDocument/prepareRename 9 4; request 8 textDocument/rename 9 4 ',"newName":"kk"'
+  frame "{\"jsonrpc\":\"2.0\",\"id\":9,\"method\":\"textDocument/documentSymbol\",\"params\":{$doc}}"
+  frame "{\"jsonrpc\":\"2.0\",\"id\":10,\"method\":\"textDocument/foldingRange\",\"params\":{$doc}}"
+  frame "{\"jsonrpc\":\"2.0\",\"id\":11,\"method\":\"textDocument/formatting\",\"params\":{$doc,\"options\":{\"tabSize\":4}}}"
+  frame '{"jsonrpc":"2.0","method":"textDocument/didChange","params":{"textDocument":{"uri":"file:///tmp/prog.lbd","version":2},"contentChanges":[{"range":{"start":{"line":2,"character":20},"end":{"line":2,"character":24}},"text":"Round"},{"text":"Sub Main\n  x=1\nEnd Sub\n"}]}}'
+  frame '{"jsonrpc":"2.0","method":"textDocument/didClose","params":{"textDocument":{"uri":"file:///tmp/prog.lbd"}}}'
+  frame "$bye"; frame "$quit"
+} >"$corpus/lsp/session"
+{
+  frame '{"jsonrpc":"2.0","id":0,"method":"textDocument/hover","params":{}}'
+  frame '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"capabilities":{"general":{"positionEncodings":["utf-8"]},"workspace":{"configuration":true}},"initializationOptions":{"strict":true,"extensions":"examples/modules/console.ext"}}}'
+  frame "$initialized"
+  frame '{"jsonrpc":"2.0","id":1,"result":[{"strict":false}]}'
+  frame '{"jsonrpc":"2.0","method":"workspace/didChangeConfiguration","params":{"settings":{"lumbasic":{"strict":true}}}}'
+  frame '{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{"textDocument":{"uri":"file:///tmp/p.lbd","version":1,"text":"Sub Main\n    Print net\nEnd Sub\n"}}}'
+  frame '{"jsonrpc":"2.0","id":2,"method":"no/such/method"}'
+  frame '{"jsonrpc":"2.0","id":[1],"method":"shutdown"}'
+  frame '{"jsonrpc":"2.0","id":3,"method":"textDocument/hover","params":{"textDocument":{"uri":"file:///tmp/p.lbd"},"position":{"line":-4,"character":1e9}}}'
+  frame "$bye"; frame '{"jsonrpc":"2.0","id":100,"method":"textDocument/hover"}'; frame "$quit"
+} >"$corpus/lsp/settings"
+{
+  frame "$init"
+  printf 'Content-Length: 9\r\n\r\nnot json!garbage\r\n\r\nContent-Length: x\r\n\r\n'
+  frame '[1,2,3]'; frame '{"jsonrpc":"2.0"}'
+  frame "$initialized"; frame "$open_prog"
+  printf 'Content-Length: 99999999999\r\n\r\n'
+} >"$corpus/lsp/garbage"
+{
+  frame '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"capabilities":{},"rootUri":"file:///nowhere"}}'
+  frame "$initialized"
+  frame '{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{"textDocument":{"uri":"file:///tmp/geo.lbd","version":1,"text":"Declare Function Sqrt(x)\nSub Main\n    Import \"examples/mathlib.lbc\"\n    r = Sqrt(2)\nEnd Sub\n"}}}'
+  frame '{"jsonrpc":"2.0","id":2,"method":"textDocument/definition","params":{"textDocument":{"uri":"file:///tmp/geo.lbd"},"position":{"line":3,"character":9}}}'
+  frame '{"jsonrpc":"2.0","id":3,"method":"textDocument/definition","params":{"textDocument":{"uri":"file:///tmp/geo.lbd"},"position":{"line":2,"character":14}}}'
+  frame '{"jsonrpc":"2.0","id":4,"method":"textDocument/completion","params":{"textDocument":{"uri":"file:///tmp/geo.lbd"},"position":{"line":3,"character":8}}}'
+} >"$corpus/lsp/import"
+
 # Dictionaries: each token of the images as its two bytes, little-endian; the words
 # of the language for the compiler.
 {
@@ -72,3 +121,12 @@ done
   grep -o '{"[A-Za-z]*\$\?"' compiler/LumBuiltinTable.cpp | tr -d '{'
   printf '"%s"\n' '=' '<>' '<=' '>=' '(' ')' ',' ':' '$' '%' '@' "'" '\"' 'End Sub' 'End If' 'End Function'
 } | sort -u >fuzz/compiler.dict
+{
+  {
+    printf '%s\n' 'Content-Length: ' '"jsonrpc":"2.0"' '"id":' '"method":' '"params":' '"result":' \
+      '"textDocument":' '"uri":"file:///tmp/prog.lbd"' '"position":' '"line":' '"character":' '"range":' \
+      '"start":' '"end":' '"text":' '"contentChanges":' '"version":' '"newName":' '"settings":' '"lumbasic":'
+    grep -o '{"[a-zA-Z/$]*",' lsp/LumLspServer.cpp | tr -d '{,'
+  } | sed 's/\\/\\\\/g; s/"/\\"/g; s/.*/"&"/'
+  printf '"\\x0d\\x0a\\x0d\\x0a"\n'
+} | sort -u >fuzz/lsp.dict

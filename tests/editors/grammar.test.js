@@ -12,7 +12,7 @@ const SKIP = 77;
 const modules = process.env.LUM_NODE_MODULES;
 if (!modules) {
     console.log('skipped: LUM_NODE_MODULES names no node_modules with vscode-textmate and vscode-oniguruma;');
-    console.log('.ci/run installs them from npm into a scratch folder and sets it (docs/editors-vscode.md)');
+    console.log('.ci/run installs them from npm into a scratch folder and sets it (docs/editors.md)');
     process.exit(SKIP);
 }
 const textmate = require(path.join(modules, 'vscode-textmate'));

@@ -21,6 +21,7 @@ const std::map<std::string, Path> PATHS = {
     {"compiler", lumfuzz::CompileAndRun},   {"store", lumfuzz::StoreRoundTrip},
     {"profile", lumfuzz::ReadProfile},      {"template", lumfuzz::FillTemplate},
     {"differential", lumfuzz::RunBothWays},
+    {"lsp", lumfuzz::ServeLsp},
 };
 
 std::vector<uint8_t> ReadBytes(const std::filesystem::path& path)

@@ -1,0 +1,21 @@
+# Runs `lumbasic fmt --check` over every .lbd of the tree at ROOT: the folders of the
+# tree, not build trees inside it, and not the fuzz targets' inputs (fuzz/ and
+# tests/regression/), whose bytes are what they test.
+file(GLOB entries RELATIVE ${ROOT} ${ROOT}/*)
+set(sources)
+foreach(entry ${entries})
+  if(IS_DIRECTORY ${ROOT}/${entry} AND NOT entry MATCHES "^(build.*|fuzz|\\..*)$")
+    file(GLOB_RECURSE found ${ROOT}/${entry}/*.lbd)
+    list(APPEND sources ${found})
+  endif()
+endforeach()
+list(FILTER sources EXCLUDE REGEX "/tests/regression/")
+list(LENGTH sources count)
+if(count LESS 20)
+  message(FATAL_ERROR "found only ${count} sources under ${ROOT}")
+endif()
+execute_process(COMMAND ${LUMBASIC} fmt --check ${sources} RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "sources not in the canonical layout (status ${status})")
+endif()
+message(STATUS "${count} sources in the canonical layout")
