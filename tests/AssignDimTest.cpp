@@ -115,18 +115,19 @@ TEST(Assign, AFullKeyInAProcedureIsStoredAsItStandsOnEveryPass)
     CLumVariables vars;
     vars.SetValuesFromString("L:@Q@v%=0\nL:@P@@Q@v%=0\n");
     CLumBasic basic(&vars, nullptr);
-    CTestProgram p;
-    p.Declare("P");
-    p.Sub("Main");
-    p.Call("P");
-    p.End();
-    p.Terminator();
-    p.Sub("P");
-    p.For("i%", L(1), L(3));
-    p.Assign("@Q@v%", V("i%"));
-    p.Next();
-    p.End();
-    EXPECT_TRUE(RunImage(basic, p.Finish()).empty());
+    auto image = MainImage(
+        [](CTestProgram& p) {
+            p.Declare("P");
+            p.Call("P");
+        },
+        [](CTestProgram& p) {
+            p.Sub("P");
+            p.For("i%", L(1), L(3));
+            p.Assign("@Q@v%", V("i%"));
+            p.Next();
+            p.End();
+        });
+    EXPECT_TRUE(RunImage(basic, image).empty());
     EXPECT_EQ(vars.GetValue("@Q@v%", nullptr)->GetLong(), 3);
     EXPECT_EQ(vars.GetValue("@P@@Q@v%", nullptr)->GetLong(), 0);
 }

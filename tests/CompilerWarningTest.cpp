@@ -111,7 +111,7 @@ TEST(CompilerWarning, StrictWarnsOfVariablesReadButAssignedNowhere)
 }
 
 // Every example and benchmark program compiles without a warning, also with
-// --strict, given what their hosts fill.
+// --strict, given what their hosts fill, and disassembles without a gap.
 TEST(CompilerWarning, TheExamplesCompileWithoutWarnings)
 {
     std::string strRoot = LUM_SOURCE_DIR;
@@ -140,6 +140,13 @@ TEST(CompilerWarning, TheExamplesCompileWithoutWarnings)
             EXPECT_EQ(compiler.GetDiagnostics().GetWarningCount(), 0u)
                 << source << (fStrict ? " --strict\n" : "\n")
                 << compiler.GetDiagnostics().Format(source.string());
+            // Each disassembles whole, without a gap in its listing.
+            std::string strListing;
+            EXPECT_TRUE(CLumDisassembler(&console).Run(aImage.data(), aImage.size(), strListing))
+                << strListing;
+            for (const char* pszGap :
+                 {"<no separator>", "<list ends", "bytes more>", "<node kind", "<operator", "<constant"})
+                EXPECT_EQ(strListing.find(pszGap), std::string::npos) << source << strListing;
         }
     }
 }

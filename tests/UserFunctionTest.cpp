@@ -1,5 +1,5 @@
 // Functions of the program called from inside expressions: a function ended by End
-// Sub, and recursion without end.
+// Sub, and recursion from deep inside an expression tree.
 #include "tests/LumProgramBuilder.h"
 #include "tests/LumTestSupport.h"
 
@@ -48,29 +48,8 @@ TEST(UserFunction, AFunctionEndedByEndSubFailsAfterWhatItDid)
     EXPECT_EQ(vars.Lookup("y"), nullptr);
 }
 
-// Results, order of evaluation and deep recursion are in tests/programs/functions.lbd.
-TEST(UserFunction, RecursionWithoutEndFailsCleanly)
-{
-    // Without end: the limit of nested runs, not the machine's stack, stops it.
-    CLumVariables endless;
-    CLumBasic cEndless(&endless, nullptr);
-    auto loop = MainImage(
-        [](CTestProgram& p) {
-            p.Declare("Again");
-            p.Assign("x", Fn("Again"));
-        },
-        [](CTestProgram& p) {
-            p.Function("Again");
-            p.Assign("depth%", Op(LBT_PLUS, V("depth%"), L(1)));
-            p.Assign("Again", Fn("Again"));
-            p.End(LBT_FUNCTION);
-        });
-    std::vector<std::string> aTrail = RunImage(cEndless, loop);
-    ASSERT_FALSE(aTrail.empty());
-    EXPECT_EQ(aTrail[0].rfind("Die Schachtelungstiefe von ", 0), 0u) << aTrail[0];
-    EXPECT_GE(endless.Lookup("depth%")->GetLong(), 1000);
-}
-
+// Results, order of evaluation and deep recursion are in tests/programs/functions.lbd,
+// the limit of nested runs in LimitTest.
 TEST(UserFunction, RecursionFromTheBottomOfADeepTreeFailsCleanly)
 {
     // Each nested run sits under some 900 levels of evaluation that no depth check sees;
