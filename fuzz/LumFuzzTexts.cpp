@@ -5,6 +5,7 @@
 #include <lumbasic/LumVariables.h>
 
 #include "expr/LumExpression.h"
+#include "res/LumMessages.h"
 
 #include <cstring>
 #include <vector>
@@ -67,7 +68,18 @@ std::string FillTemplate(const uint8_t* pData, size_t nSize)
         CLumsVarValue value = MakeValue(pData[0], pszValue);
         CLumExpression expression(nullptr, nullptr, nullptr);
         std::vector<char> aDest(static_cast<size_t>(nDest) + 1, '*');
-        int n = expression.FillTemplate(aDest.data(), pszTemplate, &value, nDest);
+        int n = 0;
+        try
+        {
+            n = expression.FillTemplate(aDest.data(), pszTemplate, &value, nDest);
+        }
+        catch (const CLumsException& e)
+        {
+            // A text placeholder for a number is the one thing a template can get wrong.
+            if (value.IsNumber() && e.GetTrail().at(0) == LoadMessage(LUM_MSG_TEMPLATE_STRING_FOR_NUMBER))
+                return std::string();
+            return "a template failed with: " + e.GetTrail().at(0);
+        }
         if (n < 0 || (nDest > 0 && (n >= nDest || static_cast<size_t>(n) != strlen(aDest.data()))))
             return std::string("a filled template of a wrong length");
         return std::string();

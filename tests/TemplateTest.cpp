@@ -6,8 +6,6 @@
 
 #include "expr/LumExpression.h"
 
-#include <random>
-
 using namespace lumfn;
 
 namespace
@@ -87,35 +85,6 @@ TEST(Template, ResultsThatDoNotFitAreCutAtTheTextEnds)
     // Date placeholders at the end of a long value read nothing beyond it.
     EXPECT_EQ(FillString(std::string(1020, 'c') + "jjjjSSo", strLong), strLong.substr(0, 1023));
     EXPECT_EQ(FillString("cccc", "abcd", 3), "ab");
-}
-
-TEST(Template, AnyTemplateStaysInsideItsTexts)
-{
-    // Random templates of every placeholder over values of every kind: only 57033
-    // may fail, and the result always fits its destination.
-    const std::string strBytes = "90cNZsjmtHMSo.,-x 12";
-    std::mt19937 random(20001231);
-    CLumExpression cExpression(nullptr, nullptr, nullptr);
-    const CLumsVarValue values[] = {CLumsVarValue(-1234567L), CLumsVarValue(-0.05), CLumsVarValue(1e300),
-                                    CLumsVarValue("2000"), CLumsVarValue(std::string(1100, '7').c_str())};
-    for (int i = 0; i < 3000; ++i)
-    {
-        std::string strTemplate(random() % (i % 10 == 0 ? 3000 : 40), ' ');
-        for (char& c : strTemplate)
-            c = strBytes[random() % strBytes.size()];
-        CLumsVarValue value = values[i % 5];
-        char szDest[1024];
-        try
-        {
-            int n = cExpression.FillTemplate(szDest, strTemplate.c_str(), &value, sizeof szDest);
-            ASSERT_EQ(static_cast<size_t>(n), strlen(szDest)) << strTemplate;
-        }
-        catch (const CLumsException& e)
-        {
-            ASSERT_TRUE(value.IsNumber()) << strTemplate;
-            ASSERT_EQ(e.GetTrail().at(0), Msg(LUM_MSG_TEMPLATE_STRING_FOR_NUMBER));
-        }
-    }
 }
 
 TEST(Template, FailuresCarryTheirTrail)
