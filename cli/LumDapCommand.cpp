@@ -2,6 +2,7 @@
 
 #include "LumDapServer.h"
 
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <streambuf>
@@ -54,6 +55,8 @@ int LumDapCommand(const std::vector<std::string>& aArgs)
         fprintf(stderr, "usage: lumbasic dap\n");
         return 2;
     }
+    // A client that went away ends the writes with an error, not the process.
+    signal(SIGPIPE, SIG_IGN);
     fflush(stdout);
     int nProtocol = dup(1);
     if (nProtocol < 0 || dup2(2, 1) < 0)

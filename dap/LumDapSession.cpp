@@ -40,15 +40,18 @@ std::vector<std::string> RunArguments(const json& args)
     for (const auto& entry : aSwitches)
         if (args.value(entry.first, false))
             aArgs.push_back(entry.second);
-    for (const json& module : args.value("modules", json::array()))
+    const json modules = args.value("modules", json::array());
+    for (const json& module : modules)
     {
         std::string strModule = module.at("library").get<std::string>();
         std::string strClasses;
-        for (const json& cls : module.value("classes", json::array()))
+        const json classes = module.value("classes", json::array());
+        for (const json& cls : classes)
             strClasses += (strClasses.empty() ? "" : ",") + cls.get<std::string>();
         aArgs.insert(aArgs.end(),
                      {"--module", strClasses.empty() ? strModule : strModule + ":" + strClasses});
-        for (const auto& setting : module.value("settings", json::object()).items())
+        const json settings = module.value("settings", json::object());
+        for (const auto& setting : settings.items())
             aArgs.insert(aArgs.end(), {"--set", setting.key() + "=" + setting.value().get<std::string>()});
     }
     aArgs.push_back(args.at("program").get<std::string>());

@@ -60,6 +60,7 @@ const prog = write('prog.lbd', [
 ]);
 const lib = write('lib.lbd', ["' The imported library.", 'Function Triple(x)', '    Triple = x * 3', 'End Function']);
 const endless = write('endless.lbd', ['Sub Main', '    Do While 1', '        n% = n% + 1', '    Loop', 'End Sub']);
+const broken = write('broken.lbd', ['Sub Main', '    x = (1', 'End Sub']);
 const varsFile = write('vars.txt', ['L:divisor%=2']);
 cp.execFileSync(process.env.LUMBASIC, ['compile', lib, '-o', path.join(dir, 'lib.lbc')]);
 
@@ -125,8 +126,12 @@ test('entry, a breakpoint that moves, stepping and the stack of three calls', ti
 
 test('a conditional breakpoint in a loop, arrays, setVariable and evaluate', timeout, async () => {
   const dc = await start();
-  const stopped = await launch(dc, {}, prog, [{ line: 9, condition: 'i% = 2' }]);
+  // A log point from its second pass, then the stop on the pass the condition names.
+  const logged = dc.assertOutput('console', 'pass 2 of 1\n');
+  const stopped = await launch(dc, {}, prog,
+    [{ line: 8, logMessage: 'pass {i%} of {total%}', hitCondition: '>=2' }, { line: 9, condition: 'i% = 2' }]);
   assert.strictEqual(stopped.body.reason, 'breakpoint');
+  await logged;
   const globals = (await dc.scopesRequest({ frameId: 0 })).body.scopes.at(-1).variablesReference;
   const before = await vars(dc, globals);
   assert.deepStrictEqual([before['i%'].value, before['total%'].value], ['2', '1']);
@@ -163,10 +168,20 @@ test('a failure stops with its report, and the run ends with status 1', timeout,
   const [exited] = await Promise.all([dc.waitForEvent('exited'), dc.continueRequest({ threadId: 1 })]);
   assert.strictEqual(exited.body.exitCode, 1);
   await dc.stop();
+  // Without the filter the run ends at once, with the report on standard error.
+  const quiet = await start();
+  const [, , ended] = await Promise.all([
+    quiet.waitForEvent('initialized').then(() => quiet.setExceptionBreakpointsRequest({ filters: [] }))
+      .then(() => quiet.configurationDoneRequest()),
+    quiet.launch({ program: prog }), quiet.waitForEvent('exited'),
+    quiet.assertOutput('stderr', `${prog}:16: Division durch Null.`)]);
+  assert.strictEqual(ended.body.exitCode, 1);
+  await quiet.stop();
 });
 
-test('pause in an endless loop; a malformed request is refused and the next served', timeout, async () => {
+test('a program that does not compile, pause in an endless loop, a malformed request', timeout, async () => {
   const dc = await start();
+  await assert.rejects(dc.launch({ program: broken }), /fehlerhaft: .*broken\.lbd/);
   await Promise.all([dc.configurationSequence(), dc.launch({ program: endless })]);
   await new Promise((wake) => setTimeout(wake, 100)); // well into the loop
   const [stopped] = await Promise.all([dc.waitForEvent('stopped'), dc.pauseRequest({ threadId: 1 })]);
