@@ -24,8 +24,8 @@ json Capabilities()
 }
 } // namespace
 
-CLumDapServer::CLumDapServer(std::istream& in, std::ostream& out, bool fLaunch)
-    : m_reader(in), m_writer(out), m_fLaunchAllowed(fLaunch)
+CLumDapServer::CLumDapServer(std::istream& in, std::ostream& out, SLumDapOptions options)
+    : m_reader(in), m_writer(out), m_options(std::move(options))
 {
 }
 
@@ -51,6 +51,12 @@ int CLumDapServer::Run()
     }
     m_pSession.reset();
     return 0;
+}
+
+void CLumDapServer::Settle()
+{
+    if (m_pSession)
+        m_pSession->Settle();
 }
 
 void CLumDapServer::Write(json message)
@@ -167,14 +173,15 @@ void CLumDapServer::Initialize(const json& request)
 
 void CLumDapServer::Launch(const json& request)
 {
-    if (!m_fLaunchAllowed || m_pSession)
+    json args = request.value("arguments", json::object());
+    if (m_pSession || (m_options.m_fnAdmitLaunch && !m_options.m_fnAdmitLaunch(args)))
     {
         Refuse(request, LumDapMessage(LUM_MSG_DAP_LAUNCH, {"launch"}));
         return;
     }
-    auto pSession = std::make_unique<CLumDapSession>(*this);
+    auto pSession = std::make_unique<CLumDapSession>(*this, m_options.m_fCaptureOutput);
     std::string strWhy;
-    if (!pSession->Launch(request.value("arguments", json::object()), strWhy))
+    if (!pSession->Launch(args, strWhy))
     {
         Refuse(request, strWhy);
         return;

@@ -8,16 +8,27 @@
 #include "LumDapSession.h"
 #include "LumFramedStream.h"
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <mutex>
 #include <string>
 
+// What a host of the adapter decides about the runs a client asks for.
+struct SLumDapOptions
+{
+    // Sees the arguments of each launch first: may confine them (a fuzz target runs a
+    // program of its own, whatever the client names) or refuse the launch (false).
+    std::function<bool(json& args)> m_fnAdmitLaunch;
+    // Whether the run's standard output and standard error go to the client as
+    // output events; the process's own descriptors are redirected while it runs.
+    bool m_fCaptureOutput = true;
+};
+
 class CLumDapServer : public CLumDapChannel
 {
 public:
-    // `fLaunch` false: launch is refused, for a server that must not run programs.
-    CLumDapServer(std::istream& in, std::ostream& out, bool fLaunch = true);
+    CLumDapServer(std::istream& in, std::ostream& out, SLumDapOptions options = SLumDapOptions());
     ~CLumDapServer() override;
     CLumDapServer(const CLumDapServer&) = delete;
     CLumDapServer& operator=(const CLumDapServer&) = delete;
@@ -25,6 +36,9 @@ public:
     // Serves until the client disconnects or the input ends; 0.
     int Run();
     void Dispatch(const json& message);
+    // Waits until a run that was started stands at a stop or has ended, so that the
+    // next message meets it there.
+    void Settle();
 
     void Respond(const json& request, const json& body) override;
     void Refuse(const json& request, const std::string& strMessage) override;
@@ -45,7 +59,7 @@ private:
     CLumFrameWriter m_writer;
     std::mutex m_writeMutex;
     long long m_nSeq = 1;
-    bool m_fLaunchAllowed;
+    SLumDapOptions m_options;
     bool m_fConfigured = false;
     bool m_fEnded = false;
     std::unique_ptr<CLumDapSession> m_pSession;

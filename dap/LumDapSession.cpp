@@ -96,7 +96,10 @@ private:
 };
 } // namespace
 
-CLumDapSession::CLumDapSession(CLumDapChannel& channel) : m_channel(channel) {}
+CLumDapSession::CLumDapSession(CLumDapChannel& channel, bool fCapture)
+    : m_channel(channel), m_fCapture(fCapture)
+{
+}
 
 CLumDapSession::~CLumDapSession()
 {
@@ -125,7 +128,9 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
     std::string strText;
     bool fOk = false;
     {
-        CLumDapCapture capture(2, "stderr", m_channel);
+        std::unique_ptr<CLumDapCapture> pCapture;
+        if (m_fCapture)
+            pCapture = std::make_unique<CLumDapCapture>(2, "stderr", m_channel);
         fOk = LumParseRunOptions(m_aArgs, USAGE, options) && LumCheckSandbox(options) &&
               LumLoadExtensions(options.m_strExtensions, m_extensions);
         SLumProgramFile file;
@@ -154,20 +159,34 @@ void CLumDapSession::Run()
 {
     int nStatus = 1;
     {
-        CLumDapCapture captureOut(1, "stdout", m_channel);
-        CLumDapCapture captureErr(2, "stderr", m_channel);
+        std::unique_ptr<CLumDapCapture> pOut, pErr;
+        if (m_fCapture)
+        {
+            pOut = std::make_unique<CLumDapCapture>(1, "stdout", m_channel);
+            pErr = std::make_unique<CLumDapCapture>(2, "stderr", m_channel);
+        }
         nStatus = LumRunProgram(m_aArgs, USAGE, [this](bool fAnswer, int nAnswer, CLumConsole& console) {
             return std::make_unique<CDapRunSession>(*this, fAnswer, nAnswer, console);
         });
     }
     m_channel.Event("exited", json{{"exitCode", nStatus}});
     m_channel.Event("terminated", json::object());
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_fEnded = true;
+    m_settled.notify_all();
 }
 
 bool CLumDapSession::IsStopped()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_fStopped;
+}
+
+void CLumDapSession::Settle()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (HasStarted())
+        m_settled.wait(lock, [this] { return (m_fStopped && !m_fResume) || m_fEnded; });
 }
 
 bool CLumDapSession::WhenStopped(std::function<void(CLumDapInspector&, const std::string&)> fnTask)
@@ -320,6 +339,7 @@ void CLumDapSession::Stop(CLumDapInspector& inspector, size_t nDepth, const std:
         return;
     m_pInspector = &inspector;
     m_fStopped = true;
+    m_settled.notify_all();
     json body{{"reason", strReason}, {"threadId", 1}, {"allThreadsStopped", true}};
     if (!strText.empty())
         body["text"] = strText;

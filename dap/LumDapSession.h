@@ -35,7 +35,8 @@ public:
         Out,
     };
 
-    explicit CLumDapSession(CLumDapChannel& channel);
+    // `fCapture`: the run's standard output and error go to the client (LumDapCapture).
+    CLumDapSession(CLumDapChannel& channel, bool fCapture);
     // Ends a run that goes on and waits for it.
     ~CLumDapSession();
     CLumDapSession(const CLumDapSession&) = delete;
@@ -50,6 +51,8 @@ public:
     json SetBreakpoints(const json& args) { return m_breakpoints.Set(args, m_extensions); }
     void SetStopOnFailure(bool fStop) { m_fStopOnFailure = fStop; }
     bool IsStopped();
+    // Waits until the run stands at a stop or has ended; at once when it has not started.
+    void Settle();
     // Runs `fnTask` on the run's thread at the stop, with the inspector of the stop
     // and the failure's report (empty unless it stopped at a failure); false when the
     // program does not stand at a stop.
@@ -78,6 +81,7 @@ private:
               const std::string& strText = std::string());
 
     CLumDapChannel& m_channel;
+    bool m_fCapture;
     CLumDapBreakpoints m_breakpoints;
     CLumExtensionTable m_extensions;
     // The arguments of `lumbasic run` the launch configuration stands for.
@@ -90,7 +94,9 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
+    std::condition_variable m_settled;
     bool m_fStopped = false;
+    bool m_fEnded = false;
     std::deque<std::function<void()>> m_lstTasks;
     bool m_fResume = false;
     EStep m_eResume = EStep::Continue;
