@@ -337,6 +337,8 @@ void CLumDapSession::Stop(CLumDapInspector& inspector, size_t nDepth, const std:
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_fTerminate)
         return;
+    // A pause asked for meanwhile is answered by this stop.
+    m_fPause = false;
     m_pInspector = &inspector;
     m_fStopped = true;
     m_settled.notify_all();
