@@ -1,5 +1,7 @@
 #include "LumDapInspector.h"
 
+#include "LumLexer.h"
+
 #include <lumbasic/LumBasic.h>
 #include <lumbasic/LumBasicDebugger.h>
 #include <lumbasic/LumCompile.h>
@@ -36,6 +38,61 @@ std::string ElementKey(const std::smatch& match)
         if (match[i].matched)
             strKey += ":" + std::to_string(std::stol(match[i]));
     return strKey;
+}
+
+// The program that hands the expression's value to RESULT_STATEMENT: the procedures of
+// `pFunctions` declared, the arrays of `store` dimensioned.
+std::string EvaluationProgram(const CLumVariables& store, const CLumFunctions* pFunctions,
+                              const std::string& strExpression)
+{
+    // The compiler knows an array by its Dim; Dim itself leaves the elements as they are.
+    std::map<std::string, std::vector<long>> mapArrays;
+    for (const auto& entry : store.GetMap())
+    {
+        std::string_view key(entry.m_strKey);
+        size_t nColon = key.find(':');
+        if (key.empty() || key[0] == '@' || nColon == std::string_view::npos)
+            continue;
+        std::vector<long>& aBounds = mapArrays[std::string(key.substr(0, nColon))];
+        for (size_t i = 0; nColon != std::string_view::npos; ++i)
+        {
+            size_t nNext = key.find(':', nColon + 1);
+            long nIndex = atol(std::string(key.substr(nColon + 1, nNext - nColon - 1)).c_str());
+            if (aBounds.size() <= i)
+                aBounds.push_back(0);
+            aBounds[i] = std::max(aBounds[i], nIndex);
+            nColon = nNext;
+        }
+    }
+    // The program's procedures may be called; their own variables in the copy then
+    // change, which refuses the call.
+    std::string strProgram;
+    if (pFunctions != nullptr)
+        for (const auto& entry : pFunctions->GetMap())
+            if (entry.m_value != nullptr && !entry.m_value->m_strDeclaration.empty())
+                strProgram += entry.m_value->m_strDeclaration + "\n";
+    strProgram += "Sub Main\n";
+    for (const auto& array : mapArrays)
+    {
+        strProgram += "    Dim " + array.first + "(";
+        for (size_t i = 0; i < array.second.size(); ++i)
+            strProgram += (i ? ", " : "") + std::to_string(array.second[i]);
+        strProgram += ")\n";
+    }
+    strProgram += "    " + std::string(RESULT_STATEMENT) + " (" + strExpression + ")\nEnd Sub\n";
+    return strProgram;
+}
+
+// Whether the text is no more than one statement's worth: a ":" or a line break would
+// let further statements run beside the expression.
+bool IsOneStatement(const std::string& strExpression)
+{
+    CLumDiagnostics diagnostics;
+    std::vector<SLumLexToken> aTokens = CLumLexer(strExpression, diagnostics).Run();
+    for (size_t i = 0; i + 1 < aTokens.size(); ++i)
+        if (aTokens[i].m_eKind == ELumLex::EndOfStatement && aTokens[i + 1].m_eKind != ELumLex::EndOfFile)
+            return false;
+    return true;
 }
 
 std::string Message(const CLumsException& e)
@@ -286,6 +343,8 @@ CLumsVarValue CLumDapInspector::Value(const std::string& strExpression, size_t n
 // and is refused.
 CLumsVarValue CLumDapInspector::Compute(const std::string& strExpression, size_t nFrame) const
 {
+    if (!IsOneStatement(strExpression))
+        throw std::runtime_error(LumDapMessage(LUM_MSG_DAP_NOT_EXPRESSION, {strExpression}));
     CLumVariables copy(m_store);
     const std::string strLocals = "@" + m_aFrames[nFrame].m_strProcedure + "@";
     if (strLocals.size() > 2)
@@ -293,43 +352,9 @@ CLumsVarValue CLumDapInspector::Compute(const std::string& strExpression, size_t
             if (entry.m_value != nullptr &&
                 std::string_view(entry.m_strKey).substr(0, strLocals.size()) == strLocals)
                 copy.SetValue(entry.m_strKey.c_str() + strLocals.size(), new CLumsVarValue(*entry.m_value));
-    // The compiler knows an array by its Dim; Dim itself leaves the elements as they are.
-    std::map<std::string, std::vector<long>> mapArrays;
-    for (const auto& entry : copy.GetMap())
-    {
-        std::string_view key(entry.m_strKey);
-        size_t nColon = key.find(':');
-        if (key.empty() || key[0] == '@' || nColon == std::string_view::npos)
-            continue;
-        std::vector<long>& aBounds = mapArrays[std::string(key.substr(0, nColon))];
-        for (size_t i = 0; nColon != std::string_view::npos; ++i)
-        {
-            size_t nNext = key.find(':', nColon + 1);
-            long nIndex = atol(std::string(key.substr(nColon + 1, nNext - nColon - 1)).c_str());
-            if (aBounds.size() <= i)
-                aBounds.push_back(0);
-            aBounds[i] = std::max(aBounds[i], nIndex);
-            nColon = nNext;
-        }
-    }
-    // The program's procedures may be called; their own variables in the copy then
-    // change, which refuses the call.
     CLumFunctions* pFunctions =
         m_debugger.GetBasic() != nullptr ? m_debugger.GetBasic()->GetFunctions() : nullptr;
-    std::string strProgram;
-    if (pFunctions != nullptr)
-        for (const auto& entry : pFunctions->GetMap())
-            if (entry.m_value != nullptr && !entry.m_value->m_strDeclaration.empty())
-                strProgram += entry.m_value->m_strDeclaration + "\n";
-    strProgram += "Sub Main\n";
-    for (const auto& array : mapArrays)
-    {
-        strProgram += "    Dim " + array.first + "(";
-        for (size_t i = 0; i < array.second.size(); ++i)
-            strProgram += (i ? ", " : "") + std::to_string(array.second[i]);
-        strProgram += ")\n";
-    }
-    strProgram += "    " + std::string(RESULT_STATEMENT) + " (" + strExpression + ")\nEnd Sub\n";
+    std::string strProgram = EvaluationProgram(copy, pFunctions, strExpression);
     std::string strBefore;
     copy.MakeString(&strBefore);
     CLumsVarValue result;

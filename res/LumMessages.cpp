@@ -120,6 +120,7 @@ const LumMessage s_aMessages[] = {
     {57222, "Es wurde noch kein Programm gestartet."},
     {57223, "Die Bedingung \"%s\" kann nicht ausgewertet werden: %s"},
     {57224, "Fehlgeschlagener Lauf"},
+    {57225, "\"%s\" ist kein einzelner Ausdruck."},
 };
 } // namespace
 
