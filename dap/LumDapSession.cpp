@@ -94,6 +94,14 @@ private:
     LumDebugWindowFactory m_fnWindowBefore;
     LumMessageBoxFunction m_fnBoxBefore;
 };
+// Collects what is said on standard error while a launch is checked, for its answer.
+struct CSaid : CLumDapChannel
+{
+    void Respond(const json&, const json&) override {}
+    void Refuse(const json&, const std::string&) override {}
+    void Event(const std::string&, const json& body) override { m_strText += body.value("output", ""); }
+    std::string m_strText;
+};
 } // namespace
 
 CLumDapSession::CLumDapSession(CLumDapChannel& channel, bool fCapture)
@@ -125,12 +133,12 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
     // The options, the program and the extension table, as `run` would check them:
     // what they say goes to standard error, which the launch's answer then holds.
     SLumRunOptions options;
-    std::string strText;
+    CSaid said;
     bool fOk = false;
     {
         std::unique_ptr<CLumDapCapture> pCapture;
         if (m_fCapture)
-            pCapture = std::make_unique<CLumDapCapture>(2, "stderr", m_channel);
+            pCapture = std::make_unique<CLumDapCapture>(2, "stderr", said);
         fOk = LumParseRunOptions(m_aArgs, USAGE, options) && LumCheckSandbox(options) &&
               LumLoadExtensions(options.m_strExtensions, m_extensions);
         SLumProgramFile file;
@@ -144,8 +152,13 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
     }
     m_strProgram = CLumDapBreakpoints::SourceKey(options.m_strImage);
     m_strProgramPath = options.m_strImage;
+    std::string& strSaid = said.m_strText;
+    if (fOk && !strSaid.empty()) // the compiler's warnings
+        m_channel.Output("stderr", strSaid);
+    while (!strSaid.empty() && strSaid.back() == '\n')
+        strSaid.pop_back();
     if (!fOk)
-        strWhy = LumDapMessage(LUM_MSG_DAP_LAUNCH, {options.m_strImage});
+        strWhy = LumDapMessage(LUM_MSG_DAP_LAUNCH, {strSaid.empty() ? options.m_strImage : strSaid});
     return fOk;
 }
 

@@ -181,7 +181,7 @@ test('a failure stops with its report, and the run ends with status 1', timeout,
 
 test('a program that does not compile, pause in an endless loop, a malformed request', timeout, async () => {
   const dc = await start();
-  await assert.rejects(dc.launch({ program: broken }), /fehlerhaft: .*broken\.lbd/);
+  await assert.rejects(dc.launch({ program: broken }), /fehlerhaft: .*broken\.lbd:2:/);
   await Promise.all([dc.configurationSequence(), dc.launch({ program: endless })]);
   await new Promise((wake) => setTimeout(wake, 100)); // well into the loop
   const [stopped] = await Promise.all([dc.waitForEvent('stopped'), dc.pauseRequest({ threadId: 1 })]);
