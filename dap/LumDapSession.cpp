@@ -8,18 +8,18 @@
 #include "LumProgramFile.h"
 #include "LumRunCommand.h"
 #include "LumRunOptions.h"
+#include "LumVarsFile.h"
 
 #include <lumbasic/LumBasicDebugger.h>
 #include <lumbasic/LumMessageBox.h>
 
 #include <cstdio>
+#include <set>
 #include <stdexcept>
 #include <unistd.h>
 
 namespace
 {
-const char* const USAGE = "lumbasic dap: the launch configuration gives no program that `lumbasic run` takes";
-
 // The launch configuration's options as the command line of `lumbasic run`.
 std::vector<std::string> RunArguments(const json& args)
 {
@@ -94,6 +94,7 @@ private:
     LumDebugWindowFactory m_fnWindowBefore;
     LumMessageBoxFunction m_fnBoxBefore;
 };
+
 // Collects what is said on standard error while a launch is checked, for its answer.
 struct CSaid : CLumDapChannel
 {
@@ -121,6 +122,10 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
     try
     {
         m_aArgs = RunArguments(args);
+        // Where run refuses the options it says so with this line in place of its usage.
+        m_strCommand = "lumbasic run";
+        for (const std::string& strArg : m_aArgs)
+            m_strCommand += " " + strArg;
         m_fStopOnEntry = args.value("stopOnEntry", false);
         if (args.contains("cwd") && chdir(args.at("cwd").get<std::string>().c_str()) != 0)
             throw std::runtime_error("cwd: " + args.at("cwd").get<std::string>());
@@ -139,13 +144,17 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
         std::unique_ptr<CLumDapCapture> pCapture;
         if (m_fCapture)
             pCapture = std::make_unique<CLumDapCapture>(2, "stderr", said);
-        fOk = LumParseRunOptions(m_aArgs, USAGE, options) && LumCheckSandbox(options) &&
+        fOk = LumParseRunOptions(m_aArgs, m_strCommand.c_str(), options) && LumCheckSandbox(options) &&
               LumLoadExtensions(options.m_strExtensions, m_extensions);
+        std::string strVars;
+        std::set<std::string> setHostNames;
+        fOk = fOk && (options.m_strVars.empty() || LumReadVarsFile(options.m_strVars, strVars, setHostNames));
         SLumProgramFile file;
         if (fOk && (fOk = LumReadProgramFile(options.m_strImage, file)) && file.m_fSource)
         {
             SLumCompileOptions compileOptions;
             compileOptions.m_fStrict = options.m_fStrict;
+            compileOptions.m_pHostNames = &setHostNames;
             std::vector<uint8_t> aImage;
             fOk = LumCompileSource(file, m_extensions, compileOptions, aImage);
         }
@@ -178,9 +187,10 @@ void CLumDapSession::Run()
             pOut = std::make_unique<CLumDapCapture>(1, "stdout", m_channel);
             pErr = std::make_unique<CLumDapCapture>(2, "stderr", m_channel);
         }
-        nStatus = LumRunProgram(m_aArgs, USAGE, [this](bool fAnswer, int nAnswer, CLumConsole& console) {
-            return std::make_unique<CDapRunSession>(*this, fAnswer, nAnswer, console);
-        });
+        nStatus = LumRunProgram(m_aArgs, m_strCommand.c_str(),
+                                [this](bool fAnswer, int nAnswer, CLumConsole& console) {
+                                    return std::make_unique<CDapRunSession>(*this, fAnswer, nAnswer, console);
+                                });
     }
     m_channel.Event("exited", json{{"exitCode", nStatus}});
     m_channel.Event("terminated", json::object());

@@ -86,6 +86,7 @@ private:
     CLumExtensionTable m_extensions;
     // The arguments of `lumbasic run` the launch configuration stands for.
     std::vector<std::string> m_aArgs;
+    std::string m_strCommand;
     // The program's source as images name it, and its path as the configuration gives it.
     std::string m_strProgram;
     std::string m_strProgramPath;
