@@ -187,7 +187,7 @@ test('a program that does not compile, pause in an endless loop, a malformed req
   const [stopped] = await Promise.all([dc.waitForEvent('stopped'), dc.pauseRequest({ threadId: 1 })]);
   assert.strictEqual(stopped.body.reason, 'pause');
   await assert.rejects(dc.evaluateRequest({ frameId: 0 }), /"evaluate" ist fehlerhaft/);
-  assert.match(where(await top(dc))[0], /^Main@endless\.lbd:[34]$/);
+  assert.match(where(await top(dc))[0], /^Main@endless\.lbd:[2-4]$/);
   await Promise.all([dc.waitForEvent('terminated'), dc.terminateRequest({})]);
   await dc.stop();
 });
