@@ -16,6 +16,8 @@ int LumDisCommand(const std::vector<std::string>& aArgs);
 int LumFormatCommand(const std::vector<std::string>& aArgs);
 // lumbasic lsp: the language server on standard input and output.
 int LumLspCommand(const std::vector<std::string>& aArgs);
+// lumbasic dap: the debug adapter on standard input and output.
+int LumDapCommand(const std::vector<std::string>& aArgs);
 
 // The host statements a source of the command line may use: those of the extension
 // table at `strPath`, if one is named, then the console's (LumConsole.h). False after

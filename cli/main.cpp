@@ -21,7 +21,7 @@ struct Command
 const Command s_aCommands[] = {
     {"run", LumRunCommand},         {"compile", LumCompileCommand}, {"dis", LumDisCommand},
     {"profile", LumProfileCommand}, {"debug", LumDebugCommand},     {"fmt", LumFormatCommand},
-    {"lsp", LumLspCommand},
+    {"lsp", LumLspCommand},         {"dap", LumDapCommand},
 };
 
 int Usage()
@@ -36,7 +36,8 @@ int Usage()
         "       lumbasic profile [--lcov FILE] SOURCE...\n"
         "       lumbasic debug [run's options] IMAGE|SOURCE\n"
         "       lumbasic fmt [--check] FILE...\n"
-        "       lumbasic lsp\n");
+        "       lumbasic lsp\n"
+        "       lumbasic dap\n");
     return 2;
 }
 } // namespace

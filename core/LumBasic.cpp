@@ -121,6 +121,8 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
         AddCallSites(e);
+        if (m_pDebugger != nullptr && m_fDebugMode)
+            m_pDebugger->Fail(e);
         UnwindStacks(depths);
         m_fDebuggerLeftOver = !fHadDebugger && m_pDebugger != nullptr && m_fOwnDebugger;
     };

@@ -9,6 +9,7 @@
 #include "core/LumFrame.h"
 #include "debug/LumDebugHost.h"
 
+#include <cstdint>
 #include <cstring>
 
 LUM_IMPLEMENT_RUNTIME(CLumBasicDebugger, CLumObject, nullptr)
@@ -44,6 +45,7 @@ CLumBasicDebugger::~CLumBasicDebugger()
 
 void CLumBasicDebugger::Start(CLumBasic* pBasic, const char* pszSource, const char* pszText)
 {
+    m_fEnding = false;
     if (pszSource != nullptr)
         m_strMainSource = pszSource;
     m_pFilePolicy = pBasic != nullptr ? pBasic->m_pFilePolicy : nullptr;
@@ -304,6 +306,21 @@ int CLumBasicDebugger::GetHits(long nLine) const
     return m_pProfiler->GetHits(nLine);
 }
 
+void CLumBasicDebugger::GetCallStack(std::vector<SLumCallSite>& aSites) const
+{
+    if (m_pBasic == nullptr)
+        return;
+    size_t nOmitted = 0;
+    m_pBasic->VisitCallSites(
+        SIZE_MAX, 0, [&](int, SLumCallSite&& site) { aSites.push_back(std::move(site)); }, nOmitted);
+}
+
+void CLumBasicDebugger::Fail(const CLumsException& e)
+{
+    if (m_fDebugging && m_pDlg)
+        m_pDlg->OnFailure(e);
+}
+
 void CLumBasicDebugger::DebugOff()
 {
     m_fDebugging = 0;
@@ -316,6 +333,7 @@ void CLumBasicDebugger::DebugOff()
 // behind the program's last statement for the user to read them.
 void CLumBasicDebugger::End()
 {
+    m_fEnding = true;
     if (m_fProfile)
     {
         if (m_pProfiler != nullptr && CLumBasicDebugWindow::m_fProfileExport)

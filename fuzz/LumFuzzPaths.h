@@ -31,6 +31,9 @@ std::string FillTemplate(const uint8_t* pData, size_t nSize);
 // The bytes as the input of the language server, served to its end: everything the
 // server writes must be framed JSON-RPC 2.0.
 std::string ServeLsp(const uint8_t* pData, size_t nSize);
+// The bytes as the input of the debug adapter, each message served once the run has
+// settled: everything the adapter writes must be framed protocol messages.
+std::string ServeDap(const uint8_t* pData, size_t nSize);
 
 // Ends the process with `strFault` on standard error when it is not empty, so that
 // libFuzzer keeps the input as a crash; gives 0 otherwise.

@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 lum=$(realpath "${1:-build/cli/lumbasic}")
 corpus=fuzz/corpus
 rm -rf "$corpus"
-mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template,differential,lsp}
+mkdir -p "$corpus"/{image,disassembler,compiler,store,profile,template,differential,lsp,dap}
 
 # Compiled in a fixed directory: an image records its source's path, and the corpus
 # must not change with the directory of the tree.
@@ -110,6 +110,44 @@ request() { frame "{\"jsonrpc\":\"2.0\",\"id\":$1,\"method\":\"$2\",\"params\":{
   frame '{"jsonrpc":"2.0","id":4,"method":"textDocument/completion","params":{"textDocument":{"uri":"file:///tmp/geo.lbd"},"position":{"line":3,"character":8}}}'
 } >"$corpus/lsp/import"
 
+# Debug adapter sessions: framed requests as an editor writes them, on the program of
+# the target at its fixed path (fuzz/LumFuzzDap.cpp).
+req() { frame "{\"seq\":$1,\"type\":\"request\",\"command\":\"$2\",\"arguments\":{${3:-}}}"; }
+src='"source":{"path":"/tmp/lumfuzz-dap/prog.lbd"}'
+{
+  req 1 initialize '"adapterID":"lumbasic"'; req 2 launch '"program":"prog.lbd","stopOnEntry":true'
+  req 3 setBreakpoints "$src"',"breakpoints":[{"line":5,"condition":"i% = 2"},{"line":11},{"line":18,"hitCondition":">=2","logMessage":"here {here} of {b}"}]'
+  req 4 setExceptionBreakpoints '"filters":["failure"]'; req 5 configurationDone; req 6 threads
+  req 7 stackTrace '"threadId":1'; req 8 scopes '"frameId":0'; req 9 variables '"variablesReference":1'
+  req 10 next '"threadId":1'; req 11 stepIn '"threadId":1'; req 12 continue '"threadId":1'
+  req 13 stackTrace '"threadId":1,"startFrame":1,"levels":2'; req 14 scopes '"frameId":1'
+  req 15 variables '"variablesReference":2'; req 16 variables '"variablesReference":3'
+  req 17 setVariable '"variablesReference":2,"name":"total%","value":"42xyz"'
+  req 18 evaluate '"expression":"total% * 2 + values(1)","frameId":0,"context":"watch"'
+  req 19 evaluate '"expression":"Outer(1)","frameId":0,"context":"hover"'
+  req 20 evaluate '"expression":"i% = 7","frameId":0,"context":"repl"'
+  req 21 evaluate '"expression":"values","frameId":0,"context":"watch"'
+  req 22 stepOut '"threadId":1'; req 23 continue '"threadId":1'; req 24 exceptionInfo '"threadId":1'
+  req 25 continue '"threadId":1'; req 26 disconnect
+} >"$corpus/dap/session"
+{
+  req 1 stackTrace '"threadId":1'; req 2 continue; req 3 no-such-command
+  printf 'Content-Length: 9\r\n\r\nnot json!garbage\r\n\r\nContent-Length: x\r\n\r\n'
+  frame '[1,2,3]'; frame '{"seq":"x","type":"request","command":"threads"}'; frame '{"type":"event","event":"x"}'
+  req 4 initialize; req 5 launch '"program":7'; req 6 launch '"stopOnEntry":true,"answer":"x"'
+  req 7 launch '"modules":[{"library":"x.so"}]'; req 8 launch '"stopOnEntry":true'; req 9 launch
+  req 10 setBreakpoints '"breakpoints":[{"line":-3}]'; req 11 setBreakpoints "$src"',"breakpoints":[{"line":99},{"line":1,"hitCondition":"%0"}]'
+  req 12 configurationDone; req 13 variables '"variablesReference":77'; req 14 scopes '"frameId":-1'
+  req 15 evaluate '"expression":"(((","frameId":0'; req 16 evaluate '"expression":"x = ","context":"repl"'
+  req 17 setVariable '"variablesReference":1,"name":"nobody","value":"1"'; req 18 stepIn
+  printf 'Content-Length: 99999999999\r\n\r\n'
+} >"$corpus/dap/garbage"
+{
+  req 1 initialize; req 2 configurationDone; req 3 launch '"program":"p","answer":2,"plain":true,"trail":true'
+  req 4 setExceptionBreakpoints '"filters":[]'; req 5 pause '"threadId":1'; req 6 stackTrace '"threadId":1'
+  req 7 terminate; req 8 disconnect '"terminateDebuggee":true'
+} >"$corpus/dap/quiet"
+
 # Dictionaries: each token of the images as its two bytes, little-endian; the words
 # of the language for the compiler.
 {
@@ -130,3 +168,13 @@ request() { frame "{\"jsonrpc\":\"2.0\",\"id\":$1,\"method\":\"$2\",\"params\":{
   } | sed 's/\\/\\\\/g; s/"/\\"/g; s/.*/"&"/'
   printf '"\\x0d\\x0a\\x0d\\x0a"\n'
 } | sort -u >fuzz/lsp.dict
+{
+  {
+    printf '%s\n' 'Content-Length: ' '"seq":' '"type":"request"' '"command":' '"arguments":' '"threadId":1' \
+      '"frameId":' '"variablesReference":' '"expression":' '"context":"repl"' '"line":' '"condition":' \
+      '"hitCondition":' '"logMessage":' '"breakpoints":' '"source":{"path":"/tmp/lumfuzz-dap/prog.lbd"}' \
+      '"stopOnEntry":true' '"filters":["failure"]' '"name":' '"value":'
+    grep -o '{"[a-zA-Z]*", [&E]' dap/LumDapServer.cpp | cut -d, -f1 | tr -d '{'
+  } | sed 's/\\/\\\\/g; s/"/\\"/g; s/.*/"&"/'
+  printf '"\\x0d\\x0a\\x0d\\x0a"\n'
+} | sort -u >fuzz/dap.dict

@@ -108,6 +108,19 @@ const LumMessage s_aMessages[] = {
     {57210, "Das Debugfenster kann nicht geöffnet werden: %s"},
     {57211, "Kein Variablenname angegeben!"},
     {57212, "Kein Wert angegeben!"},
+    {57213, "Ab dieser Zeile folgt keine Zeile mit Code mehr."},
+    {57214, "Die Trefferzahl \"%s\" ist keine der Formen N, >=N, >N, ==N oder %N."},
+    {57215, "Das Programm hält gerade nicht an."},
+    {57216, "Der Ausdruck \"%s\" würde Variablen ändern und wird deshalb nicht ausgewertet."},
+    {57217, "Der Lauf wurde im Debugger beendet."},
+    {57218, "Die Variable \"%s\" gibt es hier nicht."},
+    {57219, "Die Anfrage \"%s\" wird nicht unterstützt."},
+    {57220, "Die Anfrage \"%s\" ist fehlerhaft: %s"},
+    {57221, "Die Startkonfiguration ist fehlerhaft: %s"},
+    {57222, "Es wurde noch kein Programm gestartet."},
+    {57223, "Die Bedingung \"%s\" kann nicht ausgewertet werden: %s"},
+    {57224, "Fehlgeschlagener Lauf"},
+    {57225, "\"%s\" ist kein einzelner Ausdruck."},
 };
 } // namespace
 

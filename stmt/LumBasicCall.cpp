@@ -10,6 +10,7 @@
 #include "expr/LumExpression.h"
 
 #include <cstring>
+#include <functional>
 #include <list>
 #include <memory>
 #include <vector>
@@ -174,7 +175,18 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
 
 void CLumBasic::AddCallSites(CLumsException& e) const
 {
-    // The stacks still hold the run as it stood. A call entered below a procedure's
+    size_t nOmitted = 0;
+    VisitCallSites(
+        CLumsException::MAX_HEAD, CLumsException::MAX_TAIL,
+        [&](int, SLumCallSite&& site) { e.AddCallSite(std::move(site)); }, nOmitted);
+    if (nOmitted != 0)
+        e.OmitCallSites(nOmitted);
+}
+
+void CLumBasic::VisitCallSites(size_t nHead, size_t nTail,
+                               const std::function<void(int, SLumCallSite&&)>& fnSite, size_t& nOmitted) const
+{
+    // The stacks still hold the run as it stands. A call entered below a procedure's
     // head tells the line of its call.
     int nNames = m_cFunctionStack.GetCount();
     std::vector<long> aCallerLine(static_cast<size_t>(nNames) + 1, 0);
@@ -194,30 +206,30 @@ void CLumBasic::AddCallSites(CLumsException& e) const
             if (const CallInfo* pInfo = m_pFunctions ? m_pFunctions->Lookup(cSite.m_strProcedure) : nullptr)
             {
                 cSite.m_strSource = pInfo->m_strSource;
-                // Failed at its head or its first marker: the line is its declaration's.
+                // At its head or its first marker: the line is its declaration's.
                 if (i == m_nAtHead && i == nNames - 1)
                     cSite.m_nLine = pInfo->m_nLine;
             }
         }
-        e.AddCallSite(std::move(cSite));
+        fnSite(i, std::move(cSite));
     };
     if (nNames == 0)
     {
         site(-1, m_nLine);
         return;
     }
-    // The line each procedure stood at: the innermost at the failing line, each other
+    // The line each procedure stands at: the innermost at the current line, each other
     // at the line from which the one above it was called.
-    const size_t nKeep = CLumsException::MAX_HEAD + CLumsException::MAX_TAIL;
+    size_t nKeep = nHead + nTail;
     long nLine = CallerLine();
     for (int i = nNames - 1; i >= 0; --i)
     {
         size_t nFromTop = static_cast<size_t>(nNames - 1 - i);
-        if (static_cast<size_t>(nNames) <= nKeep || nFromTop < CLumsException::MAX_HEAD ||
-            static_cast<size_t>(i) < CLumsException::MAX_TAIL)
+        if (nKeep < nHead || static_cast<size_t>(nNames) <= nKeep || nFromTop < nHead ||
+            static_cast<size_t>(i) < nTail)
             site(i, nLine);
-        else if (nFromTop == CLumsException::MAX_HEAD)
-            e.OmitCallSites(static_cast<size_t>(nNames) - nKeep);
+        else if (nFromTop == nHead)
+            nOmitted += static_cast<size_t>(nNames) - nKeep;
         nLine = aCallerLine[static_cast<size_t>(i)];
     }
 }

@@ -75,8 +75,13 @@ function createClient(command) {
     return new LanguageClient(SECTION, 'LumBasic', serverOptions, clientOptions);
 }
 
+// The lumbasic program of the setting lumbasic.path, for the server and the debugger.
+function lumbasicCommand() {
+    return resolvePath(vscode.workspace.getConfiguration(SECTION).get('path') || 'lumbasic');
+}
+
 async function start() {
-    const command = resolvePath(vscode.workspace.getConfiguration(SECTION).get('path') || 'lumbasic');
+    const command = lumbasicCommand();
     if (!findsProgram(command)) {
         // The user can mend this one: say which setting to change. Not awaited, so that
         // a change of the setting restarts at once, whether the message is closed or not.
@@ -121,4 +126,4 @@ async function deactivate() {
     if (running && running.isRunning()) await running.stop();
 }
 
-module.exports = { activate, deactivate };
+module.exports = { activate, deactivate, command: lumbasicCommand };

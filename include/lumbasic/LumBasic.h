@@ -306,6 +306,11 @@ private:
     // Records the procedures running at a failure, innermost first, behind the sites
     // an inner run (an import) recorded.
     void AddCallSites(CLumsException& e) const;
+    // Gives the procedures running now to `fnSite`, innermost first, with the index of
+    // each on the procedure stack (-1 for statements outside any): the first `nHead`
+    // and the last `nTail` of them, counting those between in `nOmitted`.
+    void VisitCallSites(size_t nHead, size_t nTail, const std::function<void(int, SLumCallSite&&)>& fnSite,
+                        size_t& nOmitted) const;
     struct SLumStackDepths
     {
         int m_nCmd, m_nCall, m_nParam, m_nFunction, m_fInFunction;

@@ -11,6 +11,7 @@
 #include <vector>
 
 class CLumBasicDebugger;
+class CLumsException;
 
 class LUM_API CLumBasicDebugWindow
 {
@@ -36,6 +37,9 @@ public:
     // Writes the listing of the source on display; CLumBasicDebugger::WriteProfileListing
     // writes it from the source text.
     virtual void ExportProfile() = 0;
+    // The main run failed with `e`, before its stacks unwind; nothing by default. It
+    // must not throw: the failure goes on its way once it returns.
+    virtual void OnFailure(const CLumsException& e) { (void)e; }
 };
 
 // Makes the window of a debugger that starts, showing `pszText` (null for none).

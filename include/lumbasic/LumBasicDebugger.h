@@ -23,6 +23,8 @@ class CLumBasic;
 class CLumBasicDebugWindow;
 class CLumBasicProfiler;
 class CLumFilePolicy;
+class CLumsException;
+struct SLumCallSite;
 
 class LUM_API CLumBasicDebugger : public CLumObject
 {
@@ -65,6 +67,16 @@ public:
     void ChangeVar(const char* pszName, const char* pszValue);
     long GetLineNr() const { return m_nLineNr; }
     int GetHits(long nLine) const;
+    // The procedures running in the main program, innermost first, each with its
+    // source and the line it stands at; one site without a name outside procedures.
+    void GetCallStack(std::vector<SLumCallSite>& aSites) const;
+    // The main program's interpreter while a run is debugged, else null.
+    CLumBasic* GetBasic() const { return m_pBasic; }
+    // Whether End is under way: a window's last stop, to read the counts, follows.
+    bool IsEnding() const { return m_fEnding; }
+    // The main run failed with `e`, whose call sites are recorded and whose stacks
+    // and store still stand as they were: the window may stop there.
+    void Fail(const CLumsException& e);
     // Switches debugging and counting off for this run and for every interpreter of
     // the process: the one call that writes the master switches while a run goes on.
     void DebugOff();
@@ -109,6 +121,7 @@ private:
     std::unique_ptr<char[]> m_pszSource;
     std::set<long> m_mapBreakpoints;
     int m_fStepMode = 1;
+    bool m_fEnding = false;
     // Whether this run is debugged: the master switch, or its interpreter's debug mode,
     // when it started.
     int m_fDebugging = 0;

@@ -17,11 +17,15 @@ namespace
 using Path = std::string (*)(const uint8_t*, size_t);
 
 const std::map<std::string, Path> PATHS = {
-    {"image", lumfuzz::RunImage},           {"disassembler", lumfuzz::Disassemble},
-    {"compiler", lumfuzz::CompileAndRun},   {"store", lumfuzz::StoreRoundTrip},
-    {"profile", lumfuzz::ReadProfile},      {"template", lumfuzz::FillTemplate},
+    {"image", lumfuzz::RunImage},
+    {"disassembler", lumfuzz::Disassemble},
+    {"compiler", lumfuzz::CompileAndRun},
+    {"store", lumfuzz::StoreRoundTrip},
+    {"profile", lumfuzz::ReadProfile},
+    {"template", lumfuzz::FillTemplate},
     {"differential", lumfuzz::RunBothWays},
     {"lsp", lumfuzz::ServeLsp},
+    {"dap", lumfuzz::ServeDap},
 };
 
 std::vector<uint8_t> ReadBytes(const std::filesystem::path& path)
