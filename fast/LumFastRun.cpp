@@ -2,7 +2,7 @@
 // the links, with the handler taking every statement the form does not run itself.
 // The statements that loops repeat most (line markers, assignments of numbers, Next
 // and the branches) run here without leaving this file.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 

@@ -1,7 +1,7 @@
 // How a statement of the image becomes a statement of the fast form. Operands are read
 // with the cursor's own checks; whatever the handler would refuse, and whatever the
 // form does not cover, stays a statement for the handler.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 

@@ -1,7 +1,7 @@
 // Values of the fast form beyond numbers in variables: strings and other values with
 // the value type's own operators, elements of arrays, built-in functions handed to the
 // expression machinery, and the stores that make a variable where it is missing.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 

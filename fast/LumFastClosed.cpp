@@ -13,7 +13,7 @@
 // variable it wrote, from its undo list, and the call runs the regular way from its
 // start, which then does or reports whatever it must. A call whose closed runs keep
 // giving up stops trying.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 
