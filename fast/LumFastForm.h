@@ -212,6 +212,10 @@ struct SLumFastStep : SLumFastCallSite
     SLumFastExpr* m_pTarget = nullptr;
     // CALL: the arguments.
     std::vector<SLumFastExpr*> m_apArgs;
+    // ASSIGN of a string whose value is its own target plus parts (`s$ = s$ + a$ + b$`):
+    // the target's read, and the parts, appended in place (AssignAppend).
+    SLumFastExpr* m_pAppendTo = nullptr;
+    std::vector<SLumFastExpr*> m_apParts;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
     struct SParam
     {
@@ -377,6 +381,8 @@ public:
     // The most expressions the regular way opens inside one that the fast form computes
     // itself (indices inside indices); an element nested deeper goes to the machinery.
     static constexpr int MAX_LEVELS = 8;
+    // The most parts one assignment appends to its target in place.
+    static constexpr size_t MAX_APPENDED = 8;
 
     CLumFastForm() = default;
     CLumFastForm(const CLumFastForm&) = delete;
@@ -617,6 +623,9 @@ private:
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
+    EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
+    // The parts of a string assignment that appends to its own target, into the step.
+    static void FindAppendedParts(SLumFastStep& step);
     bool ValueFor(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& value);
     EOutcome AssignElement(CLumBasic& basic, SLumFastStep& step);
     void Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache);

@@ -148,7 +148,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastSt
     if (step.m_fCommitted)
         return AssignCommitted(basic, step);
     if (!step.m_fNumeric || step.m_cType == '$')
-        return AssignValue(basic, step);
+        return step.m_pAppendTo != nullptr ? AssignAppend(basic, step) : AssignValue(basic, step);
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty())
         return AssignValue(basic, step);

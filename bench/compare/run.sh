@@ -23,6 +23,7 @@ kinds=(
   "sub 1000000 Sub call with two parameters"
   "template 300000 Str\$ with a template"
   "invoice 200000 invoice lines (realistic program)"
+  "build 20000 building a text, s\$ = s\$ + p\$"
 )
 
 result_of_lumbasic() { # kind n

@@ -281,12 +281,13 @@ protected:
     bool NeedsChangeNotice() { return m_fDebugMode && !TakesFastPaths(); }
     // Whether a run may take the fast form and remember names: the fast paths are on
     // and the variable access is this class's own.
-    bool TakesFastPaths()
-    {
-        return m_fFastPaths && (m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess());
-    }
+    bool TakesFastPaths() { return m_fFastPaths && HasPlainAccess(); }
+    bool HasPlainAccess() { return m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess(); }
     bool FindPlainAccess();
     void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
+    // `s$ = s$ + ...` of constants and variables, appended to the variable in place;
+    // false, and nothing done, for any other assignment. The cursor stands at the value.
+    bool AppendToSelf(const char* pszName);
     // The variable that `cache` still names, or null when it names none any more.
     CLumsVarValue* CachedVarOrNull(const CLumNameCache& cache) const
     {
