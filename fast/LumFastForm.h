@@ -190,6 +190,8 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fCommitted = false;
     // MARKER: a marker stands right behind, so this one does not reach the debugger.
     bool m_fMarkerFollows = false;
+    // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
+    bool m_fMarkerUncounted = false;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -623,6 +625,7 @@ private:
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
+    EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
     EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
     // The parts of a string assignment that appends to its own target, into the step.
     static void FindAppendedParts(SLumFastStep& step);

@@ -112,6 +112,8 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     case LBT_DEBUGINFO:
         step.m_nLine = file.GetDWord();
         step.m_fMarkerFollows = file.PeekToken() == LBT_DEBUGINFO;
+        step.m_fMarkerUncounted = file.PeekToken() == LBT_DECLARE || file.PeekToken() == LBT_SUB ||
+                                  file.PeekToken() == LBT_FUNCTION;
         eKind = SLumFastStep::MARKER;
         break;
     case LBT_ASSIGN:

@@ -352,7 +352,18 @@ private:
     // Whether the line marker at `pAt` enters its line rather than going on in it: a
     // line counts and stops once each time the run comes to it, though a statement of
     // it may have a marker of its own.
-    bool EntersLine(long nLine, const unsigned char* pAt);
+    bool EntersLine(long nLine, const unsigned char* pAt)
+    {
+        // Deeper levels belong to calls that have returned.
+        size_t nLevels = static_cast<size_t>(m_cCallStack.GetCount()) + 1;
+        if (m_aLineMarks.size() != nLevels)
+            m_aLineMarks.resize(nLevels);
+        SLumLineMark& last = m_aLineMarks.back();
+        bool fEnters = last.m_pAt == nullptr || last.m_nLine != nLine || pAt <= last.m_pAt;
+        last.m_pAt = pAt;
+        last.m_nLine = nLine;
+        return fEnters;
+    }
 
     // What a run may open on its program's behalf; null for anything.
     std::shared_ptr<const CLumFilePolicy> m_pFilePolicy;
