@@ -595,6 +595,10 @@ private:
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);
     void Undo();
+    // Line hits of a closed run while lines are counted: noted as the markers are
+    // passed, counted when the run ends whole, dropped when it gives up.
+    __attribute__((noinline)) bool NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    void CountHits(CLumBasic& basic);
     // A closed run gives up: for good where the regular way would do the same again,
     // or for a warm-up, which the regular way's run of the call makes unnecessary.
     bool GiveUp() { return false; }
@@ -677,6 +681,15 @@ private:
     unsigned long m_nClosedSteps = 0;
     unsigned long m_nClosedStepLimit = 0;
     bool m_fWarmUp = false;
+    // Counting: the markers passed, each with the levels of calls it stands in.
+    struct SHit
+    {
+        const SLumFastStep* m_pMarker;
+        size_t m_nLevels;
+    };
+    bool m_fCounting = false;
+    size_t m_nCallLevels = 0;
+    std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;

@@ -354,8 +354,13 @@ private:
     // it may have a marker of its own.
     bool EntersLine(long nLine, const unsigned char* pAt)
     {
+        return EntersLineAt(static_cast<size_t>(m_cCallStack.GetCount()) + 1, nLine, pAt);
+    }
+    // The same for a marker inside `nLevels` - 1 calls, where the call stack does not
+    // show them (a function the fast form runs whole).
+    bool EntersLineAt(size_t nLevels, long nLine, const unsigned char* pAt)
+    {
         // Deeper levels belong to calls that have returned.
-        size_t nLevels = static_cast<size_t>(m_cCallStack.GetCount()) + 1;
         if (m_aLineMarks.size() != nLevels)
             m_aLineMarks.resize(nLevels);
         SLumLineMark& last = m_aLineMarks.back();
