@@ -11,6 +11,7 @@
 #include "vars/LumTextGrowth.h"
 
 #include <cstring>
+#include <optional>
 
 namespace
 {
@@ -51,7 +52,7 @@ size_t AppendedParts(const CLumTermNode* pRoot, const char* pszName, const CLumT
 
 bool CLumBasic::AppendToSelf(const char* pszName)
 {
-    if (!HasPlainAccess() || pszName[0] == '@' ||
+    if (!HasPlainAccess() || m_pVariables == nullptr || pszName[0] == '@' ||
         CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + 1 > CLumExpression::MAX_NESTING)
         return false;
     const CLumReadCache::Tree* pTree = m_pQuelle->GetReadCache().FindTree(m_pQuelle->GetPosition());
@@ -59,12 +60,14 @@ bool CLumBasic::AppendToSelf(const char* pszName)
     size_t nParts = pTree != nullptr ? AppendedParts(pTree->m_pRoot, pszName, apParts) : 0;
     if (nParts == 0)
         return false;
-    // The variable SetVar stores into and GetVar reads: the local where there is one.
-    CLumsVarValue* pTarget = nullptr;
+    // The variable SetVar stores into, the local where its key is there: GetVar reads
+    // the same one unless the local's key holds no value yet, which is no case for here.
+    std::optional<CLumScopedKey> scoped;
     if (GetDepth() > 1)
-        pTarget = m_pVariables->Find(CLumScopedKey(m_cFunctionStack.TopString(), pszName).c_str(), nullptr);
-    if (pTarget == nullptr)
-        pTarget = m_pVariables->Find(pszName, nullptr);
+        scoped.emplace(m_cFunctionStack.TopString(), pszName);
+    CLumsVarValue* pTarget = scoped && m_pVariables->Contains(scoped->view())
+                                 ? m_pVariables->Find(scoped->c_str(), nullptr)
+                                 : m_pVariables->Find(pszName, nullptr);
     if (pTarget == nullptr || !pTarget->IsString())
         return false;
     // A number's text is made in a copy, as the copying way makes it: the variable or
