@@ -3,7 +3,7 @@
 #include <lumbasic/LumBasicExtModul.h>
 
 #include "core/LumDepthGuard.h"
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 #include "core/LumFrame.h"
 
 LUM_IMPLEMENT_RUNTIME(CLumBasic, CLumObject, nullptr)

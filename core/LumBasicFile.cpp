@@ -1,7 +1,7 @@
 #include <lumbasic/LumBasicFile.h>
 
 #include "core/LumFrame.h"
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 #include "expr/LumReadCache.h"
 
 #include <algorithm>

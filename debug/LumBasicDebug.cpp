@@ -22,17 +22,3 @@ int CLumBasic::SetDebugInfo()
         return m_pDebugger->Step(m_nLine);
     });
 }
-
-// A marker goes on in its line when the marker before it on the same level of calls
-// has the same line and stands before it: the statements of one line, with whatever
-// they called in between. A jump back, as a loop makes, enters the line again.
-bool CLumBasic::EntersLine(long nLine, const unsigned char* pAt)
-{
-    // Deeper levels belong to calls that have returned.
-    m_aLineMarks.resize(static_cast<size_t>(m_cCallStack.GetCount()) + 1);
-    SLumLineMark& last = m_aLineMarks.back();
-    bool fEnters = last.m_pAt == nullptr || last.m_nLine != nLine || pAt <= last.m_pAt;
-    last.m_pAt = pAt;
-    last.m_nLine = nLine;
-    return fEnters;
-}

@@ -226,13 +226,9 @@ void CLumBasicDebugger::AdmitSource(const std::string& strPath) const
 
 int CLumBasicDebugger::Step(long nLine)
 {
-    m_nLineNr = nLine;
-    if (m_fHasSource && m_fProfile && m_pProfiler != nullptr)
-    {
-        m_pProfiler->CountHit(nLine);
-        if (m_pDlg)
-            m_pDlg->RefreshLine(nLine);
-    }
+    CountLine(nLine);
+    if (m_pDlg && m_fHasSource && m_fProfile && m_pProfiler != nullptr)
+        m_pDlg->RefreshLine(nLine);
     if (!m_fDebugging)
         return 0;
     // Breakpoints hold a line alone, so they belong to the main source.

@@ -31,6 +31,8 @@ struct CLumDifferential::SRun
     bool m_fFast;
     bool m_fProfile;
     unsigned long m_nLimit;
+    // The program's own memory budget, kept in the run without a statement limit.
+    size_t m_nMemory;
     // For a run without a limit: how long it may take before it is stopped, as one
     // that does not end.
     std::chrono::milliseconds m_patience{0};
@@ -182,9 +184,10 @@ std::string CLumDifferential::Outcome(const std::vector<uint8_t>& aImage, const 
             basic.SetFastPaths(run.m_fFast);
             basic.SetStatementLimit(run.m_nLimit);
             // A text that doubles on each pass of a loop would fill the machine. The
-            // budget counts temporary values, which each way makes differently, so a
-            // run that meets it is not compared.
-            basic.SetMemoryLimit(run.m_nLimit != 0 ? MEMORY_LIMIT : 0);
+            // budget counts the temporary values of the statements open, which each way
+            // makes differently, so a run that meets it inside a procedure is not
+            // compared (Compare).
+            basic.SetMemoryLimit(run.m_nMemory != 0 ? run.m_nMemory : run.m_nLimit != 0 ? MEMORY_LIMIT : 0);
             std::string strRun;
             std::unique_ptr<CWatchdog> pWatchdog(run.m_nLimit == 0 ? new CWatchdog(basic, run.m_patience)
                                                                    : nullptr);
@@ -237,7 +240,8 @@ namespace
 std::string Listed(const SLumGeneratedProgram& program)
 {
     return "--- main.lbd\n" + program.m_strMain + "--- lib.lbd\n" + program.m_strLibrary +
-           "--- statement limit " + std::to_string(program.m_nStatementLimit) + "\n";
+           "--- statement limit " + std::to_string(program.m_nStatementLimit) + ", memory limit " +
+           std::to_string(program.m_nMemoryLimit) + "\n";
 }
 } // namespace
 
@@ -257,7 +261,7 @@ std::string CLumDifferential::Describe(const SLumGeneratedProgram& program)
     std::vector<uint8_t> aMain;
     if (!CompileProgram(program, aMain, strErrors))
         return Listed(program) + strErrors;
-    return Listed(program) + Outcome(aMain, {true, false, program.m_nStatementLimit});
+    return Listed(program) + Outcome(aMain, {true, false, program.m_nStatementLimit, program.m_nMemoryLimit});
 }
 
 std::string CLumDifferential::Compare(const SLumGeneratedProgram& program)
@@ -268,40 +272,66 @@ std::string CLumDifferential::Compare(const SLumGeneratedProgram& program)
     if (!CompileProgram(program, aMain, strErrors))
         return "the generated program does not compile:\n" + strErrors + strProgram;
 
+    // Between two statements of Main no statement is open, and both ways hold the same
+    // values: a budget met there must be met at the same statement. Inside a procedure
+    // the statements open around it hold temporary values, which each way makes
+    // differently, so such a run is not compared.
+    static const std::string s_strOverMemory = "Die Werte des Laufs belegen mehr als ";
+    auto overInProcedure = [&](const std::string& strOutcome) {
+        size_t nAt = strOutcome.find(s_strOverMemory);
+        if (nAt == std::string::npos)
+            return false;
+        if (program.m_nMemoryLimit == 0)
+            return true;
+        size_t nCalls = strOutcome.find("calls:\n", nAt) + 7;
+        std::string strCalls = strOutcome.substr(nCalls, strOutcome.find("omitted ", nCalls) - nCalls);
+        return strCalls.find('\n') + 1 != strCalls.size() || strCalls.compare(0, 5, "Main ") != 0;
+    };
+    bool fOverMemory = false;
     auto differ = [&](const char* pszFirst, const std::string& strFirst, const char* pszSecond,
                       const std::string& strSecond) {
-        if (strFirst == strSecond)
+        if (overInProcedure(strFirst) || overInProcedure(strSecond))
+            fOverMemory = true;
+        if (strFirst == strSecond || fOverMemory)
             return std::string();
         return std::string("=== ") + pszFirst + "\n" + strFirst + "=== " + pszSecond + "\n" + strSecond +
                strProgram;
     };
     unsigned long nLimit = program.m_nStatementLimit;
+    size_t nMemory = program.m_nMemoryLimit;
     auto start = std::chrono::steady_clock::now();
-    std::string strFast = Outcome(aMain, {true, false, nLimit});
+    std::string strFast = Outcome(aMain, {true, false, nLimit, nMemory});
     auto took =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-    std::string strPlain = Outcome(aMain, {false, false, nLimit});
-    static const std::string s_strOverMemory = "Die Werte des Laufs belegen mehr als ";
-    if (strFast.find(s_strOverMemory) != std::string::npos ||
-        strPlain.find(s_strOverMemory) != std::string::npos)
+    std::string strPlain = Outcome(aMain, {false, false, nLimit, nMemory});
+    std::string strDiff = differ("fast", strFast, "plain", strPlain);
+    if (fOverMemory)
     {
         ++m_nOverMemory;
         return "";
     }
-    std::string strDiff = differ("fast", strFast, "plain", strPlain);
     if (strDiff.empty() && strFast.find("  a call site outside its source\n") != std::string::npos)
         return "a call site outside its source, both ways:\n" + strFast + strProgram;
     // Without a limit nothing is watched, and the fast form takes its quickest paths.
     if (strDiff.empty() && strFast.find("statements: " + std::to_string(nLimit) + "\n") == std::string::npos)
     {
         std::string strCounted = strFast.substr(0, strFast.rfind("statements: "));
-        SRun unlimited{true, false, 0, std::max(std::chrono::milliseconds(2000), 50 * took)};
+        SRun unlimited{true, false, 0, nMemory, std::max(std::chrono::milliseconds(2000), 50 * took)};
         strDiff = differ("fast, limited", strCounted, "fast, unlimited (stopped if it did not end in time)",
                          Outcome(aMain, unlimited));
     }
+    // With lines counted the two ways still hold different values beside the store, so
+    // a budget met there is not compared either.
     if (strDiff.empty())
-        strDiff = differ("fast, counting lines", Outcome(aMain, {true, true, nLimit}),
-                         "plain, counting lines", Outcome(aMain, {false, true, nLimit}));
+    {
+        std::string strFastCounted = Outcome(aMain, {true, true, nLimit, nMemory});
+        std::string strPlainCounted = Outcome(aMain, {false, true, nLimit, nMemory});
+        if (strFastCounted.find(s_strOverMemory) == std::string::npos &&
+            strPlainCounted.find(s_strOverMemory) == std::string::npos)
+            strDiff =
+                differ("fast, counting lines", strFastCounted, "plain, counting lines", strPlainCounted);
+    }
+    m_nOverMemory += fOverMemory;
     return strDiff;
 }
 

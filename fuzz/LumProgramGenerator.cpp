@@ -1,5 +1,6 @@
 #include "LumProgramGenerator.h"
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -110,6 +111,7 @@ private:
     void Block(const SContext& ctx, int nDepth);
     void Statement(const SContext& ctx, int nDepth);
     std::string Simple(const SContext& ctx);
+    std::string SelfAppend(const SContext& ctx, bool fBuilder);
     void IfBlock(const SContext& ctx, int nDepth);
     void ForLoop(const SContext& ctx, int nDepth);
     void WhileLoop(const SContext& ctx, int nDepth);
@@ -184,6 +186,17 @@ SLumGeneratedProgram CGenerator::Generate()
     main.m_fNumbersOnly = m_fNumbersOnly;
     for (int i = 1 + static_cast<int>(m_c.Pick(6)); i > 0; --i)
         Statement(main, 0);
+    // Now and then a text built in a loop until the memory budget ends the run.
+    if (m_c.Chance(12))
+    {
+        program.m_nMemoryLimit = (2 + m_c.Pick(47)) * 4096;
+        program.m_nStatementLimit = std::max(program.m_nStatementLimit, 150000ul);
+        Line("For ib% = 1 To 20000");
+        ++m_nIndent;
+        Line(SelfAppend(main, true));
+        --m_nIndent;
+        Line("Next ib%");
+    }
     --m_nIndent;
     Line("End Sub");
     // The program's procedures before the library's: the bytes may run out on the way,
@@ -398,8 +411,27 @@ std::string CGenerator::Simple(const SContext& ctx)
             return "Import \"" + m_strLibraryImage + "\"";
         return "Let y = " + Number(ctx, 0);
     default:
-        return "s$ = s$ + " + Text(ctx, 1);
+        return SelfAppend(ctx, false);
     }
+}
+
+// `t$ = t$ + ...` with one to four parts, which the fast form and the handler append in
+// place: texts, numbers, the target itself. A builder's first part is a text of ten
+// bytes, so that its loop reaches the memory budget.
+std::string CGenerator::SelfAppend(const SContext& ctx, bool fBuilder)
+{
+    std::string strTarget = Variable(EType::Text, ctx, true);
+    std::string strLine = strTarget + " = " + strTarget + (fBuilder ? " + \"0123456789\"" : "");
+    for (int i = 1 + static_cast<int>(m_c.Pick(4)); i > 0; --i)
+    {
+        if (m_c.Chance(15))
+            strLine += " + " + strTarget;
+        else if (m_c.Chance(15))
+            strLine += " + (" + Number(ctx, 2) + ")";
+        else
+            strLine += " + " + Text(ctx, 2);
+    }
+    return strLine;
 }
 
 void CGenerator::IfBlock(const SContext& ctx, int nDepth)

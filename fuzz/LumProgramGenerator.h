@@ -39,6 +39,9 @@ struct SLumGeneratedProgram
     std::string m_strLibrary;
     // The statements a run may take.
     unsigned long m_nStatementLimit = 0;
+    // The bytes its values may take, 0 for the differential's own budget: a program
+    // that builds a text until it reaches this one.
+    size_t m_nMemoryLimit = 0;
 };
 
 // A program whose Import names `strLibraryImage`.

@@ -89,6 +89,8 @@ int CLumBasic::Assign()
 
         if (m_pQuelle->GetToken() != LBT_EXPRESSION)
             LumRaise(LUM_MSG_ASSIGN_NO_VALUE, pszName);
+        if (strName.empty() && TypeChar(pszName) == '$' && AppendToSelf(pszName))
+            return 0;
         CLumExpression cValue(m_pQuelle, m_pVariables, this);
         ValuePtr pValue(cValue.Auswerten());
         ConvertForName(pszName, *pValue);

@@ -16,7 +16,7 @@ foreach(name "CLumBasic::DoMemory(" "CLumVariables::GetValue(" "CLumsVarValue::G
     message(FATAL_ERROR "${LIBRARY} does not export ${name}")
   endif()
 endforeach()
-# Classes of the internal headers (core/, expr/, debug/, compiler/, tools/).
+# Classes of the internal headers (core/, fast/, expr/, debug/, compiler/, tools/).
 foreach(name "CLumCompiler" "CLumParser" "CLumLexer" "CLumCodeGen" "CLumDiagnostics" "CLumDisassembler"
              "CLumExtensionTable" "CLumImageWriter" "CLumExpression" "CLumTermNode" "CLumArchive" "CLumFastForm"
              "CLumReadCache" "CLumDepthGuard" "CLumFreeList" "CLumScopedKey" "CLumAddressMap" "LumApplyOperator"

@@ -2,6 +2,7 @@
 #include "tests/LumCompilerTestSupport.h"
 #include "tests/LumImageDir.h"
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -165,4 +166,46 @@ TEST(RunLoop, AMemoryBudgetEndsARunThatGrowsTooBig)
         << "the store's text before the run counts";
     basic.SetMemoryLimit(0);
     EXPECT_EQ(RunImage(basic, aSmall), std::vector<std::string>());
+}
+
+// A text built by appending to itself, in one part or several, grows in place: a
+// budget of 4 MiB is reached within seconds either way (copying the whole text at
+// each append would take minutes, and the stop request ends that), at the same pass.
+TEST(RunLoop, ATextBuiltByAppendsReachesItsBudgetInLinearTimeEitherWay)
+{
+    const char* const apszAppends[] = {"s$ = s$ + p$", "s$ = s$ + \"Pos. \" + p$ + (i%) + \"; \""};
+    for (const char* pszAppend : apszAppends)
+    {
+        std::vector<uint8_t> aImage;
+        ASSERT_EQ(
+            CompileText(std::string("Sub Main\n p$ = \"Artikel 4711, 3 Stueck zu 12,50 EUR\"\n For i% = 1 "
+                                    "To 2000000\n  ") +
+                            pszAppend + "\n Next i%\nEnd Sub\n",
+                        aImage),
+            "");
+        long anPasses[2] = {};
+        for (bool fFast : {true, false})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(fFast);
+            basic.SetMemoryLimit(4 << 20);
+            std::atomic<bool> fDone{false};
+            std::thread stopper([&] {
+                for (int i = 0; i < 200 && !fDone; ++i)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                if (!fDone)
+                    basic.RequestStop();
+            });
+            std::vector<std::string> aTrail = RunImage(basic, aImage);
+            fDone = true;
+            stopper.join();
+            ASSERT_FALSE(aTrail.empty()) << pszAppend;
+            EXPECT_EQ(aTrail[0],
+                      "Die Werte des Laufs belegen mehr als 4194304 Bytes; der Lauf wurde abgebrochen.")
+                << pszAppend << (fFast ? ", fast" : ", plain");
+            anPasses[fFast] = vars.GetValue("i%", nullptr)->GetLong();
+        }
+        EXPECT_EQ(anPasses[0], anPasses[1]) << pszAppend;
+    }
 }

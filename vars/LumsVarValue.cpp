@@ -4,6 +4,7 @@
 
 #include "core/LumFrame.h"
 #include "core/LumFreeList.h"
+#include "vars/LumTextGrowth.h"
 
 #include <charconv>
 #include <clocale>
@@ -238,6 +239,28 @@ size_t CLumsVarValue::GetTextLength() const
     return m_pStr != nullptr && psz == m_pStr->c_str() ? m_pStr->size() : strlen(psz);
 }
 
+void LumAppendTexts(LumText& text, const std::string_view* pParts, size_t nParts)
+{
+    size_t nLength = text.size();
+    for (size_t i = 0; i < nParts; ++i)
+        nLength += pParts[i].size();
+    size_t nRoom = LumTextRoom(nLength);
+    // A fresh text of at least LUM_TEXT_CLASSES_FROM bytes gets exactly the room it
+    // reserves, so a text with that room is as if freshly built.
+    if (nRoom >= LUM_TEXT_CLASSES_FROM && text.capacity() == nRoom)
+    {
+        for (size_t i = 0; i < nParts; ++i)
+            text.append(pParts[i].data(), pParts[i].size());
+        return;
+    }
+    LumText str;
+    str.reserve(nRoom);
+    str.append(text);
+    for (size_t i = 0; i < nParts; ++i)
+        str.append(pParts[i].data(), pParts[i].size());
+    text.swap(str);
+}
+
 LumText& CLumsVarValue::GetStringRef()
 {
     if (m_nType != VT_STRING)
@@ -325,7 +348,7 @@ void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVar
         size_t nLeft = l.GetTextLength();
         const char* pszRight = r.GetText();
         size_t nRight = r.GetTextLength();
-        str.reserve(nLeft + nRight);
+        str.reserve(LumTextRoom(nLeft + nRight));
         str.append(pszLeft, nLeft).append(pszRight, nRight);
         out.m_nType = VT_STRING;
         out.Text().swap(str);

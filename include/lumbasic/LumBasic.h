@@ -281,12 +281,13 @@ protected:
     bool NeedsChangeNotice() { return m_fDebugMode && !TakesFastPaths(); }
     // Whether a run may take the fast form and remember names: the fast paths are on
     // and the variable access is this class's own.
-    bool TakesFastPaths()
-    {
-        return m_fFastPaths && (m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess());
-    }
+    bool TakesFastPaths() { return m_fFastPaths && HasPlainAccess(); }
+    bool HasPlainAccess() { return m_nPlainAccess >= 0 ? m_nPlainAccess != 0 : FindPlainAccess(); }
     bool FindPlainAccess();
     void StoreNamed(const char* pszName, std::unique_ptr<CLumsVarValue> pValue);
+    // `s$ = s$ + ...` of constants and variables, appended to the variable in place;
+    // false, and nothing done, for any other assignment. The cursor stands at the value.
+    bool AppendToSelf(const char* pszName);
     // The variable that `cache` still names, or null when it names none any more.
     CLumsVarValue* CachedVarOrNull(const CLumNameCache& cache) const
     {
@@ -356,7 +357,23 @@ private:
     // Whether the line marker at `pAt` enters its line rather than going on in it: a
     // line counts and stops once each time the run comes to it, though a statement of
     // it may have a marker of its own.
-    bool EntersLine(long nLine, const unsigned char* pAt);
+    bool EntersLine(long nLine, const unsigned char* pAt)
+    {
+        return EntersLineAt(static_cast<size_t>(m_cCallStack.GetCount()) + 1, nLine, pAt);
+    }
+    // The same for a marker inside `nLevels` - 1 calls, where the call stack does not
+    // show them (a function the fast form runs whole).
+    bool EntersLineAt(size_t nLevels, long nLine, const unsigned char* pAt)
+    {
+        // Deeper levels belong to calls that have returned.
+        if (m_aLineMarks.size() != nLevels)
+            m_aLineMarks.resize(nLevels);
+        SLumLineMark& last = m_aLineMarks.back();
+        bool fEnters = last.m_pAt == nullptr || last.m_nLine != nLine || pAt <= last.m_pAt;
+        last.m_pAt = pAt;
+        last.m_nLine = nLine;
+        return fEnters;
+    }
 
     // What a run may open on its program's behalf; null for anything.
     std::shared_ptr<const CLumFilePolicy> m_pFilePolicy;

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <lumbasic/LumExport.h>
+#include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumObject.h>
 
 #include <deque>
@@ -53,6 +54,16 @@ public:
     // Counts a hit on the line and stops when a stop is due. Always 0: the debugger
     // never ends a run by itself.
     int Step(long nLine);
+    // Whether Step can do no more than count and note the line: no window is open that
+    // could stop there and no breakpoint is set. The fast form then counts a line with
+    // CountLine, without the marker's handler.
+    bool OnlyCounts() const { return m_pDlg == nullptr && m_mapBreakpoints.empty(); }
+    void CountLine(long nLine)
+    {
+        m_nLineNr = nLine;
+        if (m_fHasSource && m_fProfile && m_pProfiler != nullptr)
+            m_pProfiler->CountHit(nLine);
+    }
 
     // The window's side.
     void SetStepMode(int fStepMode) { m_fStepMode = fStepMode; }

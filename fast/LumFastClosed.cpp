@@ -13,9 +13,10 @@
 // variable it wrote, from its undo list, and the call runs the regular way from its
 // start, which then does or reports whatever it must. A call whose closed runs keep
 // giving up stops trying.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicDebugger.h>
 
 #include "core/LumDepthGuard.h"
 #include "core/LumScopedKey.h"
@@ -55,8 +56,17 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     if (site.m_nClosedFailures >= MAX_CLOSED_FAILURES || site.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
         basic.ModulsWatch() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
         ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
-        (basic.m_pDebugger != nullptr && basic.m_fDebugMode) || &basic.m_pQuelle->GetFastForm() != this)
+        (basic.m_pDebugger != nullptr && basic.m_fDebugMode && !basic.m_pDebugger->OnlyCounts()) ||
+        &basic.m_pQuelle->GetFastForm() != this)
         return false;
+    // Lines counted as the markers' handler counts them, at the levels of calls the
+    // regular way would stand in: one more for each call the run entered.
+    m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
+    if (m_fCounting)
+    {
+        m_nCallLevels = static_cast<size_t>(basic.m_cCallStack.GetCount()) + 1;
+        m_aHits.clear();
+    }
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
     m_pNames = &names;
@@ -96,6 +106,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
         // The statements it ran count as the regular way counts them.
         if (fCounted)
             budget.m_nCount += m_nClosedSteps;
+        if (m_fCounting)
+            CountHits(basic);
         site.m_nClosedWarmups = 0;
         // Markers passed: the calls returned, as the regular way's would.
         if (basic.m_nLine != nLine)
@@ -397,6 +409,8 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         case SLumFastStep::MARKER:
             basic.m_nLine = pStep->m_nLine;
+            if (__builtin_expect(m_fCounting, 0) && !NoteHits(pStep, 1))
+                return GiveUp(), nullptr;
             break;
         case SLumFastStep::END:
             // An If left open stays on the command stack the regular way.
@@ -422,8 +436,31 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
     {
         basic.m_nLine = past.m_nLine;
         nSteps += past.m_nMarkers;
+        if (__builtin_expect(m_fCounting, 0) &&
+            !NoteHits(fTaken ? step.m_pTaken : step.m_pNext, past.m_nMarkers))
+            return GiveUp(), nullptr;
     }
     return past.m_pStep;
+}
+
+bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
+{
+    if (m_aHits.size() + nMarkers > MAX_UNDO)
+        return GiveUp();
+    size_t nLevels = m_nCallLevels + static_cast<size_t>(m_nClosedDepth);
+    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+        if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted)
+            m_aHits.push_back(SHit{pMarker, nLevels});
+    return true;
+}
+
+// The hits as the markers' handler would have counted them, in their order.
+void CLumFastForm::CountHits(CLumBasic& basic)
+{
+    for (const SHit& hit : m_aHits)
+        if (basic.EntersLineAt(hit.m_nLevels, hit.m_pMarker->m_nLine, hit.m_pMarker->m_pAt + 2))
+            basic.m_pDebugger->CountLine(hit.m_pMarker->m_nLine);
+    m_aHits.clear();
 }
 
 bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)

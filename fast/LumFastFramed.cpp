@@ -3,7 +3,7 @@
 // failure gets the frames that the handler and the expression machinery would give it:
 // the trail reads as if the stream had been run. Parts of the tree that only compute
 // take the quick way, and where that gives up, the expression machinery computes them.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 

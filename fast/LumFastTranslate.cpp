@@ -1,7 +1,7 @@
 // How a statement of the image becomes a statement of the fast form. Operands are read
 // with the cursor's own checks; whatever the handler would refuse, and whatever the
 // form does not cover, stays a statement for the handler.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 
@@ -112,6 +112,8 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     case LBT_DEBUGINFO:
         step.m_nLine = file.GetDWord();
         step.m_fMarkerFollows = file.PeekToken() == LBT_DEBUGINFO;
+        step.m_fMarkerUncounted = file.PeekToken() == LBT_DECLARE || file.PeekToken() == LBT_SUB ||
+                                  file.PeekToken() == LBT_FUNCTION;
         eKind = SLumFastStep::MARKER;
         break;
     case LBT_ASSIGN:
@@ -198,6 +200,26 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     step.m_fNumeric = step.m_pExpr != nullptr && IsNumeric(step.m_pExpr);
     step.m_fCommitted = step.m_pExpr != nullptr && !step.m_pExpr->m_fPure;
     step.m_eKind = eKind;
+    if (eKind == SLumFastStep::ASSIGN && step.m_cType == '$' && !step.m_fCommitted)
+        FindAppendedParts(step);
+}
+
+void CLumFastForm::FindAppendedParts(SLumFastStep& step)
+{
+    std::vector<SLumFastExpr*> apParts;
+    SLumFastExpr* pExpr = step.m_pExpr;
+    while (pExpr->m_eOp == SLumFastExpr::OPERATOR && pExpr->m_wToken == LBT_PLUS &&
+           apParts.size() < MAX_APPENDED)
+    {
+        apParts.insert(apParts.begin(), pExpr->m_pRight);
+        pExpr = pExpr->m_pLeft;
+    }
+    size_t nName = strlen(step.m_pszName);
+    if (apParts.empty() || pExpr->m_eOp != SLumFastExpr::VARIABLE || pExpr->m_nNameLength != nName ||
+        memcmp(pExpr->m_pszName, step.m_pszName, nName) != 0)
+        return;
+    step.m_pAppendTo = pExpr;
+    step.m_apParts = std::move(apParts);
 }
 
 // A skip is relative to the end of the statement's operands, which for If and While

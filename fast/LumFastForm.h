@@ -190,6 +190,8 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fCommitted = false;
     // MARKER: a marker stands right behind, so this one does not reach the debugger.
     bool m_fMarkerFollows = false;
+    // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
+    bool m_fMarkerUncounted = false;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -212,6 +214,10 @@ struct SLumFastStep : SLumFastCallSite
     SLumFastExpr* m_pTarget = nullptr;
     // CALL: the arguments.
     std::vector<SLumFastExpr*> m_apArgs;
+    // ASSIGN of a string whose value is its own target plus parts (`s$ = s$ + a$ + b$`):
+    // the target's read, and the parts, appended in place (AssignAppend).
+    SLumFastExpr* m_pAppendTo = nullptr;
+    std::vector<SLumFastExpr*> m_apParts;
     // SUB: the procedure's scope, and its parameters with the keys of their locals.
     struct SParam
     {
@@ -377,6 +383,8 @@ public:
     // The most expressions the regular way opens inside one that the fast form computes
     // itself (indices inside indices); an element nested deeper goes to the machinery.
     static constexpr int MAX_LEVELS = 8;
+    // The most parts one assignment appends to its target in place.
+    static constexpr size_t MAX_APPENDED = 8;
 
     CLumFastForm() = default;
     CLumFastForm(const CLumFastForm&) = delete;
@@ -587,6 +595,10 @@ private:
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);
     void Undo();
+    // Line hits of a closed run while lines are counted: noted as the markers are
+    // passed, counted when the run ends whole, dropped when it gives up.
+    __attribute__((noinline)) bool NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    void CountHits(CLumBasic& basic);
     // A closed run gives up: for good where the regular way would do the same again,
     // or for a warm-up, which the regular way's run of the call makes unnecessary.
     bool GiveUp() { return false; }
@@ -617,6 +629,10 @@ private:
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
+    EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
+    EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
+    // The parts of a string assignment that appends to its own target, into the step.
+    static void FindAppendedParts(SLumFastStep& step);
     bool ValueFor(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& value);
     EOutcome AssignElement(CLumBasic& basic, SLumFastStep& step);
     void Store(CLumBasic& basic, const char* pszName, CLumsVarValue& value, CLumNameCache* pCache);
@@ -665,6 +681,15 @@ private:
     unsigned long m_nClosedSteps = 0;
     unsigned long m_nClosedStepLimit = 0;
     bool m_fWarmUp = false;
+    // Counting: the markers passed, each with the levels of calls it stands in.
+    struct SHit
+    {
+        const SLumFastStep* m_pMarker;
+        size_t m_nLevels;
+    };
+    bool m_fCounting = false;
+    size_t m_nCallLevels = 0;
+    std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;

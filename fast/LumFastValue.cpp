@@ -1,13 +1,14 @@
 // Values of the fast form beyond numbers in variables: strings and other values with
 // the value type's own operators, elements of arrays, built-in functions handed to the
 // expression machinery, and the stores that make a variable where it is missing.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 
 #include "core/LumDepthGuard.h"
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
+#include "vars/LumTextGrowth.h"
 
 #include <cstring>
 
@@ -61,6 +62,28 @@ CLumFastForm::EOutcome CLumFastForm::AssignValue(CLumBasic& basic, SLumFastStep&
         pTarget->Swap(value);
     else
         Store(basic, step.m_pszName, value, &step.m_cTarget);
+    return GO_ON;
+}
+
+// `s$ = s$ + a$ + ...`: where the value read is the variable written, a string, the
+// parts are appended to it in place, with the room the copying way would give it
+// (vars/LumTextGrowth.h). The parts, pure, are all computed before the variable
+// changes; every other case copies as any assignment does.
+CLumFastForm::EOutcome CLumFastForm::AssignAppend(CLumBasic& basic, SLumFastStep& step)
+{
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty() || !pTarget->IsString() ||
+        Variable(basic, *step.m_pAppendTo) != pTarget)
+        return AssignValue(basic, step);
+    CLumsVarValue aValues[MAX_APPENDED];
+    std::string_view aTexts[MAX_APPENDED];
+    size_t nParts = step.m_apParts.size();
+    for (size_t i = 0; i < nParts; ++i)
+    {
+        EvalValue(basic, *step.m_apParts[i], aValues[i]);
+        aTexts[i] = std::string_view(aValues[i].GetText(), aValues[i].GetTextLength());
+    }
+    LumAppendTexts(pTarget->GetStringRef(), aTexts, nParts);
     return GO_ON;
 }
 

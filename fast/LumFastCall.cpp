@@ -2,7 +2,7 @@
 // a procedure that binds its parameters, and the end that returns. They keep the
 // interpreter's stacks exactly as the handlers do, so that handlers and the fast form
 // can take turns within one call.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
 

@@ -2,9 +2,10 @@
 // the links, with the handler taking every statement the form does not run itself.
 // The statements that loops repeat most (line markers, assignments of numbers, Next
 // and the branches) run here without leaving this file.
-#include "core/LumFastForm.h"
+#include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicDebugger.h>
 
 #include "core/LumDepthGuard.h"
 #include "core/LumFrame.h"
@@ -91,7 +92,9 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
         // With the debugger in debug mode the marker goes to its handler, which stops
         // there or counts the line; otherwise it only notes the line for messages.
         basic.NoteMarker(step.m_nLine);
-        return basic.m_fDebugMode && basic.m_pDebugger != nullptr && !step.m_fMarkerFollows ? HANDLER : GO_ON;
+        return basic.m_fDebugMode && basic.m_pDebugger != nullptr && !step.m_fMarkerFollows
+                   ? CountLine(basic, step)
+                   : GO_ON;
     case SLumFastStep::ASSIGN:
         return Assign(basic, step);
     case SLumFastStep::ASSIGN_ELEMENT:
@@ -109,6 +112,19 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
     default:
         return Branch(basic, step);
     }
+}
+
+// A marker in debug mode does what its handler does, SetDebugInfo, where the debugger
+// can only count the line: the hit costs no dispatch. With a window open it may stop
+// there, which the handler does in its frame.
+CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFastStep& step)
+{
+    if (!basic.m_pDebugger->OnlyCounts())
+        return HANDLER;
+    // The handler finds its cursor behind the marker's token.
+    if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
+        basic.m_pDebugger->CountLine(step.m_nLine);
+    return GO_ON;
 }
 
 const CLumsVarValue* CLumFastForm::Variable(CLumBasic& basic, SLumFastExpr& expr)
@@ -148,7 +164,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastSt
     if (step.m_fCommitted)
         return AssignCommitted(basic, step);
     if (!step.m_fNumeric || step.m_cType == '$')
-        return AssignValue(basic, step);
+        return step.m_pAppendTo != nullptr ? AssignAppend(basic, step) : AssignValue(basic, step);
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty())
         return AssignValue(basic, step);
