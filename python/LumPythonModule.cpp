@@ -87,7 +87,7 @@ py::dict Run(const py::object& program, const py::object& inputs, const std::vec
              const std::string& strName, const SLimits& limits)
 {
     SLumBatchProgram cProgram = MakeProgram(program, strName, limits);
-    LumPyRecord record = inputs.is_none() ? LumPyRecord() : LumRecordFromDict(inputs);
+    LumPyRecord record = inputs.is_none() ? LumPyRecord() : CLumPyRecordReader().Read(inputs);
     std::string strReport;
     bool fOk = false;
     {
@@ -115,8 +115,9 @@ py::list Batch(const py::object& program, const py::iterable& records, int nJobs
 {
     SLumBatchProgram cProgram = MakeProgram(program, strName, limits);
     std::vector<LumPyRecord> aRecords;
+    CLumPyRecordReader reader;
     for (const py::handle& record : records)
-        aRecords.push_back(LumRecordFromDict(record));
+        aRecords.push_back(reader.Read(record));
     if (nJobs <= 0)
         nJobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     std::vector<SLumPyOutcome> aOutcomes;

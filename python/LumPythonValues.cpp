@@ -8,16 +8,13 @@ namespace py = pybind11;
 
 namespace
 {
-SLumPyValue ValueFromPython(const std::string& strName, const py::handle& value)
+SLumPyValue ValueFromPython(const SLumBatchField& field, const py::handle& value)
 {
-    std::string strError;
-    SLumBatchField field = LumMakeField(strName, strError);
-    if (!strError.empty())
-        throw py::value_error(strError);
     SLumPyValue result;
-    result.m_strName = strName;
+    result.m_strName = field.m_strName;
     if (value.is_none())
         return result;
+    const std::string& strName = field.m_strName;
     bool fInt = py::isinstance<py::int_>(value) && !py::isinstance<py::bool_>(value);
     if (field.m_eType == SLumBatchField::TEXT && py::isinstance<py::str>(value))
     {
@@ -50,17 +47,30 @@ SLumPyValue ValueFromPython(const std::string& strName, const py::handle& value)
 }
 } // namespace
 
-LumPyRecord LumRecordFromDict(const py::handle& dict)
+const SLumBatchField& CLumPyRecordReader::FieldOf(const py::handle& key)
+{
+    auto it = m_mapKnown.find(key.ptr());
+    if (it != m_mapKnown.end())
+        return it->second.m_field;
+    if (!py::isinstance<py::str>(key))
+        throw py::type_error("a variable's name is a str");
+    std::string strError;
+    SLumBatchField field = LumMakeField(key.cast<std::string>(), strError);
+    if (!strError.empty())
+        throw py::value_error(strError);
+    SKnown& known = m_mapKnown[key.ptr()];
+    known.m_key = py::reinterpret_borrow<py::object>(key);
+    known.m_field = std::move(field);
+    return known.m_field;
+}
+
+LumPyRecord CLumPyRecordReader::Read(const py::handle& dict)
 {
     if (!py::isinstance<py::dict>(dict))
         throw py::type_error("a record is a dict from variable names to values");
     LumPyRecord record;
     for (const auto& item : py::reinterpret_borrow<py::dict>(dict))
-    {
-        if (!py::isinstance<py::str>(item.first))
-            throw py::type_error("a variable's name is a str");
-        record.push_back(ValueFromPython(item.first.cast<std::string>(), item.second));
-    }
+        record.push_back(ValueFromPython(FieldOf(item.first), item.second));
     return record;
 }
 

@@ -3,10 +3,13 @@
 // into a dict again with the GIL.
 #pragma once
 
+#include "LumBatchField.h"
+
 #include <pybind11/pybind11.h>
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class CLumVariables;
@@ -22,10 +25,24 @@ struct SLumPyValue
 };
 using LumPyRecord = std::vector<SLumPyValue>;
 
-// The dict's items, checked: a key that is no variable's name is a ValueError, a
-// value that does not fit the name's type ($ str, % int of the Long's range, else
-// int or float) a TypeError; None leaves the variable out.
-LumPyRecord LumRecordFromDict(const pybind11::handle& dict);
+// Reads the dicts of records: their items, checked, a key that is no variable's name
+// a ValueError, a value that does not fit the name's type ($ str, % int of the Long's
+// range, else int or float) a TypeError; None leaves the variable out. The records of
+// a batch share their key objects, whose names are checked once.
+class CLumPyRecordReader
+{
+public:
+    LumPyRecord Read(const pybind11::handle& dict);
+
+private:
+    struct SKnown
+    {
+        pybind11::object m_key; // held, so that its address names no other key
+        SLumBatchField m_field;
+    };
+    const SLumBatchField& FieldOf(const pybind11::handle& key);
+    std::unordered_map<PyObject*, SKnown> m_mapKnown;
+};
 // Into the empty store.
 void LumFillStore(const LumPyRecord& record, CLumVariables& store);
 // The store's globals, or the variables named, in the store's order.
