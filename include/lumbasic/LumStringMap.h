@@ -169,16 +169,7 @@ public:
         m_aBlocks.clear();
         m_aSlots.clear();
         m_aKeyBlocks.clear();
-        m_nCount = 0;
-        m_nHashed = 0;
-        m_pKeyFree = nullptr;
-        m_nKeyFree = 0;
-        m_aNames.clear();
-        m_aNameSlots.clear();
-        m_aPageBlocks.clear();
-        m_aPageSlots.clear();
-        m_nPages = 0;
-        m_nSerial = NewSerial();
+        Reset();
     }
 
     // Empties the map as RemoveAll does, but keeps its first block of entries, its
