@@ -20,7 +20,7 @@ namespace
 const char* const USAGE =
     "usage: lumbasic batch --in FILE --out FILE [--errors FILE] [--jobs N] [--fields NAME,...] [--skip N]\n"
     "           [--max-steps N] [--max-memory MB] [--module LIB[:CLASS,...] [--set NAME=VALUE]...]...\n"
-    "           [--extensions FILE] [--plain] [--sandbox DIR] IMAGE|SOURCE";
+    "           [--extensions FILE] [--plain] [--strict] [--sandbox DIR] IMAGE|SOURCE";
 
 struct SBatchOptions
 {
