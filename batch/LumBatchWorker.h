@@ -1,13 +1,16 @@
 // One thread's share of a batch: an interpreter and a store of its own, and a cursor
 // over the shared image that it keeps from record to record, so that each record runs
 // the statements translated for the first. Each record gets the store emptied, as a
-// new one. Made, used and freed on one thread.
+// new one. The plain way (SetFastPaths(false), `--plain`) is the twin to compare
+// with: a new store and a new cursor for each record. Made, used and freed on one
+// thread.
 #pragma once
 
 #include "LumBatchProgram.h"
 
 #include <lumbasic/LumBasic.h>
 
+#include <memory>
 #include <string>
 
 class CLumBatchWorker
@@ -19,19 +22,15 @@ public:
     CLumBatchWorker& operator=(const CLumBatchWorker&) = delete;
 
     // The store, emptied for the next record to fill.
-    CLumVariables& NewStore()
-    {
-        m_cStore.Clear();
-        return m_cStore;
-    }
+    CLumVariables& NewStore();
     // Runs the program over the store; false with the short report of the failure.
     bool Run(std::string& strReport);
     // The store as the last run left it.
-    const CLumVariables& GetStore() const { return m_cStore; }
+    const CLumVariables& GetStore() const { return *m_pStore; }
 
 private:
     const SLumBatchProgram& m_program;
-    CLumVariables m_cStore;
+    std::unique_ptr<CLumVariables> m_pStore;
     CLumBasic m_cBasic;
     CLumBasicFile m_cFile;
 };

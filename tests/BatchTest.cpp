@@ -72,6 +72,13 @@ TEST(Batch, RecordsComeOutInOrderAndFailuresAreKeptApart)
                           "erreicht und wurde abgebrochen.");
     EXPECT_EQ(aErrors[14], "record 777 (line 778): qty%: '2.5' is not a whole number from -2147483648 to "
                            "2147483647, which a Long (%) needs");
+    // The plain way, a new store and cursor for each record, gives the same files.
+    std::string strErrors = dir.Read("errors.txt");
+    o = RunCli(dir,
+               "batch --plain --jobs 3 --max-steps 10000 --fields id%,total,label$ --in in.csv --out out.csv "
+               "--errors errors.txt rule.lbd");
+    EXPECT_EQ(dir.Read("out.csv"), strExpected);
+    EXPECT_EQ(dir.Read("errors.txt"), strErrors);
 
     // The same as JSON Lines, in and out, on one thread: the same records.
     std::string strJson;
