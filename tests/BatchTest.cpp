@@ -145,7 +145,16 @@ TEST(Batch, InterruptedBatchResumesWithSkip)
                   "--out", "first.csv", "slow.lbd", static_cast<char*>(nullptr));
         _exit(127);
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(LUM_SANITIZED ? 1500 : 300));
+    // Ctrl-C once the batch is under way: its output file is being written.
+    auto started = [&] {
+        for (const auto& entry : std::filesystem::directory_iterator(dir.Dir()))
+            if (entry.path().filename().string().rfind("first.csv.partial-", 0) == 0)
+                return true;
+        return false;
+    };
+    for (int i = 0; i < 1000 && !started(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
     kill(pid, SIGINT);
     int nStatus = 0;
     waitpid(pid, &nStatus, 0);
