@@ -87,8 +87,14 @@ bool ParseOptions(const std::vector<std::string>& aArgs, SBatchOptions& options)
         else if (!TakeBatchOption(aArgs, i, options, fOk))
             fOk = LumTakeRunOption(aArgs, i, options.m_run);
     }
+    if (fOk && IsForSingleRun(options.m_run))
+    {
+        fprintf(stderr, "lumbasic: --vars, --dump, --profile, --trail and --answer are for a single run; "
+                        "a batch fills each record's store from its fields\n");
+        return false;
+    }
     fOk = fOk && !options.m_run.m_strImage.empty() && !options.m_job.m_strIn.empty() &&
-          !options.m_job.m_strOut.empty() && !IsForSingleRun(options.m_run);
+          !options.m_job.m_strOut.empty();
     if (!fOk)
         fprintf(stderr, "%s\n", USAGE);
     return fOk;
