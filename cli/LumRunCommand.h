@@ -12,6 +12,8 @@ class CLumConsole;
 int LumRunCommand(const std::vector<std::string>& aArgs);
 // lumbasic debug: the run under the terminal debugger.
 int LumDebugCommand(const std::vector<std::string>& aArgs);
+// lumbasic batch: the program over every record of a file, on several threads.
+int LumBatchCommand(const std::vector<std::string>& aArgs);
 
 // What a command sets up around a run, for as long as the object lives.
 class CLumRunSession

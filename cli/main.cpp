@@ -21,7 +21,7 @@ struct Command
 const Command s_aCommands[] = {
     {"run", LumRunCommand},         {"compile", LumCompileCommand}, {"dis", LumDisCommand},
     {"profile", LumProfileCommand}, {"debug", LumDebugCommand},     {"fmt", LumFormatCommand},
-    {"lsp", LumLspCommand},         {"dap", LumDapCommand},
+    {"lsp", LumLspCommand},         {"dap", LumDapCommand},         {"batch", LumBatchCommand},
 };
 
 int Usage()
@@ -35,6 +35,9 @@ int Usage()
         "       lumbasic dis [--extensions FILE] IMAGE|SOURCE\n"
         "       lumbasic profile [--lcov FILE] SOURCE...\n"
         "       lumbasic debug [run's options] IMAGE|SOURCE\n"
+        "       lumbasic batch --in FILE --out FILE [--errors FILE] [--jobs N] [--fields NAME,...] [--skip "
+        "N]\n"
+        "           [run's limits and module options] IMAGE|SOURCE\n"
         "       lumbasic fmt [--check] FILE...\n"
         "       lumbasic lsp\n"
         "       lumbasic dap\n");

@@ -108,7 +108,21 @@ void CLumBasic::DoMemory(const unsigned char* pData, size_t nLength)
     RunMain(nullptr, pData, nLength);
 }
 
-void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t nLength)
+void CLumBasic::DoFile(CLumBasicFile& file)
+{
+    file.Rewind();
+    RunMain(nullptr, nullptr, 0, &file);
+}
+
+void CLumBasic::SetVariables(CLumVariables* pVariables)
+{
+    if (m_fOwnVariables)
+        delete m_pVariables;
+    m_fOwnVariables = pVariables == nullptr;
+    m_pVariables = pVariables ? pVariables : new CLumVariables();
+}
+
+void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t nLength, CLumBasicFile* pKept)
 {
     // A failed run leaves its records on the stacks; they go once the failure has
     // taken its call sites, so that the next run starts as this one did. The same
@@ -117,7 +131,7 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
         DropDebugger();
     SLumStackDepths depths = GetStackDepths();
     bool fHadDebugger = m_pDebugger != nullptr;
-    auto addLine = [this, &depths, fHadDebugger](CLumsException& e) {
+    auto addLine = [this, &depths, fHadDebugger, pKept](CLumsException& e) {
         if (m_nLine > 0)
             e.AddString() = LumFormat(LoadMessage(LUM_MSG_LINE).c_str(), m_nLine);
         AddCallSites(e);
@@ -125,6 +139,8 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
             m_pDebugger->Fail(e);
         UnwindStacks(depths);
         m_fDebuggerLeftOver = !fHadDebugger && m_pDebugger != nullptr && m_fOwnDebugger;
+        if (pKept != nullptr)
+            pKept->Forget();
     };
     LumFrameEx(FILE_LABEL, "CLumBasic::Do()", addLine, lumframe::Unexpected(), addLine, [&] {
         // The image lives for this run only; afterwards m_pQuelle names nothing.
@@ -133,10 +149,11 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
             CLumBasic* m_p;
             ~ClearQuelle() { m_p->m_pQuelle = nullptr; }
         } clear{this};
-        std::unique_ptr<CLumBasicFile> pFile(pszPath != nullptr || pData == nullptr
+        std::unique_ptr<CLumBasicFile> pFile(pKept != nullptr ? nullptr
+                                             : pszPath != nullptr || pData == nullptr
                                                  ? new CLumBasicFile(pszPath)
                                                  : new CLumBasicFile(pData, nLength));
-        m_pQuelle = pFile.get();
+        m_pQuelle = pKept != nullptr ? pKept : pFile.get();
         m_cBudget.m_nCount = 0;
         m_nAtHead = -1;
         m_cBudget.m_nBytesAtStart = LumValueBytes();

@@ -139,6 +139,22 @@ CLumFastForm& CLumBasicFile::MakeFastForm()
     return *m_pFastForm;
 }
 
+void CLumBasicFile::Rewind()
+{
+    m_aPositions.clear();
+    m_nStackDepth = 0;
+    m_pPosition = nullptr;
+    SetMemoryMode(m_pBase);
+}
+
+void CLumBasicFile::Forget() noexcept
+{
+    delete m_pFastForm;
+    m_pFastForm = nullptr;
+    delete m_pReadCache;
+    m_pReadCache = nullptr;
+}
+
 CLumReadCache& CLumBasicFile::GetReadCache()
 {
     if (m_pReadCache == nullptr)

@@ -2,6 +2,8 @@
 // host can observe: how the run ended, the failure's text, trail and call sites, the
 // whole store, the message boxes, the statements counted against the limit, and, in a
 // second pair of runs with hit counting on, the count of every line of both sources.
+// The fast way is also run a second time on one interpreter and a cursor it keeps,
+// over the store emptied, as a batch runs its records: that run must be the first over.
 // The plain way is the twin that the fast paths are held against: any difference is
 // a fault of the fast paths.
 #pragma once

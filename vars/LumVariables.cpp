@@ -33,6 +33,15 @@ CLumVariables::~CLumVariables()
         delete entry.m_value;
 }
 
+void CLumVariables::Clear() noexcept
+{
+    for (auto& entry : m_map)
+        delete entry.m_value;
+    m_map.Reset();
+    m_nGeneration = NextGeneration();
+    m_nScopedElements = 0;
+}
+
 CLumVariables& CLumVariables::operator=(const CLumVariables& src)
 {
     if (this == &src)

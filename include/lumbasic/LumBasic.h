@@ -91,6 +91,16 @@ public:
     // One whole run of an image in memory, every read checked against its length.
     // The image stays the caller's.
     virtual void DoMemory(const unsigned char* pData, size_t nLength);
+    // One whole run of the image on `file`, a cursor the host made over an image in
+    // memory and keeps for the runs after this one: what the cursor learnt (the trees
+    // it read, the fast form of the statements) serves them all, which makes one image
+    // run over many stores cheap. A failed run makes it forget that, so the next run
+    // starts as on a new cursor. The cursor serves one run at a time and is used and
+    // freed on the thread that made it.
+    virtual void DoFile(CLumBasicFile& file);
+    // The store of the runs from now on, the host's, in place of the one given before
+    // (which is freed if the interpreter made it). Not while a run goes on.
+    void SetVariables(CLumVariables* pVariables);
 
     // The statements one run may take, counted over the whole run with its user
     // functions and imports; 0, the default, sets no limit. A run that would take one
@@ -303,7 +313,9 @@ private:
     // Stores a host's value into the variable `pszName` as an assignment would.
     void AssignFromHost(const char* pszName, const CLumsVarValue& value);
     void Register(SLumHostName name, LumHostStatement fnStatement, LumHostFunction fnFunction);
-    void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength);
+    // `pKept`: the host's cursor to run on, in place of one made for the run.
+    void RunMain(const char* pszPath, const unsigned char* pData, size_t nLength,
+                 CLumBasicFile* pKept = nullptr);
     // Records the procedures running at a failure, innermost first, behind the sites
     // an inner run (an import) recorded.
     void AddCallSites(CLumsException& e) const;

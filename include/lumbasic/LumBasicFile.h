@@ -110,6 +110,11 @@ public:
     CLumFastForm& GetFastForm() { return m_pFastForm != nullptr ? *m_pFastForm : MakeFastForm(); }
     // Whether n bytes can be read at the position.
     bool CanRead(size_t n) const { return CanReadAt(m_pPosition, n); }
+    // Back to the image's first byte with no saved positions, for another run.
+    void Rewind();
+    // Drops what the cursor learnt (trees, fast form): after a run that failed half
+    // way through learning it.
+    void Forget() noexcept;
 
 private:
     struct SavedPosition

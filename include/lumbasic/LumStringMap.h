@@ -169,10 +169,39 @@ public:
         m_aBlocks.clear();
         m_aSlots.clear();
         m_aKeyBlocks.clear();
+        Reset();
+    }
+
+    // Empties the map as RemoveAll does, but keeps its first block of entries, its
+    // first block of keys and a small index for the entries to come: a map emptied and
+    // filled again for each of many runs allocates nothing after the first.
+    void Reset() noexcept
+    {
+        size_t nUsed = std::min(m_nCount, BLOCK_ENTRIES);
+        if (!m_aBlocks.empty())
+            for (size_t n = 0; n < nUsed; ++n)
+                m_aBlocks[0][n].m_value = T();
+        if (m_aBlocks.size() > 1)
+            m_aBlocks.resize(1);
+        // The first key block is kept when it is the one keys are taken from.
+        bool fKeepKeys =
+            m_aKeyBlocks.size() == 1 && m_pKeyFree + m_nKeyFree == m_aKeyBlocks[0].get() + KEY_BLOCK;
+        if (fKeepKeys)
+        {
+            m_pKeyFree = m_aKeyBlocks[0].get();
+            m_nKeyFree = KEY_BLOCK;
+        }
+        else
+        {
+            m_aKeyBlocks.clear();
+            m_pKeyFree = nullptr;
+            m_nKeyFree = 0;
+        }
+        if (m_aSlots.size() > 256)
+            m_aSlots.clear();
+        std::fill(m_aSlots.begin(), m_aSlots.end(), EMPTY);
         m_nCount = 0;
         m_nHashed = 0;
-        m_pKeyFree = nullptr;
-        m_nKeyFree = 0;
         m_aNames.clear();
         m_aNameSlots.clear();
         m_aPageBlocks.clear();

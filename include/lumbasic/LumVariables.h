@@ -58,6 +58,11 @@ public:
     // Merges the lines of a text form into the store.
     virtual void SetValuesFromString(const char* pszText);
 
+    // Empties the store, which is then as a new one to every reader, name cache and
+    // element cache: a generation of its own and no key. Its first blocks of memory
+    // stay, so that a host that fills a store for each of many runs allocates little.
+    void Clear() noexcept;
+
     size_t GetCount() const { return m_map.GetCount(); }
     // Changes whenever a scoped key ("@...") is added or a variable's object is
     // replaced or removed: a name that resolved to a variable resolves to the same
