@@ -75,8 +75,12 @@ std::string FillTemplate(const uint8_t* pData, size_t nSize)
         }
         catch (const CLumsException& e)
         {
-            // A text placeholder for a number is the one thing a template can get wrong.
-            if (value.IsNumber() && e.GetTrail().at(0) == LoadMessage(LUM_MSG_TEMPLATE_STRING_FOR_NUMBER))
+            // A value of no type fails any template; for a number, a text placeholder is
+            // the one thing a template can get wrong; a text fills every template.
+            bool fExpected = value.IsNumber()
+                                 ? e.GetTrail().at(0) == LoadMessage(LUM_MSG_TEMPLATE_STRING_FOR_NUMBER)
+                                 : !value.IsString();
+            if (fExpected)
                 return std::string();
             return "a template failed with: " + e.GetTrail().at(0);
         }
