@@ -146,3 +146,28 @@ TEST(Value, PlusAssignFollowsPlus)
     text += L(1);
     EXPECT_STREQ(text.GetText(), "a1");
 }
+
+// A value that held a long text and becomes a number holds no text any more, however
+// it becomes one: a memory budget counts what the store holds.
+TEST(Value, BecomingANumberLetsTheTextGo)
+{
+    const std::string strLong(4000, 'x');
+    struct Case
+    {
+        const char* m_pszName;
+        void (*m_fnAssign)(CLumsVarValue&);
+    };
+    const Case aCases[] = {
+        {"a long", [](CLumsVarValue& v) { v = 7L; }},
+        {"a double", [](CLumsVarValue& v) { v = 2.5; }},
+        {"a number value", [](CLumsVarValue& v) { v = L(3); }},
+    };
+    for (const Case& c : aCases)
+    {
+        CLumsVarValue value(strLong.c_str());
+        int64_t nWithText = LumValueBytes();
+        c.m_fnAssign(value);
+        EXPECT_LE(LumValueBytes(), nWithText - static_cast<int64_t>(strLong.size())) << c.m_pszName;
+        EXPECT_NE(std::string(value.GetText()), strLong) << c.m_pszName;
+    }
+}

@@ -74,6 +74,8 @@ public:
     {
         if (src.m_nType == VT_STRING && &src != this)
             Text() = *src.m_pStr;
+        else if (src.m_nType != VT_STRING)
+            DropText();
         m_nType = src.m_nType;
         m_dDouble = src.m_dDouble;
         return *this;
@@ -81,6 +83,7 @@ public:
     // A long is 32 bits: a wider number keeps its low 32 bits.
     CLumsVarValue& operator=(long n) noexcept
     {
+        DropText();
         m_nType = VT_LONG;
         m_nLong = static_cast<int32_t>(static_cast<uint32_t>(n));
         return *this;
@@ -88,6 +91,7 @@ public:
     CLumsVarValue& operator=(int n) noexcept { return *this = static_cast<long>(n); }
     CLumsVarValue& operator=(double d) noexcept
     {
+        DropText();
         m_nType = VT_DOUBLE;
         m_dDouble = d;
         return *this;
@@ -183,6 +187,17 @@ private:
         if (m_pStr == nullptr)
             m_pStr = NewText();
         return *m_pStr;
+    }
+    // A value that becomes a number lets its text go: the text it held, however
+    // long, is stale, and a memory budget must not count it in one way of running a
+    // statement and not in the other.
+    void DropText() noexcept
+    {
+        if (m_pStr != nullptr)
+        {
+            FreeText(m_pStr);
+            m_pStr = nullptr;
+        }
     }
     static LumText* NewText();
     static void FreeText(LumText* pStr) noexcept;
