@@ -66,6 +66,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     {
         m_nCallLevels = static_cast<size_t>(basic.m_cCallStack.GetCount()) + 1;
         m_aHits.clear();
+        m_nNotedMarkers = 0;
     }
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
@@ -445,22 +446,27 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
 
 bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    if (m_aHits.size() + nMarkers > MAX_UNDO)
+    m_nNotedMarkers += nMarkers;
+    if (m_nNotedMarkers > MAX_UNDO)
         return GiveUp();
-    size_t nLevels = m_nCallLevels + static_cast<size_t>(m_nClosedDepth);
-    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
-        if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted)
-            m_aHits.push_back(SHit{pMarker, nLevels});
+    m_aHits.push_back(SHit{pMarker, nMarkers, static_cast<uint32_t>(m_nCallLevels + m_nClosedDepth)});
     return true;
 }
 
 // The hits as the markers' handler would have counted them, in their order.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
+    CLumBasicDebugger& debugger = *basic.m_pDebugger;
     for (const SHit& hit : m_aHits)
-        if (basic.EntersLineAt(hit.m_nLevels, hit.m_pMarker->m_nLine, hit.m_pMarker->m_pAt + 2))
-            basic.m_pDebugger->CountLine(hit.m_pMarker->m_nLine);
+    {
+        const SLumFastStep* pMarker = hit.m_pMarker;
+        for (uint32_t n = hit.m_nMarkers; n > 0; --n, pMarker = pMarker->m_pNext)
+            if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
+                basic.EntersLineAt(hit.m_nLevels, pMarker->m_nLine, pMarker->m_pAt + 2))
+                debugger.CountLine(pMarker->m_nLine);
+    }
     m_aHits.clear();
+    m_nNotedMarkers = 0;
 }
 
 bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)

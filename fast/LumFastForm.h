@@ -681,12 +681,15 @@ private:
     unsigned long m_nClosedSteps = 0;
     unsigned long m_nClosedStepLimit = 0;
     bool m_fWarmUp = false;
-    // Counting: the markers passed, each with the levels of calls it stands in.
+    // Counting: the markers passed, a run of linked ones at a time, each run with the
+    // levels of calls it stands in.
     struct SHit
     {
         const SLumFastStep* m_pMarker;
-        size_t m_nLevels;
+        uint32_t m_nMarkers;
+        uint32_t m_nLevels;
     };
+    size_t m_nNotedMarkers = 0;
     bool m_fCounting = false;
     size_t m_nCallLevels = 0;
     std::vector<SHit> m_aHits;

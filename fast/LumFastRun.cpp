@@ -117,7 +117,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
 // A marker in debug mode does what its handler does, SetDebugInfo, where the debugger
 // can only count the line: the hit costs no dispatch. With a window open it may stop
 // there, which the handler does in its frame.
-CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFastStep& step)
+LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFastStep& step)
 {
     if (!basic.m_pDebugger->OnlyCounts())
         return HANDLER;
@@ -290,7 +290,11 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
                 return pStep; // the run loop's count fails it
             // A line marker, every other statement, only notes its line unless the
             // debugger wants it: straight on to the statement it was linked to.
-            if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr && !basic.m_fDebugMode)
+            // Where the debugger only counts, the marker counts its line here, without
+            // the dispatch of Execute: this is what makes counting nearly free.
+            if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr &&
+                (!basic.m_fDebugMode || pStep->m_fMarkerFollows || basic.m_pDebugger == nullptr ||
+                 CountLine(basic, *pStep) == GO_ON))
             {
                 basic.NoteMarker(pStep->m_nLine);
                 pStep = pStep->m_pNext;
