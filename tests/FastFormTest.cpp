@@ -3,7 +3,10 @@
 // statement behind statements that ran. Programs of the compiler run both ways in
 // CompilerProgramTest; these are the forms it does not write.
 #include "tests/LumCompilerTestSupport.h"
+#include "tests/LumImageDir.h"
 #include "tests/LumProgramBuilder.h"
+
+#include <lumbasic/LumCompile.h>
 
 #include <algorithm>
 
@@ -170,4 +173,67 @@ TEST(FastForm, FunctionsRunWholeTakeElseAndLoopsAsTheStreamDoes)
     EXPECT_EQ(strFast, RunOutcome(aImage, true));
     for (const char* pszLine : {"L:e%=1540\n", "L:w%=220\n", "L:u%=220\n"})
         EXPECT_NE(strFast.find(pszLine), std::string::npos) << pszLine << strFast;
+}
+
+// Where something can look at a recursion the fast form would run whole, it sees what
+// the regular way leaves: a host callback reading a local at each level (all calls of
+// a procedure share its locals), a failure four calls deep, an import inside a
+// function, the store after each. Each program warms its calls up first, so that the
+// later ones would run whole.
+TEST(FastForm, FunctionsRunWholeShowTheRegularWaysStoreWhereverSomethingLooks)
+{
+    CImageDir dir;
+    std::string strLibrary =
+        dir.Save("lib.lbc", LumCompile("Function Half(x)\n  Half = x / 2\nEnd Function\n"));
+    const std::string strSum = "Function Sum(n%, z%)\n"
+                               "  If n% = 0 Then\n"
+                               "    Sum = 12 / z%\n"
+                               "  Else\n"
+                               "    Sum = Peek(\"@Sum@n%\") + Sum(n% - 1, z%)\n"
+                               "  End If\n"
+                               "End Function\n";
+    const struct
+    {
+        const char* m_pszName;
+        std::string m_strSource;
+        const char* m_pszSeen; // a line the store or the log must show
+    } aCases[] = {
+        {"a callback reads the local at every level",
+         "Sub Main\n  For i% = 1 To 3\n    s = s + Sum(3, 1)\n  Next i%\nEnd Sub\n" + strSum,
+         "@Sum@n%=2 @Sum@n%=1 @Sum@n%=3"},
+        {"a failure four calls deep",
+         "Sub Main\n  For i% = 1 To 4\n    s = s + Sum(3, 3 - i%)\n  Next i%\nEnd Sub\n" +
+             strSum.substr(0, strSum.find("Peek")) + "n% + Sum(n% - 1, z%)\n  End If\nEnd Function\n",
+         "Division durch Null"},
+        {"an import inside a function",
+         "Declare Function Half(x)\nSub Main\n  For i% = 1 To 3\n    s = s + Get(i%)\n  Next i%\nEnd Sub\n"
+         "Function Get(n%)\n  Import \"" +
+             strLibrary + "\"\n  Get = Half(n%) + Peek(\"@Get@n%\")\nEnd Function\n",
+         "D:s=9.000000"},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string aOutcomes[2];
+        for (bool fPlain : {false, true})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(!fPlain);
+            std::string& strOutcome = aOutcomes[fPlain];
+            basic.RegisterFunction("Peek", 1, [&](CLumHostArgs& a) {
+                CLumsVarValue* pValue = vars.Find(a.GetText(1).c_str(), nullptr);
+                strOutcome += a.GetText(1) + "=" + (pValue != nullptr ? pValue->GetText() : "?") + " ";
+                return pValue != nullptr ? *pValue : CLumsVarValue(0L);
+            });
+            SLumCompileSettings settings;
+            settings.m_strSourceName = "prog.lbd";
+            std::vector<uint8_t> aImage = LumCompile(c.m_strSource, basic, settings);
+            for (const std::string& str : RunImage(basic, aImage))
+                strOutcome += "\n" + str;
+            strOutcome += "\n";
+            vars.MakeString(&strOutcome);
+        }
+        EXPECT_EQ(aOutcomes[0], aOutcomes[1]) << c.m_pszName;
+        EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
+    }
 }

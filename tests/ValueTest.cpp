@@ -158,9 +158,18 @@ TEST(Value, BecomingANumberLetsTheTextGo)
         void (*m_fnAssign)(CLumsVarValue&);
     };
     const Case aCases[] = {
-        {"a long", [](CLumsVarValue& v) { v = 7L; }},
-        {"a double", [](CLumsVarValue& v) { v = 2.5; }},
-        {"a number value", [](CLumsVarValue& v) { v = L(3); }},
+        {"a long",
+         [](CLumsVarValue& v) {
+             v = 7L;
+         }},
+        {"a double",
+         [](CLumsVarValue& v) {
+             v = 2.5;
+         }},
+        {"a number value",
+         [](CLumsVarValue& v) {
+             v = L(3);
+         }},
     };
     for (const Case& c : aCases)
     {
