@@ -1,7 +1,11 @@
-// What counting line hits costs. The loops of the interpreter benchmarks, compiled
-// with a line marker in front of each statement, run with the debugger off and with
-// counting on (no window, so nothing stops); the ratio of the two is the overhead.
+// What counting line hits and a debugger cost. The loops of the interpreter benchmarks,
+// compiled with a line marker in front of each statement, run with the debugger off,
+// with counting on (no window, so nothing stops), and debugged with a window and no
+// breakpoint: one that follows every line (a terminal window) and one that need not
+// (the debug adapter's, while nothing could stop). The ratios to the first are the
+// overheads.
 #include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicDebugWindow.h>
 #include <lumbasic/LumBasicDebugger.h>
 #include <lumbasic/LumSourceFiles.h>
 
@@ -33,7 +37,32 @@ private:
     const char* m_pszText;
 };
 
-// Arguments: the loop (0 empty, 1 operator tree, 2 call), and 1 to count.
+// A window that never stops the run; it follows every line or none.
+class CIdleWindow : public CLumBasicDebugWindow
+{
+public:
+    explicit CIdleWindow(bool fFollows) : m_fFollows(fFollows) {}
+    void SetTitle(const std::string&) override {}
+    void SetSourceText(const char*) override {}
+    int EnterModalMode(long) override { return 0; }
+    void RefreshDebugWindow() override {}
+    void RefreshLine(long) override {}
+    void ExportProfile() override {}
+    bool FollowsEveryLine() const override { return m_fFollows; }
+
+private:
+    bool m_fFollows;
+};
+
+enum EMode
+{
+    OFF,
+    COUNTING,
+    WINDOW_FOLLOWS,
+    WINDOW_IDLE
+};
+
+// Arguments: the loop (0 empty, 1 operator tree, 2 call), and the mode.
 void BM_MarkedLoop(benchmark::State& state)
 {
     const char* pszSource = s_apszLoops[state.range(0)];
@@ -46,7 +75,15 @@ void BM_MarkedLoop(benchmark::State& state)
     }
     CMemorySource cFiles(pszSource);
     CLumSourceFiles* pBefore = LumSetSourceFiles(&cFiles);
-    CLumBasicDebugger::m_fDebug = CLumBasicDebugger::m_fProfile = static_cast<int>(state.range(1));
+    EMode eMode = static_cast<EMode>(state.range(1));
+    CLumBasicDebugger::m_fDebug = eMode != OFF;
+    CLumBasicDebugger::m_fProfile = eMode == COUNTING;
+    LumDebugWindowFactory fnBefore = LumSetDebugWindowFactory(
+        [eMode](CLumBasicDebugger*, const char*) -> std::unique_ptr<CLumBasicDebugWindow> {
+            if (eMode == OFF || eMode == COUNTING)
+                return nullptr;
+            return std::make_unique<CIdleWindow>(eMode == WINDOW_FOLLOWS);
+        });
     CLumVariables cVariables;
     cVariables.SetValuesFromString("D:a=1.5\nL:b%=2\nD:c=3.25\nD:d=8\n");
     CLumBasic cBasic(&cVariables, nullptr);
@@ -54,7 +91,8 @@ void BM_MarkedLoop(benchmark::State& state)
         cBasic.DoMemory(aImage.data(), aImage.size());
     state.SetItemsProcessed(state.iterations() * PASSES);
     CLumBasicDebugger::m_fDebug = CLumBasicDebugger::m_fProfile = 0;
+    LumSetDebugWindowFactory(std::move(fnBefore));
     LumSetSourceFiles(pBefore);
 }
-BENCHMARK(BM_MarkedLoop)->ArgsProduct({{0, 1, 2}, {0, 1}});
+BENCHMARK(BM_MarkedLoop)->ArgsProduct({{0, 1, 2}, {OFF, COUNTING, WINDOW_FOLLOWS, WINDOW_IDLE}});
 } // namespace

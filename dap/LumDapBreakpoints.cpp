@@ -61,7 +61,11 @@ json CLumDapBreakpoints::Set(const json& args, const CLumExtensionTable& extensi
         aAnswers.push_back(answer);
     }
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_mapSources[strKey] = std::move(mapLines);
+    if (mapLines.empty())
+        m_mapSources.erase(strKey);
+    else
+        m_mapSources[strKey] = std::move(mapLines);
+    m_fAny = !m_mapSources.empty();
     return json{{"breakpoints", aAnswers}};
 }
 

@@ -5,6 +5,7 @@
 
 #include "LumDapChannel.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <set>
@@ -33,6 +34,8 @@ public:
     // The breakpoint on the line of the source, copied with its hit counted; false
     // when there is none. Any thread.
     bool Hit(const std::string& strSource, long nLine, SLumDapBreakpoint& breakpoint);
+    // Whether any source has a breakpoint. Any thread, without a lock.
+    bool Any() const { return m_fAny.load(std::memory_order_relaxed); }
     // Whether a hit count stops at `nHits`: "N" (the Nth hit and after), ">=N",
     // ">N", "==N", "%N" (every Nth). An empty one always does.
     static bool HitConditionHolds(const std::string& strCondition, long nHits, std::string& strWhy);
@@ -45,4 +48,5 @@ private:
 
     std::mutex m_mutex;
     std::map<std::string, std::map<long, SLumDapBreakpoint>> m_mapSources;
+    std::atomic<bool> m_fAny{false};
 };

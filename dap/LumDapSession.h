@@ -61,6 +61,13 @@ public:
     bool Resume(EStep eStep);
     // Stops a running program at its next line.
     void Pause() { m_fPause = true; }
+    // Whether the run must come to the session at every line: something may stop it
+    // (a breakpoint, a step, a pause, the stop on entry) or end it. Any thread.
+    bool FollowsLines() const
+    {
+        return m_fFollow.load(std::memory_order_relaxed) || m_fPause.load(std::memory_order_relaxed) ||
+               m_fTerminate.load(std::memory_order_relaxed) || m_breakpoints.Any();
+    }
     // Ends the run at its next line, a stopped one at once.
     void Terminate();
 
@@ -104,6 +111,8 @@ private:
     std::atomic<bool> m_fPause{false};
     std::atomic<bool> m_fTerminate{false};
     std::atomic<bool> m_fStopOnFailure{true};
+    // The stop on entry is due or a step goes on: the run's thread writes it.
+    std::atomic<bool> m_fFollow{false};
 
     // The run thread's own.
     CLumDapInspector* m_pInspector = nullptr;

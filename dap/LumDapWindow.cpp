@@ -13,6 +13,11 @@ int CLumDapWindow::EnterModalMode(long nLine)
     return 0;
 }
 
+bool CLumDapWindow::FollowsEveryLine() const
+{
+    return m_session.FollowsLines();
+}
+
 void CLumDapWindow::ExportProfile()
 {
     m_debugger.WriteProfileListing();

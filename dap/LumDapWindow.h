@@ -22,6 +22,7 @@ public:
     void RefreshLine(long) override {}
     void ExportProfile() override;
     void OnFailure(const CLumsException& e) override;
+    bool FollowsEveryLine() const override;
 
 private:
     CLumDapSession& m_session;

@@ -39,11 +39,14 @@ const uint16_t MAX_CLOSED_WARMUPS = 4096;
 const size_t MAX_UNDO = 65536;
 } // namespace
 
-// A stop request ends a closed run at its next call or way back: the regular way then
+// A stop request ends a closed run at its next call or way back, and so does a debugger
+// whose window starts to follow the lines (a pause asked for): the regular way then
 // answers it.
-LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
+LUM_HOT bool CLumFastForm::MustLeave(const CLumBasic& basic) const
 {
-    return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) != 0;
+    return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) !=
+               0 ||
+           (m_pWatchedDebugger != nullptr && !m_pWatchedDebugger->OnlyCounts());
 }
 
 // A closed run from `site`, where that goes through: true where `body` did its work
@@ -62,6 +65,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
+    m_pWatchedDebugger = m_fCounting ? basic.m_pDebugger : nullptr;
     if (m_fCounting)
     {
         m_nCallLevels = static_cast<size_t>(basic.m_cCallStack.GetCount()) + 1;
@@ -254,7 +258,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
     // level in; a body that opens none gives up where it need not, which costs nothing.
     int nDepth = m_nClosedDepth + 1;
     if (nDepth >= m_nClosedDepthLimit || nLevel >= CLumExpression::MAX_NESTING ||
-        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
+        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || MustLeave(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
     SLumFastStep& head = *site.m_pCallee;
@@ -391,7 +395,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             fTaken = !fTaken;
             break;
         case SLumFastStep::WEND:
-            if (!Count() || IsStopRequested(basic))
+            if (!Count() || MustLeave(basic))
                 return GiveUp(), nullptr;
             fTaken = true;
             break;
@@ -401,7 +405,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             if (!ClosedCondition(basic, *pStep, frame, fTaken))
                 return nullptr;
             fTaken = fTaken == (pStep->m_wLoopKind == LBT_WHILE);
-            if (fTaken && (!Count() || IsStopRequested(basic)))
+            if (fTaken && (!Count() || MustLeave(basic)))
                 return GiveUp(), nullptr;
             break;
         case SLumFastStep::CALL:

@@ -27,6 +27,7 @@
 #include <vector>
 
 class CLumBasic;
+class CLumBasicDebugger;
 class CLumBasicFile;
 class CLumFunctions;
 class CLumFunctionStack;
@@ -581,7 +582,7 @@ private:
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
     SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken, unsigned long& nSteps);
-    static bool IsStopRequested(const CLumBasic& basic);
+    bool MustLeave(const CLumBasic& basic) const;
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
@@ -691,6 +692,7 @@ private:
     };
     size_t m_nNotedMarkers = 0;
     bool m_fCounting = false;
+    const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     size_t m_nCallLevels = 0;
     std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;

@@ -40,6 +40,12 @@ public:
     // The main run failed with `e`, before its stacks unwind; nothing by default. It
     // must not throw: the failure goes on its way once it returns.
     virtual void OnFailure(const CLumsException& e) { (void)e; }
+    // Whether the window must come to every line (EnterModalMode, RefreshLine). A
+    // window that knows it could not stop now (no breakpoint, no step, no pause asked
+    // for) says no, and the run counts its lines as without a window, functions run
+    // whole included; it asks again at each line, from the run's thread, so it must
+    // answer quickly and may change its answer from any thread.
+    virtual bool FollowsEveryLine() const { return true; }
 };
 
 // Makes the window of a debugger that starts, showing `pszText` (null for none).

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <lumbasic/LumExport.h>
+#include <lumbasic/LumBasicDebugWindow.h>
 #include <lumbasic/LumBasicProfiler.h>
 #include <lumbasic/LumObject.h>
 
@@ -55,9 +56,13 @@ public:
     // never ends a run by itself.
     int Step(long nLine);
     // Whether Step can do no more than count and note the line: no window is open that
-    // could stop there and no breakpoint is set. The fast form then counts a line with
+    // could stop there, or the window need not follow the lines, and no breakpoint is
+    // set. The fast form then counts a line with
     // CountLine, without the marker's handler.
-    bool OnlyCounts() const { return m_pDlg == nullptr && m_mapBreakpoints.empty(); }
+    bool OnlyCounts() const
+    {
+        return (m_pDlg == nullptr || !m_pDlg->FollowsEveryLine()) && m_mapBreakpoints.empty();
+    }
     void CountLine(long nLine)
     {
         m_nLineNr = nLine;
