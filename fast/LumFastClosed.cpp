@@ -5,8 +5,8 @@
 // debugger or host code runs, so nothing can look at the stacks; what the run leaves is
 // the store's numbers and the line, and those it leaves as the regular way would.
 //
-// A closed run takes on only what cannot turn out differently: numbers, If, While and
-// Do, and calls of procedures whose heads the form has entered before. It counts its
+// A closed run takes on only what cannot turn out differently: numbers, If, While, Do
+// and For, and calls of procedures whose heads the form has entered before. It counts its
 // statements against the run's statement limit as the regular way counts them.
 // Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
 // near a limit, a stop request, the statement limit), it gives up: it puts back every
@@ -28,8 +28,9 @@ namespace
 {
 // More arguments than this run the regular way.
 const size_t MAX_CLOSED_ARGS = 8;
-// Ifs that one procedure holds open in a closed run, one bit each.
+// Ifs that one procedure holds open in a closed run, one bit each, and For loops.
 const int MAX_CLOSED_IFS = 64;
+const int MAX_CLOSED_FORS = 16;
 // A call stops trying closed runs after this many gave up for good, or this many
 // warm-ups in a row.
 const uint16_t MAX_CLOSED_FAILURES = 16;
@@ -345,6 +346,14 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;
     int nIfs = 0;
+    // Its For loops open, each with the Ifs open when it began: the command stack of
+    // the regular way holds both kinds, and Next, Else and End If must find their own
+    // on top.
+    SClosedFor aFors[MAX_CLOSED_FORS];
+    int nFors = 0;
+    auto IfOnTop = [&] {
+        return nIfs > 0 && (nFors == 0 || aFors[nFors - 1].m_nIfs < nIfs);
+    };
     // Statements and markers run, counted here and added to the run's count at every
     // way back and at the End: only a loop or a call can make a run long.
     unsigned long nSteps = 0;
@@ -378,12 +387,12 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         }
         case SLumFastStep::ELSE:
-            if (nIfs == 0)
+            if (!IfOnTop())
                 return GiveUp(), nullptr;
             fTaken = (nConditions & 1) != 0;
             break;
         case SLumFastStep::ENDIF:
-            if (nIfs == 0)
+            if (!IfOnTop())
                 return GiveUp(), nullptr;
             nConditions >>= 1;
             --nIfs;
@@ -408,6 +417,30 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             if (fTaken && (!Count() || MustLeave(basic)))
                 return GiveUp(), nullptr;
             break;
+        case SLumFastStep::FOR:
+            if (nFors == MAX_CLOSED_FORS || m_nClosedIfs >= m_nClosedIfLimit ||
+                !ClosedFor(basic, *pStep, frame, aFors[nFors]))
+                return GiveUp(), nullptr;
+            aFors[nFors++].m_nIfs = nIfs;
+            ++m_nClosedIfs;
+            break;
+        case SLumFastStep::NEXT:
+        {
+            if (nFors == 0 || aFors[nFors - 1].m_nIfs != nIfs)
+                return GiveUp(), nullptr;
+            bool fEnded = false;
+            if (!ClosedNext(*pStep, aFors[nFors - 1], fEnded))
+                return nullptr;
+            if (fEnded)
+            {
+                --nFors;
+                --m_nClosedIfs;
+            }
+            else if (!Count() || MustLeave(basic))
+                return GiveUp(), nullptr;
+            fTaken = !fEnded;
+            break;
+        }
         case SLumFastStep::CALL:
             if (!ClosedSub(basic, *pStep, frame))
                 return nullptr;
@@ -418,8 +451,8 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
                 return GiveUp(), nullptr;
             break;
         case SLumFastStep::END:
-            // An If left open stays on the command stack the regular way.
-            return nIfs == 0 && Count() ? pStep : (GiveUp(), nullptr);
+            // An If or a For left open stays on the command stack the regular way.
+            return nIfs == 0 && nFors == 0 && Count() ? pStep : (GiveUp(), nullptr);
         default:
             return GiveUp(), nullptr;
         }
@@ -506,6 +539,41 @@ LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, co
     if (!Keep(*pTarget, step.m_cKept))
         return false;
     LumFastStore(*pTarget, n, step.m_cType);
+    return true;
+}
+
+// For as its handler opens the loop: the counter takes the start, then the end and the
+// step are computed once, numbers as they come out.
+bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
+                             SClosedFor& loop)
+{
+    SLumNumber start;
+    if (!ClosedValue(basic, *step.m_pExpr, frame, start))
+        return false;
+    CLumsVarValue* pCounter = Cached(step.m_cTarget);
+    if (pCounter == nullptr)
+        return WarmUp();
+    if (!Keep(*pCounter, step.m_cKept))
+        return false;
+    LumFastStore(*pCounter, start, step.m_cType);
+    loop.m_pCounter = pCounter;
+    loop.m_cStep = SLumNumber{false, 1, 0.0};
+    return ClosedValue(basic, *step.m_apArgs[0], frame, loop.m_cEnd) &&
+           (step.m_apArgs.size() < 2 || ClosedValue(basic, *step.m_apArgs[1], frame, loop.m_cStep));
+}
+
+// Next as the fast form's Next counts: the counter as the body left it, plus the step,
+// past the end or not.
+bool CLumFastForm::ClosedNext(SLumFastStep& step, SClosedFor& loop, bool& fEnded)
+{
+    SLumNumber counter, ended;
+    if (!loop.m_pCounter->IsNumber() || !LumFastNumber(*loop.m_pCounter, counter) ||
+        !Keep(*loop.m_pCounter, step.m_cKept))
+        return GiveUp();
+    LumFastOperate(LBT_PLUS, counter, loop.m_cStep, counter);
+    LumFastOperate(loop.m_cStep.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, loop.m_cEnd, ended);
+    LumFastStore(*loop.m_pCounter, counter, counter.m_fDouble ? 0 : '%');
+    fEnded = ended.m_nLong != 0;
     return true;
 }
 

@@ -178,6 +178,7 @@ struct SLumFastStep : SLumFastCallSite
         WEND,
         DO,
         LOOP,
+        FOR,
         NEXT,
         CALL,
         SUB,
@@ -205,15 +206,16 @@ struct SLumFastStep : SLumFastCallSite
     unsigned char* m_pJump = nullptr; // where a taken skip leads
     SLumFastStep* m_pNext = nullptr;  // linked on first use
     SLumFastStep* m_pTaken = nullptr;
-    // ASSIGN: the target's name in the image, and where it was stored last. SUB: the
-    // procedure's name.
+    // ASSIGN and FOR: the target's name in the image, and where it was stored last. SUB:
+    // the procedure's name.
     const char* m_pszName = nullptr;
     unsigned m_nNameLength = 0;
     CLumNameCache m_cTarget;
     SLumFastExpr* m_pExpr = nullptr;
     // ASSIGN_ELEMENT: the element whose name is the target.
     SLumFastExpr* m_pTarget = nullptr;
-    // CALL: the arguments.
+    // CALL: the arguments. FOR: the end, and the step where the statement has one (the
+    // start is m_pExpr, the counter the target).
     std::vector<SLumFastExpr*> m_apArgs;
     // ASSIGN of a string whose value is its own target plus parts (`s$ = s$ + a$ + b$`):
     // the target's read, and the parts, appended in place (AssignAppend).
@@ -238,7 +240,7 @@ struct SLumFastStep : SLumFastCallSite
     CLumNameCache m_cResult;
     uint64_t m_nResultOf = 0;
     std::string m_strResultKey;
-    // ASSIGN: where a closed run wrote last.
+    // ASSIGN, FOR and NEXT: where a closed run wrote last.
     SLumKept m_cKept;
     // m_pNext and m_pTaken past the line markers they lead to.
     SLumPastMarkers m_cPastNext;
@@ -495,6 +497,7 @@ private:
                    : nullptr;
     }
     const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
+    void FindVariables(CLumBasic& basic, SLumFastExpr* pExpr);
     // A long variable and a long constant, the most frequent operation of all (i% * 2,
     // k% - 1, n% < 2), at once: true where the operands are of that kind, with `fDone`
     // telling whether the operator computed them.
@@ -550,6 +553,14 @@ private:
         CLumsVarValue* m_pValue;
         SLumNumber m_cNumber;
     };
+    // A For loop a closed run holds open.
+    struct SClosedFor
+    {
+        CLumsVarValue* m_pCounter;
+        SLumNumber m_cEnd;
+        SLumNumber m_cStep;
+        int m_nIfs;
+    };
     // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
     // statement), except while a run from there that gave up runs the regular way, one
     // level up or more: trying again at every level of a recursion would cost the
@@ -585,6 +596,8 @@ private:
     bool MustLeave(const CLumBasic& basic) const;
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
+    bool ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SClosedFor& loop);
+    bool ClosedNext(SLumFastStep& step, SClosedFor& loop, bool& fEnded);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
     bool ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);

@@ -107,6 +107,16 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
         return Head(basic, step);
     case SLumFastStep::END:
         return End(basic, step);
+    case SLumFastStep::FOR:
+        // The handler opens the loop. Its counter and the statement behind it are found
+        // here for closed runs, which take the loop on themselves.
+        basic.CachedVar(step.m_cTarget, step.m_pszName);
+        FindVariables(basic, step.m_pExpr);
+        for (SLumFastExpr* pExpr : step.m_apArgs)
+            FindVariables(basic, pExpr);
+        if (step.m_pNext == nullptr)
+            Follow(basic, step.m_pEnd, step.m_pNext);
+        return HANDLER;
     case SLumFastStep::SLOW:
         return HANDLER;
     default:
@@ -125,6 +135,21 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFas
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
         basic.m_pDebugger->CountLine(step.m_nLine);
     return GO_ON;
+}
+
+// The variables of a tree that the handler computes, found as the fast form would find
+// them, so that a closed run can compute it later.
+void CLumFastForm::FindVariables(CLumBasic& basic, SLumFastExpr* pExpr)
+{
+    if (pExpr == nullptr)
+        return;
+    if (pExpr->m_eOp == SLumFastExpr::VARIABLE)
+        Variable(basic, *pExpr);
+    else if (pExpr->m_eOp == SLumFastExpr::OPERATOR)
+    {
+        FindVariables(basic, pExpr->m_pLeft);
+        FindVariables(basic, pExpr->m_pRight);
+    }
 }
 
 const CLumsVarValue* CLumFastForm::Variable(CLumBasic& basic, SLumFastExpr& expr)

@@ -172,6 +172,26 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         ReadSkip(file, step, false);
         eKind = SLumFastStep::NEXT;
         break;
+    case LBT_FOR:
+    {
+        // Only a loop whose start, end and step compute: closed runs take it on.
+        step.m_pszName = file.GetCountedText();
+        step.m_cType = TypeChar(step.m_pszName, strlen(step.m_pszName));
+        step.m_pExpr = ReadExpression(basic, true, false);
+        SLumFastExpr* pEnd = step.m_pExpr != nullptr ? ReadExpression(basic, true, false) : nullptr;
+        if (pEnd == nullptr)
+            return;
+        step.m_apArgs.push_back(pEnd);
+        if (file.PeekToken() == LBT_EXPRESSION)
+        {
+            SLumFastExpr* pStep = ReadExpression(basic, true, false);
+            if (pStep == nullptr)
+                return;
+            step.m_apArgs.push_back(pStep);
+        }
+        eKind = SLumFastStep::FOR;
+        break;
+    }
     case LBT_CALL:
         TranslateCall(basic, step);
         eKind = SLumFastStep::CALL;
@@ -190,7 +210,7 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
     }
     bool fNeedsExpr = eKind == SLumFastStep::ASSIGN || eKind == SLumFastStep::ASSIGN_ELEMENT ||
                       eKind == SLumFastStep::IF || eKind == SLumFastStep::WHILE ||
-                      eKind == SLumFastStep::LOOP;
+                      eKind == SLumFastStep::LOOP || eKind == SLumFastStep::FOR;
     if (fNeedsExpr && step.m_pExpr == nullptr)
         return;
     SetDepths(step.m_pExpr, 0, 0);

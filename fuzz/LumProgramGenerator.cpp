@@ -451,15 +451,16 @@ void CGenerator::IfBlock(const SContext& ctx, int nDepth)
     Line("End If");
 }
 
-// A For whose counter only the loop writes, with constant bounds: it ends.
+// A For whose counter only the loop writes, with bounds of constants and, in a
+// procedure, of its depth parameter (which only decreases): it ends.
 void CGenerator::ForLoop(const SContext& ctx, int nDepth)
 {
     static const char* const s_apszStart[] = {"1", "0", "3", "-1", "2"};
-    static const char* const s_apszEnd[] = {"3", "1", "0", "4", "-2"};
+    static const char* const s_apszEnd[] = {"3", "1", "0", "4", "-2", "d% + 1", "2 - d%"};
     bool fLong = m_c.Chance(70);
     std::string strCounter = "i" + std::to_string(++m_nCounters) + (fLong ? "%" : "");
-    std::string strLine =
-        "For " + strCounter + " = " + PickOf(m_c, s_apszStart) + " To " + PickOf(m_c, s_apszEnd);
+    const char* pszEnd = s_apszEnd[m_c.Pick(ctx.m_pProc != nullptr ? 7 : 5)];
+    std::string strLine = "For " + strCounter + " = " + PickOf(m_c, s_apszStart) + " To " + pszEnd;
     static const char* const s_apszLongSteps[] = {"", " Step 2", " Step -1", " Step 1"};
     static const char* const s_apszDoubleSteps[] = {"", " Step 0.5", " Step -0.75", " Step 2"};
     strLine += fLong ? PickOf(m_c, s_apszLongSteps) : PickOf(m_c, s_apszDoubleSteps);

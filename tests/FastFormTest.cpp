@@ -237,3 +237,38 @@ TEST(FastForm, FunctionsRunWholeShowTheRegularWaysStoreWhereverSomethingLooks)
         EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
     }
 }
+
+// For loops inside functions the fast form runs whole, against the plain way: steps of
+// both kinds and signs, a body that moves the counter, an end that reads the counter's
+// start, a loop that runs once though its range is empty, and a loop in a recursion.
+TEST(FastForm, ForLoopsInFunctionsRunWholeAsTheyRunPlain)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszBody; // of Function F(n%), whose result is t
+    } aCases[] = {
+        {"a double step", "  For x = 1 To n% Step 0.5\n    t = t + x\n  Next x\n"},
+        {"a negative step", "  For i% = n% To 1 Step -2\n    t = t + i%\n  Next\n"},
+        {"the body moves the counter", "  For i% = 1 To 10\n    i% = i% + n%\n    t = t + i%\n  Next i%\n"},
+        {"the end reads the counter", "  For i% = n% To i% + 3\n    t = t + 1\n  Next\n"},
+        {"an empty range runs once", "  For i% = 5 To n% - 10\n    t = t + 7\n  Next\n"},
+        {"nested with an If",
+         "  For i% = 1 To n%\n    For j% = i% To n%\n      If j% > 2 Then\n        t = t + j%\n"
+         "      Else\n        t = t - 1\n      End If\n    Next j%\n  Next i%\n"},
+        {"in a recursion",
+         "  If n% > 0 Then\n    For i% = 1 To 2\n      t = t + F(n% - 1)\n    Next i%\n  End If\n"},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource = std::string("Declare Function F(n%)\nSub Main\n  For k% = 1 To 6\n    t = 0\n"
+                                            "    s = s + F(k%)\n  Next k%\nEnd Sub\nFunction F(n%)\n") +
+                                c.m_pszBody + "  F = t\nEnd Function\n";
+        std::vector<uint8_t> aImage;
+        std::string strDiagnostics = CompileText(strSource, aImage);
+        ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
+        std::string strFast = RunOutcome(aImage, false);
+        EXPECT_EQ(strFast, RunOutcome(aImage, true)) << c.m_pszName;
+        EXPECT_NE(strFast.find("D:s="), std::string::npos) << c.m_pszName << "\n" << strFast;
+    }
+}
