@@ -531,15 +531,20 @@ bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)
 LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
 {
     SLumNumber n;
-    if (step.m_cType == '$' || !ClosedExpression(basic, step, frame, n))
-        return false;
+    return step.m_cType != '$' && ClosedExpression(basic, step, frame, n) && ClosedStore(step, n) != nullptr;
+}
+
+// The number into the step's target, found before and noted for the undo, as Assign
+// stores it; the target, or null where the run gives up.
+CLumsVarValue* CLumFastForm::ClosedStore(SLumFastStep& step, const SLumNumber& n)
+{
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr)
-        return WarmUp();
+        return WarmUp(), nullptr;
     if (!Keep(*pTarget, step.m_cKept))
-        return false;
+        return nullptr;
     LumFastStore(*pTarget, n, step.m_cType);
-    return true;
+    return pTarget;
 }
 
 // For as its handler opens the loop: the counter takes the start, then the end and the
@@ -548,15 +553,9 @@ bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosed
                              SClosedFor& loop)
 {
     SLumNumber start;
-    if (!ClosedValue(basic, *step.m_pExpr, frame, start))
+    if (!ClosedValue(basic, *step.m_pExpr, frame, start) ||
+        (loop.m_pCounter = ClosedStore(step, start)) == nullptr)
         return false;
-    CLumsVarValue* pCounter = Cached(step.m_cTarget);
-    if (pCounter == nullptr)
-        return WarmUp();
-    if (!Keep(*pCounter, step.m_cKept))
-        return false;
-    LumFastStore(*pCounter, start, step.m_cType);
-    loop.m_pCounter = pCounter;
     loop.m_cStep = SLumNumber{false, 1, 0.0};
     return ClosedValue(basic, *step.m_apArgs[0], frame, loop.m_cEnd) &&
            (step.m_apArgs.size() < 2 || ClosedValue(basic, *step.m_apArgs[1], frame, loop.m_cStep));

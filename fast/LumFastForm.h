@@ -596,6 +596,7 @@ private:
     bool MustLeave(const CLumBasic& basic) const;
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
+    CLumsVarValue* ClosedStore(SLumFastStep& step, const SLumNumber& n);
     bool ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SClosedFor& loop);
     bool ClosedNext(SLumFastStep& step, SClosedFor& loop, bool& fEnded);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
