@@ -189,7 +189,7 @@ SLumGeneratedProgram CGenerator::Generate()
     // Now and then a text built in a loop until the memory budget ends the run.
     if (m_c.Chance(12))
     {
-        program.m_nMemoryLimit = (2 + m_c.Pick(47)) * 4096;
+        program.m_nMemoryLimit = (2 + m_c.Pick(47)) * 1024;
         program.m_nStatementLimit = std::max(program.m_nStatementLimit, 150000ul);
         Line("For ib% = 1 To 20000");
         ++m_nIndent;
