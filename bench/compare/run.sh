@@ -21,6 +21,7 @@ kinds=(
   "string 500000 string concatenation and slicing"
   "tostring 1000000 number to string"
   "sub 1000000 Sub call with two parameters"
+  "sumloop 1000000 a function summing in a For loop, per pass"
   "template 300000 Str\$ with a template"
   "invoice 200000 invoice lines (realistic program)"
   "build 20000 building a text, s\$ = s\$ + p\$"
