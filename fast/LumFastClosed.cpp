@@ -30,7 +30,7 @@ namespace
 const size_t MAX_CLOSED_ARGS = 8;
 // Ifs that one procedure holds open in a closed run, one bit each, and For loops.
 const int MAX_CLOSED_IFS = 64;
-const int MAX_CLOSED_FORS = 16;
+const size_t MAX_CLOSED_FORS = 16;
 // A call stops trying closed runs after this many gave up for good, or this many
 // warm-ups in a row.
 const uint16_t MAX_CLOSED_FAILURES = 16;
@@ -82,6 +82,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
     m_aUndo.clear();
+    m_aClosedFors.clear();
     m_nClosedDepth = 0;
     m_nClosedIfs = 0;
     m_fWarmUp = false;
@@ -346,14 +347,9 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;
     int nIfs = 0;
-    // Its For loops open, each with the Ifs open when it began: the command stack of
-    // the regular way holds both kinds, and Next, Else and End If must find their own
-    // on top.
-    SClosedFor aFors[MAX_CLOSED_FORS];
-    int nFors = 0;
-    auto IfOnTop = [&] {
-        return nIfs > 0 && (nFors == 0 || aFors[nFors - 1].m_nIfs < nIfs);
-    };
+    // Its For loops open lie above this index (ClosedForStep): not in this frame, which
+    // a deep recursion stacks up.
+    const size_t nForBase = m_aClosedFors.size();
     // Statements and markers run, counted here and added to the run's count at every
     // way back and at the End: only a loop or a call can make a run long.
     unsigned long nSteps = 0;
@@ -387,12 +383,12 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         }
         case SLumFastStep::ELSE:
-            if (!IfOnTop())
+            if (!IfOnTop(nIfs, nForBase))
                 return GiveUp(), nullptr;
             fTaken = (nConditions & 1) != 0;
             break;
         case SLumFastStep::ENDIF:
-            if (!IfOnTop())
+            if (!IfOnTop(nIfs, nForBase))
                 return GiveUp(), nullptr;
             nConditions >>= 1;
             --nIfs;
@@ -418,27 +414,15 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
                 return GiveUp(), nullptr;
             break;
         case SLumFastStep::FOR:
-            if (nFors == MAX_CLOSED_FORS || m_nClosedIfs >= m_nClosedIfLimit ||
-                !ClosedFor(basic, *pStep, frame, aFors[nFors]))
-                return GiveUp(), nullptr;
-            aFors[nFors++].m_nIfs = nIfs;
-            ++m_nClosedIfs;
+            if (!ClosedFor(basic, *pStep, frame, nIfs, nForBase))
+                return nullptr;
             break;
         case SLumFastStep::NEXT:
         {
-            if (nFors == 0 || aFors[nFors - 1].m_nIfs != nIfs)
+            int nPass = ClosedNext(*pStep, nIfs, nForBase);
+            if (nPass < 0 || (nPass > 0 && (!Count() || MustLeave(basic))))
                 return GiveUp(), nullptr;
-            bool fEnded = false;
-            if (!ClosedNext(*pStep, aFors[nFors - 1], fEnded))
-                return nullptr;
-            if (fEnded)
-            {
-                --nFors;
-                --m_nClosedIfs;
-            }
-            else if (!Count() || MustLeave(basic))
-                return GiveUp(), nullptr;
-            fTaken = !fEnded;
+            fTaken = nPass > 0;
             break;
         }
         case SLumFastStep::CALL:
@@ -452,7 +436,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         case SLumFastStep::END:
             // An If or a For left open stays on the command stack the regular way.
-            return nIfs == 0 && nFors == 0 && Count() ? pStep : (GiveUp(), nullptr);
+            return nIfs == 0 && m_aClosedFors.size() == nForBase && Count() ? pStep : (GiveUp(), nullptr);
         default:
             return GiveUp(), nullptr;
         }
@@ -547,33 +531,53 @@ CLumsVarValue* CLumFastForm::ClosedStore(SLumFastStep& step, const SLumNumber& n
     return pTarget;
 }
 
-// For as its handler opens the loop: the counter takes the start, then the end and the
-// step are computed once, numbers as they come out.
-bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
-                             SClosedFor& loop)
+// Else and End If close an If: one the procedure opened after its innermost For, as
+// the regular way finds an If record on top of the command stack.
+bool CLumFastForm::IfOnTop(int nIfs, size_t nForBase) const
 {
+    return nIfs > 0 && (m_aClosedFors.size() == nForBase || m_aClosedFors.back().m_nIfs < nIfs);
+}
+
+// For as its handler opens the loop: the counter takes the start, then the end and the
+// step are computed once, numbers as they come out. The loop is held open above
+// `nForBase` with the procedure's `nIfs` Ifs open; false where the run gives up.
+bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, int nIfs,
+                             size_t nForBase)
+{
+    if (m_aClosedFors.size() - nForBase == MAX_CLOSED_FORS || m_nClosedIfs >= m_nClosedIfLimit)
+        return GiveUp();
+    SClosedFor loop{nullptr, {}, SLumNumber{false, 1, 0.0}, nIfs};
     SLumNumber start;
     if (!ClosedValue(basic, *step.m_pExpr, frame, start) ||
-        (loop.m_pCounter = ClosedStore(step, start)) == nullptr)
+        (loop.m_pCounter = ClosedStore(step, start)) == nullptr ||
+        !ClosedValue(basic, *step.m_apArgs[0], frame, loop.m_cEnd) ||
+        (step.m_apArgs.size() > 1 && !ClosedValue(basic, *step.m_apArgs[1], frame, loop.m_cStep)))
         return false;
-    loop.m_cStep = SLumNumber{false, 1, 0.0};
-    return ClosedValue(basic, *step.m_apArgs[0], frame, loop.m_cEnd) &&
-           (step.m_apArgs.size() < 2 || ClosedValue(basic, *step.m_apArgs[1], frame, loop.m_cStep));
+    m_aClosedFors.push_back(loop);
+    ++m_nClosedIfs;
+    return true;
 }
 
 // Next as the fast form's Next counts: the counter as the body left it, plus the step,
-// past the end or not.
-bool CLumFastForm::ClosedNext(SLumFastStep& step, SClosedFor& loop, bool& fEnded)
+// past the end or not. 1 for another pass, 0 where the loop ends, -1 where the run
+// gives up (the innermost record is not this procedure's For, or the counter no number).
+int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
 {
+    if (m_aClosedFors.size() == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
+        return -1;
+    SClosedFor& loop = m_aClosedFors.back();
     SLumNumber counter, ended;
     if (!loop.m_pCounter->IsNumber() || !LumFastNumber(*loop.m_pCounter, counter) ||
         !Keep(*loop.m_pCounter, step.m_cKept))
-        return GiveUp();
+        return -1;
     LumFastOperate(LBT_PLUS, counter, loop.m_cStep, counter);
     LumFastOperate(loop.m_cStep.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, loop.m_cEnd, ended);
     LumFastStore(*loop.m_pCounter, counter, counter.m_fDouble ? 0 : '%');
-    fEnded = ended.m_nLong != 0;
-    return true;
+    if (ended.m_nLong == 0)
+        return 1;
+    m_aClosedFors.pop_back();
+    --m_nClosedIfs;
+    return 0;
 }
 
 // The condition of If, While or Loop, as Condition computes it.

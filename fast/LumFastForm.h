@@ -498,6 +498,7 @@ private:
     }
     const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
     void FindVariables(CLumBasic& basic, SLumFastExpr* pExpr);
+    __attribute__((noinline)) EOutcome For(CLumBasic& basic, SLumFastStep& step);
     // A long variable and a long constant, the most frequent operation of all (i% * 2,
     // k% - 1, n% < 2), at once: true where the operands are of that kind, with `fDone`
     // telling whether the operator computed them.
@@ -597,8 +598,10 @@ private:
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
     CLumsVarValue* ClosedStore(SLumFastStep& step, const SLumNumber& n);
-    bool ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SClosedFor& loop);
-    bool ClosedNext(SLumFastStep& step, SClosedFor& loop, bool& fEnded);
+    bool IfOnTop(int nIfs, size_t nForBase) const;
+    __attribute__((noinline)) bool ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
+                                             int nIfs, size_t nForBase);
+    __attribute__((noinline)) int ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase);
     bool ClosedCondition(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, bool& fTrue);
     bool ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
@@ -707,6 +710,8 @@ private:
     size_t m_nNotedMarkers = 0;
     bool m_fCounting = false;
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
+    // The For loops the procedures of a closed run hold open, the innermost last.
+    std::vector<SClosedFor> m_aClosedFors;
     size_t m_nCallLevels = 0;
     std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;

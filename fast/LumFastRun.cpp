@@ -108,15 +108,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
     case SLumFastStep::END:
         return End(basic, step);
     case SLumFastStep::FOR:
-        // The handler opens the loop. Its counter and the statement behind it are found
-        // here for closed runs, which take the loop on themselves.
-        basic.CachedVar(step.m_cTarget, step.m_pszName);
-        FindVariables(basic, step.m_pExpr);
-        for (SLumFastExpr* pExpr : step.m_apArgs)
-            FindVariables(basic, pExpr);
-        if (step.m_pNext == nullptr)
-            Follow(basic, step.m_pEnd, step.m_pNext);
-        return HANDLER;
+        return For(basic, step);
     case SLumFastStep::SLOW:
         return HANDLER;
     default:
@@ -135,6 +127,20 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFas
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
         basic.m_pDebugger->CountLine(step.m_nLine);
     return GO_ON;
+}
+
+// The handler opens the loop. Its counter, the variables of its bounds and the statement
+// behind it are found here for closed runs, which take the loop on themselves. Out of
+// the run loop's way: every nested run of a recursion stacks that loop's frame.
+CLumFastForm::EOutcome CLumFastForm::For(CLumBasic& basic, SLumFastStep& step)
+{
+    basic.CachedVar(step.m_cTarget, step.m_pszName);
+    FindVariables(basic, step.m_pExpr);
+    for (SLumFastExpr* pExpr : step.m_apArgs)
+        FindVariables(basic, pExpr);
+    if (step.m_pNext == nullptr)
+        Follow(basic, step.m_pEnd, step.m_pNext);
+    return HANDLER;
 }
 
 // The variables of a tree that the handler computes, found as the fast form would find
