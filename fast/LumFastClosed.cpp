@@ -40,14 +40,19 @@ const uint16_t MAX_CLOSED_WARMUPS = 4096;
 const size_t MAX_UNDO = 65536;
 } // namespace
 
-// A stop request ends a closed run at its next call or way back, and so does a debugger
-// whose window starts to follow the lines (a pause asked for): the regular way then
+// A stop request ends a closed run at its next call or way back: the regular way then
 // answers it.
+LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
+{
+    return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) != 0;
+}
+
+// At a way back, a debugger whose window starts to follow the lines (a pause asked
+// for) ends the run too: a loop may not end by itself, while calls end at the limits
+// of depth.
 LUM_HOT bool CLumFastForm::MustLeave(const CLumBasic& basic) const
 {
-    return (basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::STOP) !=
-               0 ||
-           (m_pWatchedDebugger != nullptr && !m_pWatchedDebugger->OnlyCounts());
+    return IsStopRequested(basic) || (m_pWatchedDebugger != nullptr && !m_pWatchedDebugger->OnlyCounts());
 }
 
 // A closed run from `site`, where that goes through: true where `body` did its work
@@ -83,6 +88,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     ++m_nClosedRun;
     m_aUndo.clear();
     m_aClosedFors.clear();
+    m_nClosedFors = 0;
     m_nClosedDepth = 0;
     m_nClosedIfs = 0;
     m_fWarmUp = false;
@@ -260,7 +266,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
     // level in; a body that opens none gives up where it need not, which costs nothing.
     int nDepth = m_nClosedDepth + 1;
     if (nDepth >= m_nClosedDepthLimit || nLevel >= CLumExpression::MAX_NESTING ||
-        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || MustLeave(basic))
+        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
     SLumFastStep& head = *site.m_pCallee;
@@ -349,7 +355,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
     int nIfs = 0;
     // Its For loops open lie above this index (ClosedForStep): not in this frame, which
     // a deep recursion stacks up.
-    const size_t nForBase = m_aClosedFors.size();
+    const size_t nForBase = m_nClosedFors;
     // Statements and markers run, counted here and added to the run's count at every
     // way back and at the End: only a loop or a call can make a run long.
     unsigned long nSteps = 0;
@@ -436,7 +442,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         case SLumFastStep::END:
             // An If or a For left open stays on the command stack the regular way.
-            return nIfs == 0 && m_aClosedFors.size() == nForBase && Count() ? pStep : (GiveUp(), nullptr);
+            return nIfs == 0 && m_nClosedFors == nForBase && Count() ? pStep : (GiveUp(), nullptr);
         default:
             return GiveUp(), nullptr;
         }
@@ -520,7 +526,7 @@ LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, co
 
 // The number into the step's target, found before and noted for the undo, as Assign
 // stores it; the target, or null where the run gives up.
-CLumsVarValue* CLumFastForm::ClosedStore(SLumFastStep& step, const SLumNumber& n)
+LUM_HOT CLumsVarValue* CLumFastForm::ClosedStore(SLumFastStep& step, const SLumNumber& n)
 {
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr)
@@ -533,9 +539,9 @@ CLumsVarValue* CLumFastForm::ClosedStore(SLumFastStep& step, const SLumNumber& n
 
 // Else and End If close an If: one the procedure opened after its innermost For, as
 // the regular way finds an If record on top of the command stack.
-bool CLumFastForm::IfOnTop(int nIfs, size_t nForBase) const
+LUM_HOT bool CLumFastForm::IfOnTop(int nIfs, size_t nForBase) const
 {
-    return nIfs > 0 && (m_aClosedFors.size() == nForBase || m_aClosedFors.back().m_nIfs < nIfs);
+    return nIfs > 0 && (m_nClosedFors == nForBase || m_aClosedFors.back().m_nIfs < nIfs);
 }
 
 // For as its handler opens the loop: the counter takes the start, then the end and the
@@ -544,7 +550,7 @@ bool CLumFastForm::IfOnTop(int nIfs, size_t nForBase) const
 bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame, int nIfs,
                              size_t nForBase)
 {
-    if (m_aClosedFors.size() - nForBase == MAX_CLOSED_FORS || m_nClosedIfs >= m_nClosedIfLimit)
+    if (m_nClosedFors - nForBase == MAX_CLOSED_FORS || m_nClosedIfs >= m_nClosedIfLimit)
         return GiveUp();
     SClosedFor loop{nullptr, {}, SLumNumber{false, 1, 0.0}, nIfs};
     SLumNumber start;
@@ -554,6 +560,7 @@ bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosed
         (step.m_apArgs.size() > 1 && !ClosedValue(basic, *step.m_apArgs[1], frame, loop.m_cStep)))
         return false;
     m_aClosedFors.push_back(loop);
+    ++m_nClosedFors;
     ++m_nClosedIfs;
     return true;
 }
@@ -563,7 +570,7 @@ bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosed
 // gives up (the innermost record is not this procedure's For, or the counter no number).
 int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
 {
-    if (m_aClosedFors.size() == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
+    if (m_nClosedFors == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
         return -1;
     SClosedFor& loop = m_aClosedFors.back();
     SLumNumber counter, ended;
@@ -576,6 +583,7 @@ int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
     if (ended.m_nLong == 0)
         return 1;
     m_aClosedFors.pop_back();
+    --m_nClosedFors;
     --m_nClosedIfs;
     return 0;
 }

@@ -594,6 +594,7 @@ private:
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
     SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken, unsigned long& nSteps);
+    static bool IsStopRequested(const CLumBasic& basic);
     bool MustLeave(const CLumBasic& basic) const;
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
@@ -712,6 +713,7 @@ private:
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     // The For loops the procedures of a closed run hold open, the innermost last.
     std::vector<SClosedFor> m_aClosedFors;
+    size_t m_nClosedFors = 0; // its size, read at every call
     size_t m_nCallLevels = 0;
     std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;
