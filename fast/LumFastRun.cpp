@@ -322,7 +322,7 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             // A line marker, every other statement, only notes its line unless the
             // debugger wants it: straight on to the statement it was linked to.
             // Where the debugger only counts, the marker counts its line here, without
-            // the dispatch of Execute: this is what makes counting nearly free.
+            // the dispatch of Execute.
             if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr &&
                 (!basic.m_fDebugMode || pStep->m_fMarkerFollows || basic.m_pDebugger == nullptr ||
                  CountLine(basic, *pStep) == GO_ON))
