@@ -353,7 +353,7 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;
     int nIfs = 0;
-    // Its For loops open lie above this index (ClosedForStep): not in this frame, which
+    // Its For loops open lie above this index (ClosedFor): not in this frame, which
     // a deep recursion stacks up.
     const size_t nForBase = m_nClosedFors;
     // Statements and markers run, counted here and added to the run's count at every
@@ -565,9 +565,10 @@ bool CLumFastForm::ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosed
     return true;
 }
 
-// Next as the fast form's Next counts: the counter as the body left it, plus the step,
-// past the end or not. 1 for another pass, 0 where the loop ends, -1 where the run
-// gives up (the innermost record is not this procedure's For, or the counter no number).
+// Next as the fast form's Next counts (kept apart from it: that one sits in the run
+// loop's frame, which a sanitized recursion a thousand runs deep must fit), on the
+// counter as the body left it: plus the step, past the end or not. 1 for another pass, 0 where the loop ends,
+// -1 where the run gives up (the innermost record is not this procedure's For, or the counter no number).
 int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
 {
     if (m_nClosedFors == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
