@@ -279,7 +279,7 @@ CLumsVarValue* CLumBasic::ExtFunction(unsigned short wToken)
 // off it stays silent.
 void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
 {
-    m_aLineMarks.clear();
+    SetLineMarkLevels(0);
     if (m_pDebugger == nullptr)
     {
         m_pDebugger = new CLumBasicDebugger();

@@ -483,15 +483,24 @@ bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 // The hits as the markers' handler would have counted them, in their order.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
+    // No host code ran since the closed run began: counting cannot have been switched.
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
+    CLumBasicProfiler* pProfiler = debugger.CountsInto();
+    const SLumFastStep* pLast = nullptr;
     for (const SHit& hit : m_aHits)
     {
         const SLumFastStep* pMarker = hit.m_pMarker;
         for (uint32_t n = hit.m_nMarkers; n > 0; --n, pMarker = pMarker->m_pNext)
             if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
                 basic.EntersLineAt(hit.m_nLevels, pMarker->m_nLine, pMarker->m_pAt + 2))
-                debugger.CountLine(pMarker->m_nLine);
+            {
+                pLast = pMarker;
+                if (pProfiler != nullptr)
+                    pProfiler->CountHit(pMarker->m_nLine);
+            }
     }
+    if (pLast != nullptr)
+        debugger.NoteLine(pLast->m_nLine);
     m_aHits.clear();
     m_nNotedMarkers = 0;
 }

@@ -377,14 +377,9 @@ private:
     // show them (a function the fast form runs whole).
     bool EntersLineAt(size_t nLevels, long nLine, const unsigned char* pAt)
     {
-        // Deeper levels belong to calls that have returned.
         if (m_aLineMarks.size() != nLevels)
-            m_aLineMarks.resize(nLevels);
-        SLumLineMark& last = m_aLineMarks.back();
-        bool fEnters = last.m_pAt == nullptr || last.m_nLine != nLine || pAt <= last.m_pAt;
-        last.m_pAt = pAt;
-        last.m_nLine = nLine;
-        return fEnters;
+            SetLineMarkLevels(nLevels);
+        return m_aLineMarks.back().Enters(nLine, pAt);
     }
 
     // What a run may open on its program's behalf; null for anything.
@@ -396,6 +391,17 @@ private:
     {
         const unsigned char* m_pAt = nullptr;
         long m_nLine = 0;
+
+        // Whether the marker at `pAt` enters its line, the marker becoming the level's last.
+        bool Enters(long nLine, const unsigned char* pAt)
+        {
+            bool fEnters = m_pAt == nullptr || m_nLine != nLine || pAt <= m_pAt;
+            m_pAt = pAt;
+            m_nLine = nLine;
+            return fEnters;
+        }
     };
     std::vector<SLumLineMark> m_aLineMarks;
+    // Deeper levels belong to calls that have returned; a level entered anew has no mark.
+    void SetLineMarkLevels(size_t nLevels);
 };

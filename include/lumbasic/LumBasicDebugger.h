@@ -66,9 +66,13 @@ public:
     void CountLine(long nLine)
     {
         m_nLineNr = nLine;
-        if (m_fHasSource && m_fProfile && m_pProfiler != nullptr)
-            m_pProfiler->CountHit(nLine);
+        if (CLumBasicProfiler* pProfiler = CountsInto())
+            pProfiler->CountHit(nLine);
     }
+    // Where CountLine counts, null where it only notes the line: for a row of hits
+    // that nothing can switch between, the lines counted one by one and the last noted.
+    CLumBasicProfiler* CountsInto() const { return m_fHasSource && m_fProfile ? m_pProfiler : nullptr; }
+    void NoteLine(long nLine) { m_nLineNr = nLine; }
 
     // The window's side.
     void SetStepMode(int fStepMode) { m_fStepMode = fStepMode; }
