@@ -380,21 +380,29 @@ private:
     // NAME:INDEX written straight into the key blocks.
     CLumKey StoreElementKey(std::string_view name, uint32_t nIndex)
     {
-        char digits[10];
-        size_t nDigits = 0;
-        do
-        {
-            digits[nDigits++] = static_cast<char>('0' + nIndex % 10);
-            nIndex /= 10;
-        } while (nIndex != 0);
+        // Every element made formats its index: two digits at a time, from the end.
+        static const char* const pszPairs = "00010203040506070809101112131415161718192021222324"
+                                            "25262728293031323334353637383940414243444546474849"
+                                            "50515253545556575859606162636465666768697071727374"
+                                            "75767778798081828384858687888990919293949596979899";
+        size_t nDigits = 1;
+        for (uint64_t nBound = 10; nDigits < 10 && nIndex >= nBound; nBound *= 10)
+            ++nDigits;
         size_t nLength = name.size() + 1 + nDigits;
         char* p = ReserveKey(nLength + 1);
         memcpy(p, name.data(), name.size());
-        char* q = p + name.size();
-        *q++ = ':';
-        while (nDigits != 0)
-            *q++ = digits[--nDigits];
+        p[name.size()] = ':';
+        char* q = p + nLength;
         *q = '\0';
+        for (; nIndex >= 100; nIndex /= 100)
+        {
+            q -= 2;
+            memcpy(q, pszPairs + 2 * (nIndex % 100), 2);
+        }
+        if (nIndex >= 10)
+            memcpy(q - 2, pszPairs + 2 * nIndex, 2);
+        else
+            q[-1] = static_cast<char>('0' + nIndex);
         return CLumKey(p, static_cast<uint32_t>(nLength));
     }
 
