@@ -4,7 +4,7 @@
 #include "LumRunCommand.h"
 
 #include "LumConsole.h"
-#include "LumCursesToolkit.h"
+#include "LumTerminalPlugin.h"
 
 #include <lumbasic/LumBasicDebugDlg.h>
 #include <lumbasic/LumBasicDebugger.h>
@@ -28,7 +28,9 @@ const char* const USAGE =
 class CDebugSession : public CLumRunSession
 {
 public:
-    CDebugSession(bool fAnswer, int nAnswer, CLumConsole& console) : m_rConsole(console)
+    CDebugSession(bool fAnswer, int nAnswer, CLumConsole& console,
+                  std::unique_ptr<CLumTerminalToolkit> pToolkit)
+        : m_rConsole(console), m_pToolkit(std::move(pToolkit))
     {
         console.SetOutput([this](const std::string& strText) { Write(strText); });
         console.SetInput(
@@ -46,7 +48,7 @@ public:
         // keeps them off the screen altogether.
         m_fnBoxBefore = LumSetMessageBox(
             [this, fAnswer, nAnswer](const char* pszText, const char* pszCaption, long nStyle) {
-                return fAnswer ? nAnswer : m_cToolkit.MessageBox(pszText, pszCaption, nStyle);
+                return fAnswer ? nAnswer : m_pToolkit->MessageBox(pszText, pszCaption, nStyle);
             });
         CLumBasicDebugger::m_fDebug = 1;
         CLumBasicDebugger::m_fProfile = 1;
@@ -67,7 +69,7 @@ private:
     {
         try
         {
-            return std::make_unique<CLumBasicDebugDlg>(pDebugger, pszText, m_cToolkit);
+            return std::make_unique<CLumBasicDebugDlg>(pDebugger, pszText, *m_pToolkit);
         }
         catch (const std::runtime_error& e)
         {
@@ -83,10 +85,10 @@ private:
     // The source an image names is not there: the user may point at it.
     bool Choose(const SLumSourceDialog& dialog, std::string& strChosen)
     {
-        if (!m_cToolkit.HasWindow())
+        if (!m_pToolkit->HasWindow())
             return false;
         SLumDebugForm form{0, dialog.m_strTitle, {{LUM_IDC_NAME, "Datei", dialog.m_strFileName}}};
-        if (!m_cToolkit.DoModal(form) || !m_cFiles.Exists(form.m_aFields[0].m_strValue))
+        if (!m_pToolkit->DoModal(form) || !m_cFiles.Exists(form.m_aFields[0].m_strValue))
             return false;
         strChosen = m_cFiles.AbsolutePath(form.m_aFields[0].m_strValue);
         return true;
@@ -97,20 +99,20 @@ private:
     void Write(const std::string& strText)
     {
         m_cHeld.m_str += strText;
-        if (!m_cToolkit.HasWindow())
+        if (!m_pToolkit->HasWindow())
             m_cHeld.Flush();
     }
 
     // Input asks in a form over the window, which holds the prompt and the line given.
     bool Ask(const std::string& strPrompt, std::string& strLine)
     {
-        if (!m_cToolkit.HasWindow())
+        if (!m_pToolkit->HasWindow())
         {
             m_cHeld.Flush();
             return CLumConsole::ReadStandard(strPrompt, strLine);
         }
         SLumDebugForm form{0, strPrompt, {{LUM_IDC_NAME, "Eingabe", ""}}};
-        bool fGiven = m_cToolkit.DoModal(form);
+        bool fGiven = m_pToolkit->DoModal(form);
         strLine = fGiven ? form.m_aFields[0].m_strValue : "";
         m_cHeld.m_str += strPrompt + strLine + "\n";
         return fGiven;
@@ -132,7 +134,7 @@ private:
     SHeldOutput m_cHeld;
     // Sources written here end their lines in LF; the window needs a row per line.
     CLumCrLfSourceFiles m_cFiles;
-    CLumCursesToolkit m_cToolkit;
+    std::unique_ptr<CLumTerminalToolkit> m_pToolkit;
     CLumSourceFiles* m_pFilesBefore = nullptr;
     LumDebugWindowFactory m_fnWindowBefore;
     LumSourceChooser m_fnChooserBefore;
@@ -142,8 +144,18 @@ private:
 
 int LumDebugCommand(const std::vector<std::string>& aArgs)
 {
+    std::string strError;
+    std::unique_ptr<CLumTerminalToolkit> pToolkit = LumLoadTerminalToolkit(strError);
+    if (pToolkit == nullptr)
+    {
+        char szText[1024];
+        snprintf(szText, sizeof szText, LoadMessage(LUM_MSG_NO_TERMINAL).c_str(), strError.c_str());
+        fprintf(stderr, "lumbasic: %s\n", szText);
+        return 1;
+    }
     return LumRunProgram(
-        aArgs, USAGE, [](bool fAnswer, int nAnswer, CLumConsole& console) -> std::unique_ptr<CLumRunSession> {
-            return std::make_unique<CDebugSession>(fAnswer, nAnswer, console);
+        aArgs, USAGE,
+        [&pToolkit](bool fAnswer, int nAnswer, CLumConsole& console) -> std::unique_ptr<CLumRunSession> {
+            return std::make_unique<CDebugSession>(fAnswer, nAnswer, console, std::move(pToolkit));
         });
 }

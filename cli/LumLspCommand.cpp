@@ -1,9 +1,11 @@
 #include "LumCompilerCommands.h"
 
+#include "LumFdStreamBuf.h"
 #include "LumLspServer.h"
 
 #include <cstdio>
-#include <iostream>
+#include <istream>
+#include <ostream>
 
 // The server speaks on standard input and output; nothing else may write there.
 int LumLspCommand(const std::vector<std::string>& aArgs)
@@ -13,7 +15,10 @@ int LumLspCommand(const std::vector<std::string>& aArgs)
         fprintf(stderr, "usage: lumbasic lsp [--stdio]\n");
         return 2;
     }
-    std::ios::sync_with_stdio(false);
-    CLumLspServer server(std::cin, std::cout);
+    CLumFdInputBuf input(0);
+    CLumFdOutputBuf output(1);
+    std::istream in(&input);
+    std::ostream out(&output);
+    CLumLspServer server(in, out);
     return server.Run();
 }

@@ -1,7 +1,6 @@
 #include "LumDapCapture.h"
 
 #include <cstdio>
-#include <iostream>
 #include <unistd.h>
 
 CLumDapCapture::CLumDapCapture(int nFd, std::string strCategory, CLumDapChannel& channel) : m_nFd(nFd)
@@ -27,8 +26,8 @@ CLumDapCapture::~CLumDapCapture()
 {
     if (m_nSaved < 0)
         return;
-    std::cout.flush();
-    std::cerr.flush();
+    // The standard streams of C++ stay in step with stdio: what a module wrote to
+    // std::cout is in stdout's buffer by now.
     fflush(m_nFd == 1 ? stdout : stderr);
     // The pipe's last writer goes: the reader sees its end once it has read the rest.
     dup2(m_nSaved, m_nFd);

@@ -258,3 +258,22 @@ TEST(CliErrors, AnEndlessRunEndsByItsLimitsOrByCtrlC)
     EXPECT_NE(strErr.find(": Der Lauf wurde auf Anforderung abgebrochen.\n"), std::string::npos) << strErr;
     EXPECT_EQ(dir.Read("cli.out").rfind("L:n%=", 0), 0u);
 }
+
+// The terminal debugger is a plugin in the library folder: a command line without it
+// says so and runs nothing.
+TEST(CliErrors, DebugWithoutItsTerminalPluginSaysSoAndRunsNothing)
+{
+    CImageDir dir;
+    Write(dir, "prog.lbd", "Sub Main\n  Print \"ran\"\nEnd Sub\n");
+    std::filesystem::create_directory(dir.Path("bin"));
+    std::filesystem::copy_file(LUM_CLI_PATH, dir.Path("bin/lumbasic"));
+    std::string strCommand =
+        "cd '" + dir.Dir() + "' && bin/lumbasic debug prog.lbd </dev/null >cli.out 2>cli.err";
+    int nStatus = std::system(strCommand.c_str());
+    ASSERT_TRUE(WIFEXITED(nStatus));
+    EXPECT_EQ(WEXITSTATUS(nStatus), 1);
+    std::string strErr = dir.Read("cli.err");
+    EXPECT_EQ(strErr.rfind("lumbasic: Das Debugfenster kann nicht geöffnet werden: ", 0), 0u) << strErr;
+    EXPECT_NE(strErr.find("liblumbasic-curses.so"), std::string::npos) << strErr;
+    EXPECT_EQ(dir.Read("cli.out"), "");
+}

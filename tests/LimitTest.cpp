@@ -1,6 +1,7 @@
 // The limits of nesting and of open calls, right at their boundary: one step below
 // runs, the limit itself fails with its own message.
 #include "tests/LumCompilerTestSupport.h"
+#include "tests/LumImageDir.h"
 
 #include <pthread.h>
 
@@ -55,6 +56,25 @@ TEST(Limit, NestedRunsReachTheirLimitAndNoMore)
     EXPECT_EQ(
         RunAtDepth(strSource, CLumBasic::MAX_NESTING - 1),
         "Die Schachtelungstiefe von 2000 verschachtelten Läufen ist überschritten (Rekursion ohne Ende?).");
+}
+
+// The main thread's stack, found without the list of mappings: a stack limit far
+// smaller than the counted limit needs stops the recursion cleanly.
+TEST(Limit, TheMainThreadsStackStopsARecursionCleanly)
+{
+    CImageDir dir;
+    std::ofstream(dir.Path("deep.lbd"))
+        << "Declare Function F%(n%)\n"
+           "Sub Main\n  r% = F%(1990)\nEnd Sub\n"
+           "Function F%(n%)\n  F% = 0\n  If n% > 0 Then F% = F%(n% - 1) + 1\nEnd Function\n";
+    std::string strCommand = "cd '" + dir.Dir() +
+                             "' && ulimit -s 1024 && '" LUM_CLI_PATH
+                             "' run deep.lbd </dev/null >cli.out 2>cli.err";
+    int nStatus = std::system(strCommand.c_str());
+    ASSERT_TRUE(WIFEXITED(nStatus)) << dir.Read("cli.err");
+    EXPECT_EQ(WEXITSTATUS(nStatus), 1);
+    EXPECT_NE(dir.Read("cli.err").find(": Die Schachtelungstiefe von "), std::string::npos)
+        << dir.Read("cli.err");
 }
 
 TEST(Limit, OpenCallsReachTheirLimitAndNoMore)

@@ -22,7 +22,7 @@
 
 #include "LumCursesListView.h"
 
-#include <lumbasic/LumDebugToolkit.h>
+#include "LumTerminalToolkit.h"
 
 #include <chrono>
 #include <memory>
@@ -32,7 +32,7 @@ class CLumCursesTerminal;
 struct SLumCursesKey;
 struct SLumCursesLayout;
 
-class CLumCursesToolkit : public CLumDebugToolkit
+class CLumCursesToolkit : public CLumTerminalToolkit
 {
 public:
     // Leaves the terminal alone: CreateWindow takes it.
@@ -61,10 +61,8 @@ public:
     int MeasureText(const std::string& str) const override;
     bool DoModal(SLumDebugForm& form) override;
 
-    // A message box over the window, with the buttons and answers of LumMessageBox.h.
-    // Without a window, the console's box (LumConsoleMessageBox) answers.
-    int MessageBox(const char* pszText, const char* pszCaption, long nStyle);
-    bool HasWindow() const { return m_pTerminal != nullptr; }
+    int MessageBox(const char* pszText, const char* pszCaption, long nStyle) override;
+    bool HasWindow() const override { return m_pTerminal != nullptr; }
 
 private:
     // Drawing, in LumCursesWindowPaint.cpp.
