@@ -40,6 +40,16 @@ const uint16_t MAX_CLOSED_WARMUPS = 4096;
 const size_t MAX_UNDO = 65536;
 } // namespace
 
+// Noted in the room the list has; growing it, and a list grown too long, out of line.
+inline bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
+{
+    m_nNotedMarkers += nMarkers;
+    if (m_nNotedMarkers > MAX_UNDO || m_aHits.size() == m_aHits.capacity())
+        return NoteMoreHits(pMarker, nMarkers);
+    m_aHits.push_back(SHit{pMarker, nMarkers, static_cast<uint32_t>(m_nCallLevels + m_nClosedDepth)});
+    return true;
+}
+
 // A stop request ends a closed run at its next call or way back: the regular way then
 // answers it.
 LUM_HOT bool CLumFastForm::IsStopRequested(const CLumBasic& basic)
@@ -471,9 +481,8 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
     return past.m_pStep;
 }
 
-bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
+bool CLumFastForm::NoteMoreHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    m_nNotedMarkers += nMarkers;
     if (m_nNotedMarkers > MAX_UNDO)
         return GiveUp();
     m_aHits.push_back(SHit{pMarker, nMarkers, static_cast<uint32_t>(m_nCallLevels + m_nClosedDepth)});

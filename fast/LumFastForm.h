@@ -616,7 +616,8 @@ private:
     void Undo();
     // Line hits of a closed run while lines are counted: noted as the markers are
     // passed, counted when the run ends whole, dropped when it gives up.
-    __attribute__((noinline)) bool NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    bool NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    __attribute__((noinline)) bool NoteMoreHits(SLumFastStep* pMarker, unsigned nMarkers);
     void CountHits(CLumBasic& basic);
     // A closed run gives up: for good where the regular way would do the same again,
     // or for a warm-up, which the regular way's run of the call makes unnecessary.
