@@ -142,6 +142,10 @@ struct SLumFastExpr : SLumFastCallSite
     // OTHER: how many indices around it its statement holds it in, each an expression of
     // its own for the regular way.
     int m_nIndexDepth = 0;
+    // OTHER, a built-in of numbers whose arguments only compute (Abs, Sgn, Fix, Frac,
+    // Round): its arguments in m_apIndices, for closed runs. Any node: how deep such
+    // built-ins stand inside each other in the tree, this one's included.
+    uint8_t m_nBuiltins = 0;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -460,6 +464,7 @@ private:
     SLumFastExpr* Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue);
     bool CompileCall(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
+    bool CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
     static void SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth);
     static bool IsPure(const CLumTermNode* pNode);
@@ -610,6 +615,7 @@ private:
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
+    __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);

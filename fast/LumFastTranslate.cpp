@@ -56,6 +56,22 @@ bool GivesNumber(unsigned short wToken)
     }
 }
 
+// Built-ins whose arguments and result are numbers.
+bool TakesNumbers(unsigned short wToken)
+{
+    switch (wToken)
+    {
+    case LBT_ABS:
+    case LBT_SGN:
+    case LBT_FIX:
+    case LBT_FRAC:
+    case LBT_ROUND:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool IsNumericOperator(unsigned short wToken)
 {
     return wToken >= LBT_AND && wToken <= LBT_DIV && (wToken & 0xFF) == 0x82;
@@ -339,12 +355,20 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         expr.m_wToken = pNode->GetDataWord(0);
         if (expr.m_wToken == LBT_USERFUNCTION && !CompileCall(basic, expr))
             expr.m_eOp = SLumFastExpr::OTHER;
+        else if (expr.m_fPure && TakesNumbers(expr.m_wToken) && !CompileBuiltin(basic, expr))
+        {
+            expr.m_apIndices.clear();
+            expr.m_nBuiltins = 0;
+        }
         break;
     default:
         break;
     }
     if (expr.m_eOp == SLumFastExpr::OPERATOR)
+    {
         expr.m_nLevels = std::max(expr.m_pLeft->m_nLevels, expr.m_pRight->m_nLevels);
+        expr.m_nBuiltins = std::max(expr.m_pLeft->m_nBuiltins, expr.m_pRight->m_nBuiltins);
+    }
     // As a value, only an operator's number can stand for the value: a leaf or a
     // function may give the empty value, which a number would lose.
     expr.m_fNumericValue = expr.m_eOp == SLumFastExpr::OPERATOR && IsNumeric(&expr);
@@ -401,6 +425,31 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
     file.SetMemoryMode(nullptr);
     if (fRead)
         expr.m_eOp = SLumFastExpr::USERCALL;
+    return fRead;
+}
+
+// A built-in of numbers, for closed runs: its arguments read as its handler reads them
+// (GetArg, and HasArg for Round's further ones), each an expression that only computes.
+// False where that fails, or where such built-ins stand deeper inside each other than
+// a closed run follows.
+bool CLumFastForm::CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr)
+{
+    CLumBasicFile& file = *basic.m_pQuelle;
+    file.SetMemoryMode(expr.m_pNode->GetData() + 2);
+    size_t nMost = expr.m_wToken == LBT_ROUND ? 3 : 1;
+    bool fRead = LumSucceeds([&] {
+        do
+        {
+            if (file.GetToken() != LBT_EXPRESSION)
+                throw std::exception();
+            SLumFastExpr* pArg = ReadTree(basic, true);
+            if (pArg == nullptr || pArg->m_nBuiltins >= MAX_LEVELS)
+                throw std::exception();
+            expr.m_apIndices.push_back(pArg);
+            expr.m_nBuiltins = std::max<uint8_t>(expr.m_nBuiltins, pArg->m_nBuiltins + 1);
+        } while (expr.m_apIndices.size() < nMost && file.PeekToken() == LBT_EXPRESSION);
+    });
+    file.SetMemoryMode(nullptr);
     return fRead;
 }
 

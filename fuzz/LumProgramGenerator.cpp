@@ -124,6 +124,8 @@ private:
 
     std::string Expr(EType eType, const SContext& ctx, int nDepth);
     std::string Number(const SContext& ctx, int nDepth);
+    std::string NumberBuiltin(const SContext& ctx, int nDepth);
+    std::string RoundArg(const SContext& ctx, int nDepth, unsigned nCount, int nFrom);
     std::string Text(const SContext& ctx, int nDepth);
     std::string Variable(EType eType, const SContext& ctx, bool fTarget);
     std::string Element(EType eType, const SContext& ctx, int nDepth);
@@ -281,8 +283,11 @@ void CGenerator::Procedure(const SProc& proc)
     }
     for (int i = static_cast<int>(m_c.Pick(5)); i > 0; --i)
         Statement(ctx, 0);
+    // A function of numbers often gives a built-in's value, so that one run whole shows it.
     if (proc.m_fFunction && m_c.Chance(80))
-        Line(proc.m_strName + " = " + Expr(TypeOf(proc.m_strName), ctx, 0));
+        Line(proc.m_strName + " = " +
+             (proc.m_fNumbersOnly && m_c.Chance(40) ? NumberBuiltin(ctx, 1)
+                                                    : Expr(TypeOf(proc.m_strName), ctx, 0)));
     --m_nIndent;
     Line(proc.m_fFunction ? "End Function" : "End Sub");
 }
@@ -497,7 +502,10 @@ std::string CGenerator::Expr(EType eType, const SContext& ctx, int nDepth)
 std::string CGenerator::Number(const SContext& ctx, int nDepth)
 {
     unsigned nKind = m_c.Pick(nDepth >= 4 ? 3 : 13);
-    if (ctx.m_fNumbersOnly && (nKind == 5 || nKind == 8 || nKind == 9))
+    // Numbers only: the built-ins of numbers in place of texts compared.
+    if (ctx.m_fNumbersOnly && nKind == 5)
+        nKind = 8;
+    if (ctx.m_fNumbersOnly && nKind == 9)
         nKind = 10;
     switch (nKind)
     {
@@ -524,25 +532,15 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
         return m_c.Chance(50) ? "(Not " + Number(ctx, nDepth + 1) + ")"
                               : "-(" + Number(ctx, nDepth + 1) + ")";
     case 8:
-        switch (m_c.Pick(8))
+        if (ctx.m_fNumbersOnly || m_c.Chance(50))
+            return NumberBuiltin(ctx, nDepth);
+        switch (m_c.Pick(4))
         {
         case 0:
-            return "Abs(" + Number(ctx, nDepth + 1) + ")";
-        case 1:
-            return "Sgn(" + Number(ctx, nDepth + 1) + ")";
-        case 2:
-            return (m_c.Chance(50) ? "Fix(" : "Frac(") + Number(ctx, nDepth + 1) + ")";
-        case 3:
-            return "Round(" + Number(ctx, nDepth + 1) +
-                   (m_c.Chance(70) ? ", " + std::to_string(static_cast<int>(m_c.Pick(6)) - 1) +
-                                         (m_c.Chance(60) ? ", " + std::to_string(m_c.Pick(5)) : "")
-                                   : "") +
-                   ")";
-        case 4:
             return (m_c.Chance(50) ? "Len(" : "Asc(") + Text(ctx, nDepth + 1) + ")";
-        case 5:
+        case 1:
             return "Val(" + Text(ctx, nDepth + 1) + ")";
-        case 6:
+        case 2:
             return "InStr(" + Text(ctx, nDepth + 1) + ", " + Text(ctx, nDepth + 1) + ")";
         default:
             return "ShowMessage(" + Text(ctx, 4) + ", \"?\", " + PickOf(m_c, s_apszLongs) + ")";
@@ -559,6 +557,35 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
     default:
         return "(" + Number(ctx, nDepth + 1) + ")";
     }
+}
+
+// A built-in of numbers, which functions run whole take on, with Round's digits and
+// mode sometimes computed.
+std::string CGenerator::NumberBuiltin(const SContext& ctx, int nDepth)
+{
+    switch (m_c.Pick(4))
+    {
+    case 0:
+        return "Abs(" + Number(ctx, nDepth + 1) + ")";
+    case 1:
+        return "Sgn(" + Number(ctx, nDepth + 1) + ")";
+    case 2:
+        return (m_c.Chance(50) ? "Fix(" : "Frac(") + Number(ctx, nDepth + 1) + ")";
+    default:
+        return "Round(" + Number(ctx, nDepth + 1) +
+               (m_c.Chance(70) ? ", " + RoundArg(ctx, nDepth, 6, -1) +
+                                     (m_c.Chance(60) ? ", " + RoundArg(ctx, nDepth, 5, 0) : "")
+                               : "") +
+               ")";
+    }
+}
+
+// Round's digits or mode: mostly a constant of `nCount` from `nFrom`, else computed.
+std::string CGenerator::RoundArg(const SContext& ctx, int nDepth, unsigned nCount, int nFrom)
+{
+    if (m_c.Chance(80))
+        return std::to_string(static_cast<int>(m_c.Pick(nCount)) + nFrom);
+    return Number(ctx, nDepth + 1);
 }
 
 std::string CGenerator::Text(const SContext& ctx, int nDepth)
