@@ -284,6 +284,8 @@ SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue, bool fCalls)
         pRoot = pTree->m_pRoot;
         file.MoveTo(pTree->m_pEnd);
     }
+    else if (m_fCachedOnly)
+        return nullptr;
     else
     {
         CLumExpression cExpression(&file, basic.m_pVariables, &basic);
@@ -355,20 +357,20 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         expr.m_wToken = pNode->GetDataWord(0);
         if (expr.m_wToken == LBT_USERFUNCTION && !CompileCall(basic, expr))
             expr.m_eOp = SLumFastExpr::OTHER;
-        else if (expr.m_fPure && TakesNumbers(expr.m_wToken) && !CompileBuiltin(basic, expr))
+        else if (expr.m_fPure && TakesNumbers(expr.m_wToken))
         {
-            expr.m_apIndices.clear();
-            expr.m_nBuiltins = 0;
+            // Its arguments are read once the machinery has computed it; inside one
+            // read so, at once.
+            expr.m_fTakesNumbers = true;
+            if (m_fCachedOnly)
+                CompileBuiltin(basic, expr);
         }
         break;
     default:
         break;
     }
     if (expr.m_eOp == SLumFastExpr::OPERATOR)
-    {
         expr.m_nLevels = std::max(expr.m_pLeft->m_nLevels, expr.m_pRight->m_nLevels);
-        expr.m_nBuiltins = std::max(expr.m_pLeft->m_nBuiltins, expr.m_pRight->m_nBuiltins);
-    }
     // As a value, only an operator's number can stand for the value: a leaf or a
     // function may give the empty value, which a number would lose.
     expr.m_fNumericValue = expr.m_eOp == SLumFastExpr::OPERATOR && IsNumeric(&expr);
@@ -431,26 +433,49 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
 // A built-in of numbers, for closed runs: its arguments read as its handler reads them
 // (GetArg, and HasArg for Round's further ones), each an expression that only computes.
 // False where that fails, or where such built-ins stand deeper inside each other than
-// a closed run follows.
+// a closed run follows; the built-in then stays the machinery's.
 bool CLumFastForm::CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr)
 {
+    expr.m_fArgsRead = true;
     CLumBasicFile& file = *basic.m_pQuelle;
-    file.SetMemoryMode(expr.m_pNode->GetData() + 2);
     size_t nMost = expr.m_wToken == LBT_ROUND ? 3 : 1;
-    bool fRead = LumSucceeds([&] {
-        do
-        {
-            if (file.GetToken() != LBT_EXPRESSION)
-                throw std::exception();
-            SLumFastExpr* pArg = ReadTree(basic, true);
-            if (pArg == nullptr || pArg->m_nBuiltins >= MAX_LEVELS)
-                throw std::exception();
-            expr.m_apIndices.push_back(pArg);
-            expr.m_nBuiltins = std::max<uint8_t>(expr.m_nBuiltins, pArg->m_nBuiltins + 1);
-        } while (expr.m_apIndices.size() < nMost && file.PeekToken() == LBT_EXPRESSION);
-    });
+    ++m_nBuiltinsRead;
+    file.SetMemoryMode(expr.m_pNode->GetData() + 2);
+    bool fRead = m_nBuiltinsRead <= MAX_LEVELS && LumSucceeds([&] {
+                     do
+                     {
+                         SLumFastExpr* pArg =
+                             file.GetToken() == LBT_EXPRESSION ? ReadTree(basic, true) : nullptr;
+                         if (pArg == nullptr)
+                             throw std::exception();
+                         expr.m_apIndices.push_back(pArg);
+                     } while (expr.m_apIndices.size() < nMost && file.PeekToken() == LBT_EXPRESSION);
+                 });
     file.SetMemoryMode(nullptr);
+    --m_nBuiltinsRead;
+    if (!fRead)
+        expr.m_apIndices.clear();
     return fRead;
+}
+
+// A built-in of numbers that the machinery has just computed: its arguments compiled
+// from the trees the machinery read, never from a tree of its own, which would hold
+// values that the plain way does not make; then their variables found.
+void CLumFastForm::ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr)
+{
+    if (!expr.m_fArgsRead)
+    {
+        CLumBasicFile& file = *basic.m_pQuelle;
+        int nDepth = file.GetStackDepth();
+        m_fCachedOnly = true;
+        CompileBuiltin(basic, expr);
+        m_fCachedOnly = false;
+        while (file.GetStackDepth() > nDepth)
+            file.SetMemoryMode(nullptr);
+    }
+    // A name that fails is the machinery's to report, where it reads it.
+    if (!expr.m_apIndices.empty())
+        LumSucceeds([&] { FindVariables(basic, &expr); });
 }
 
 // How many arguments of calls each call of a statement's expressions stands in, and

@@ -6,7 +6,6 @@
 #include <lumbasic/LumBasic.h>
 
 #include "core/LumDepthGuard.h"
-#include "core/LumFrame.h"
 #include "core/LumScopedKey.h"
 #include "expr/LumExpression.h"
 #include "vars/LumTextGrowth.h"
@@ -261,12 +260,10 @@ bool CLumFastForm::ElementName(std::string_view name, const long* pIndices, char
 
 void CLumFastForm::EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
 {
-    // A built-in of numbers: its arguments' variables found for closed runs, which
-    // compute it themselves; a name that fails is the machinery's to report.
-    if (expr.m_nBuiltins != 0)
-        LumSucceeds([&] { FindVariables(basic, &expr); });
     CLumDepthGuard::CLift lift(CLumDepthGuard::EXPRESSION, m_nLift + expr.m_nIndexDepth);
     CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
     std::unique_ptr<CLumsVarValue> pValue(cExpression.Berechne(expr.m_pNode));
     out.Swap(*pValue);
+    if (expr.m_fTakesNumbers)
+        ReadBuiltin(basic, expr);
 }

@@ -72,6 +72,9 @@ struct SContext
     bool m_fSelf = false;           // behind `If d% > 0`: the procedure may call itself
     bool m_fArrays = true;          // the library declares no arrays
     bool m_fNumbersOnly = false;    // see SProc
+    // Numbers only, outside the library: elements of numbers are read, which functions
+    // run whole take on, and never written.
+    bool m_fReadsArrays = false;
 };
 
 const char* const s_apszGlobals[] = {"x", "y", "z", "n%", "m%", "k%", "s$", "t$", "u$"};
@@ -184,6 +187,9 @@ SLumGeneratedProgram CGenerator::Generate()
     if (fLibrary && !fImportOutside)
         Line("Import \"" + m_strLibraryImage + "\"");
     Line("Dim a(3), b%(2), c$(4)");
+    // Elements of numbers that differ, for the functions run whole to read.
+    if (m_fNumbersOnly)
+        Line("a(0) = 1.25 : a(1) = -2.5 : a(2) = 7 : a(3) = 0.375 : b%(0) = 3 : b%(1) = -4 : b%(2) = 9");
     SContext main;
     main.m_fNumbersOnly = m_fNumbersOnly;
     for (int i = 1 + static_cast<int>(m_c.Pick(6)); i > 0; --i)
@@ -274,6 +280,7 @@ void CGenerator::Procedure(const SProc& proc)
     ctx.m_pProc = &proc;
     ctx.m_fArrays = !proc.m_fLibrary && !proc.m_fNumbersOnly;
     ctx.m_fNumbersOnly = proc.m_fNumbersOnly;
+    ctx.m_fReadsArrays = !proc.m_fLibrary && proc.m_fNumbersOnly;
     if (!proc.m_aLocals.empty())
     {
         std::string strDim = "Dim ";
@@ -505,7 +512,7 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
     // Numbers only: the built-ins of numbers in place of texts compared.
     if (ctx.m_fNumbersOnly && nKind == 5)
         nKind = 8;
-    if (ctx.m_fNumbersOnly && nKind == 9)
+    if (ctx.m_fNumbersOnly && nKind == 9 && !ctx.m_fReadsArrays)
         nKind = 10;
     switch (nKind)
     {
@@ -546,7 +553,7 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
             return "ShowMessage(" + Text(ctx, 4) + ", \"?\", " + PickOf(m_c, s_apszLongs) + ")";
         }
     case 9:
-        if (ctx.m_fArrays)
+        if (ctx.m_fArrays || ctx.m_fReadsArrays)
             return Element(m_c.Chance(50) ? EType::Long : EType::Double, ctx, nDepth + 1);
         return PickOf(m_c, s_apszLongs);
     case 10:

@@ -273,12 +273,12 @@ TEST(FastForm, ForLoopsInFunctionsRunWholeAsTheyRunPlain)
     }
 }
 
-// Built-ins of numbers inside functions the fast form runs whole, against the plain way:
-// a failure inside an argument, an argument a host callback turned into a string, a
-// failure at the bottom of a recursion, and built-ins inside each other with Round's
-// digits and modes taken from the parameter. Main calls F six times; Spoil() turns `v`
-// into a string before the fourth call.
-TEST(FastForm, BuiltinsInFunctionsRunWholeFailAsTheyFailPlain)
+// Built-ins of numbers and elements inside functions the fast form runs whole, against
+// the plain way: a failure inside an argument, an argument or an element a host
+// callback turned into a string, a failure at the bottom of a recursion, and built-ins
+// inside each other with Round's digits and modes taken from the parameter. Main calls
+// F six times; Spoil() turns `v` and a(2) into strings before the fourth call.
+TEST(FastForm, BuiltinsAndElementsInFunctionsRunWholeFailAsTheyFailPlain)
 {
     const struct
     {
@@ -294,6 +294,9 @@ TEST(FastForm, BuiltinsInFunctionsRunWholeFailAsTheyFailPlain)
          "  If n% > 0 Then\n    t = F(n% - 1)\n    F = t + Abs(t - n%)\n  Else\n"
          "    F = Round(3 / (k% - 4), 1)\n  End If\n",
          "Division durch Null"},
+        {"an element turned into a string, in a loop",
+         "  For e% = 1 To n%\n    t = t + a(e%) + Abs(b%(e%))\n  Next e%\n  F = t\n",
+         "kein String zugewiesen"},
         {"inside each other",
          "  F = Fix(Frac(n% * 1.37) * 10) + Sgn(2 - n%) + Round(n% * 2.345, n% - 3, n% - 1)\n",
          "D:s=60.030000"},
@@ -301,7 +304,8 @@ TEST(FastForm, BuiltinsInFunctionsRunWholeFailAsTheyFailPlain)
     for (const auto& c : aCases)
     {
         std::string strSource =
-            std::string("Declare Function F(n%)\nSub Main\n  v = 0.25\n  For k% = 1 To 6\n"
+            std::string("Declare Function F(n%)\nSub Main\n  v = 0.25\n  Dim a(6), b%(6)\n  For k% = 1 To 6\n"
+                        "    a(k%) = k% * 0.75\n    b%(k%) = 2 - k%\n"
                         "    If k% = 4 Then\n      x = Spoil(0)\n    End If\n"
                         "    s = s + F(k%)\n  Next k%\nEnd Sub\nFunction F(n%)\n") +
             c.m_pszBody + "End Function\n";
@@ -313,6 +317,7 @@ TEST(FastForm, BuiltinsInFunctionsRunWholeFailAsTheyFailPlain)
             basic.SetFastPaths(!fPlain);
             basic.RegisterFunction("Spoil", 1, [&](CLumHostArgs&) {
                 vars.SetValue("v", new CLumsVarValue("x"));
+                vars.SetValue("a:2", new CLumsVarValue("x"));
                 return CLumsVarValue(0L);
             });
             std::string& strOutcome = aOutcomes[fPlain];
