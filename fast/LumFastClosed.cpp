@@ -746,7 +746,9 @@ bool CLumFastForm::ClosedElement(SLumFastExpr& expr, SLumNumber& out)
 // reports what it must.
 bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
 {
-    if (expr.m_fTakesNumbers && !expr.m_fArgsRead)
+    if (!expr.m_fTakesNumbers)
+        return GiveUp();
+    if (!expr.m_fArgsRead)
         return WarmUp();
     size_t nArgs = expr.m_apIndices.size();
     SLumNumber aArgs[3];
