@@ -6,9 +6,9 @@
 // the store's numbers and the line, and those it leaves as the regular way would.
 //
 // A closed run takes on only what cannot turn out differently: numbers, If, While, Do
-// and For, the built-ins of numbers, and calls of procedures whose heads the form has
-// entered before. It counts its statements against the run's statement limit as the
-// regular way counts them.
+// and For, the built-ins of numbers, reads of elements that hold numbers, and calls of
+// procedures whose heads the form has entered before. It counts its statements against
+// the run's statement limit as the regular way counts them.
 // Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
 // near a limit, a stop request, the statement limit), it gives up: it puts back every
 // variable it wrote, from its undo list, and the call runs the regular way from its
