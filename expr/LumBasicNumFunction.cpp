@@ -56,16 +56,58 @@ double RoundedToDouble(double d)
     volatile double v = d;
     return v;
 }
+
+// A double rounded to `nDigits` places by mode `nMode` (0 down, 1 up, 2 half away from
+// zero, 3 towards zero, 4 away from zero), each with a tolerance for a number just short of a step.
+double RoundDouble(double x, int nMode, int nDigits)
+{
+    // Widened, so that the extreme digit counts neither overflow nor negate
+    // badly.
+    long long nWide = nDigits;
+    double eps = ROUND_EPS;
+    if (nWide < -2)
+        eps = ROUND_EPS / Power(static_cast<unsigned long long>(-2 - nWide));
+    double p = Power(static_cast<unsigned long long>(nWide < 0 ? -nWide : nWide));
+    double y = x;
+    if (nWide > 0)
+        y = RoundedToDouble(x * p);
+    else if (nWide < 0)
+        y = x / p;
+    double s = y >= 0.0 ? 1.0 : -1.0;
+    double r;
+    switch (nMode)
+    {
+    case 0:
+        r = floor(y + eps);
+        break;
+    case 1:
+        r = ceil(y - eps);
+        break;
+    case 2:
+        r = s * floor(fabs(y) + ROUND_HALF + eps);
+        break;
+    case 3:
+        r = s * floor(fabs(y) + eps);
+        break;
+    case 4:
+        r = s * ceil(fabs(y) - eps);
+        break;
+    default:
+        return 0.0;
+    }
+    if (nWide > 0)
+        return r / p;
+    if (nWide < 0)
+        return r * p;
+    return r;
+}
 } // namespace
 
 CLumsVarValue* CLumExpression::Abs()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Abs()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-        if (IsDouble(*pValue))
-            *pValue = fabs(pValue->GetDouble());
-        else
-            *pValue = labs(static_cast<long>(pValue->GetLong()));
+        LumAbsOf(*pValue);
         return pValue.release();
     });
 }
@@ -74,16 +116,7 @@ CLumsVarValue* CLumExpression::Sgn()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Sgn()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-        if (IsDouble(*pValue))
-        {
-            double d = pValue->GetDouble();
-            *pValue = d < 0.0 ? -1.0 : (d > 0.0 ? 1.0 : d);
-        }
-        else
-        {
-            long n = pValue->GetLong();
-            *pValue = n < 0 ? -1L : (n > 0 ? 1L : 0L);
-        }
+        LumSgnOf(*pValue);
         return pValue.release();
     });
 }
@@ -120,10 +153,7 @@ CLumsVarValue* CLumExpression::Fix()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Fix()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-        if (IsDouble(*pValue))
-            *pValue = WholePart(pValue->GetDouble());
-        else
-            *pValue = static_cast<long>(pValue->GetLong());
+        LumFixOf(*pValue);
         return pValue.release();
     });
 }
@@ -132,11 +162,7 @@ CLumsVarValue* CLumExpression::Frac()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Frac()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-        // A long passes unchanged: it is not a whole part with a fraction of 0.
-        if (IsDouble(*pValue))
-            *pValue = pValue->GetDouble() - WholePart(pValue->GetDouble());
-        else
-            *pValue = static_cast<long>(pValue->GetLong());
+        LumFracOf(*pValue);
         return pValue.release();
     });
 }
@@ -156,65 +182,60 @@ CLumsVarValue* CLumExpression::Round()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Round()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_NUMBER, 1));
-        double x = pValue->GetDouble();
-        int nDigits = ROUND_DEFAULT_DIGITS;
-        int nMode = ROUND_DEFAULT_MODE;
+        LumValuePtr pDigits, pMode;
         if (HasArg())
         {
-            LumValuePtr pDigits(GetArg(CLumBasic::AT_NUMBER, 2));
-            nDigits = pDigits->GetLong();
+            pDigits.reset(GetArg(CLumBasic::AT_NUMBER, 2));
             if (HasArg())
-            {
-                LumValuePtr pMode(GetArg(CLumBasic::AT_NUMBER, 3));
-                nMode = pMode->GetLong();
-            }
+                pMode.reset(GetArg(CLumBasic::AT_NUMBER, 3));
         }
-        *pValue = DoubleRound(x, nMode, nDigits);
+        LumRoundOf(*pValue, pDigits.get(), pMode.get());
         return pValue.release();
     });
 }
 
-double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
+void LumAbsOf(CLumsVarValue& value) noexcept
 {
-    return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()", [&] {
-        // Widened, so that the extreme digit counts neither overflow nor negate
-        // badly.
-        long long nWide = nDigits;
-        double eps = ROUND_EPS;
-        if (nWide < -2)
-            eps = ROUND_EPS / Power(static_cast<unsigned long long>(-2 - nWide));
-        double p = Power(static_cast<unsigned long long>(nWide < 0 ? -nWide : nWide));
-        double y = x;
-        if (nWide > 0)
-            y = RoundedToDouble(x * p);
-        else if (nWide < 0)
-            y = x / p;
-        double s = y >= 0.0 ? 1.0 : -1.0;
-        double r;
-        switch (nMode)
-        {
-        case 0:
-            r = floor(y + eps);
-            break;
-        case 1:
-            r = ceil(y - eps);
-            break;
-        case 2:
-            r = s * floor(fabs(y) + ROUND_HALF + eps);
-            break;
-        case 3:
-            r = s * floor(fabs(y) + eps);
-            break;
-        case 4:
-            r = s * ceil(fabs(y) - eps);
-            break;
-        default:
-            return 0.0;
-        }
-        if (nWide > 0)
-            return r / p;
-        if (nWide < 0)
-            return r * p;
-        return r;
-    });
+    if (IsDouble(value))
+        value = fabs(value.GetDouble());
+    else
+        value = labs(static_cast<long>(value.GetLong()));
+}
+
+void LumSgnOf(CLumsVarValue& value) noexcept
+{
+    if (IsDouble(value))
+    {
+        double d = value.GetDouble();
+        value = d < 0.0 ? -1.0 : (d > 0.0 ? 1.0 : d);
+    }
+    else
+    {
+        long n = value.GetLong();
+        value = n < 0 ? -1L : (n > 0 ? 1L : 0L);
+    }
+}
+
+void LumFixOf(CLumsVarValue& value) noexcept
+{
+    if (IsDouble(value))
+        value = WholePart(value.GetDouble());
+    else
+        value = static_cast<long>(value.GetLong());
+}
+
+void LumFracOf(CLumsVarValue& value) noexcept
+{
+    // A long passes unchanged: it is not a whole part with a fraction of 0.
+    if (IsDouble(value))
+        value = value.GetDouble() - WholePart(value.GetDouble());
+    else
+        value = static_cast<long>(value.GetLong());
+}
+
+void LumRoundOf(CLumsVarValue& value, const CLumsVarValue* pDigits, const CLumsVarValue* pMode) noexcept
+{
+    int nDigits = pDigits != nullptr ? pDigits->GetLong() : ROUND_DEFAULT_DIGITS;
+    int nMode = pMode != nullptr ? pMode->GetLong() : ROUND_DEFAULT_MODE;
+    value = RoundDouble(value.GetDouble(), nMode, nDigits);
 }

@@ -56,7 +56,6 @@ public:
     virtual CLumsVarValue* UserFunction();
     virtual int FillTemplate(char* pszDest, const char* pszTemplate, CLumsVarValue* pValue, int nSize);
     virtual CLumsVarValue* ExtFunction(unsigned short wToken);
-    virtual double DoubleRound(double x, int nMode, int nDigits);
 
     CLumsVarValue* GetArg(CLumBasic::AusdruckTyp type, int nParam) { return m_pBasic->GetArg(type, nParam); }
     int HasArg() { return m_pBasic->HasArg(); }
@@ -83,4 +82,14 @@ protected:
 
 // Applies a binary operator of an expression tree to two values, into `out`, which may
 // be the left one.
-void LumApplyOperator(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out);
+void LumApplyOperator(unsigned short wToken, const CLumsVarValue& l, const CLumsVarValue& r,
+                      CLumsVarValue& out);
+
+// The built-ins of numbers on a number, in place: the handlers read their arguments and
+// call these, and so do closed runs of the fast form, which read theirs as numbers.
+// Round takes `digits` and `mode` where they were given.
+void LumAbsOf(CLumsVarValue& value) noexcept;
+void LumSgnOf(CLumsVarValue& value) noexcept;
+void LumFixOf(CLumsVarValue& value) noexcept;
+void LumFracOf(CLumsVarValue& value) noexcept;
+void LumRoundOf(CLumsVarValue& value, const CLumsVarValue* pDigits, const CLumsVarValue* pMode) noexcept;

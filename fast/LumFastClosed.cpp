@@ -6,8 +6,9 @@
 // the store's numbers and the line, and those it leaves as the regular way would.
 //
 // A closed run takes on only what cannot turn out differently: numbers, If, While, Do
-// and For, and calls of procedures whose heads the form has entered before. It counts its
-// statements against the run's statement limit as the regular way counts them.
+// and For, the built-ins of numbers, reads of elements that hold numbers, and calls of
+// procedures whose heads the form has entered before. It counts its statements against
+// the run's statement limit as the regular way counts them.
 // Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
 // near a limit, a stop request, the statement limit), it gives up: it puts back every
 // variable it wrote, from its undo list, and the call runs the regular way from its
@@ -38,6 +39,24 @@ const uint16_t MAX_CLOSED_WARMUPS = 4096;
 // Variables a closed run notes before it gives up. A statement notes its variable once
 // a run, so only a damaged image that runs one statement in two scopes comes near it.
 const size_t MAX_UNDO = 65536;
+// The expressions the regular way opens for the arguments of built-ins and the indices
+// of elements inside each other beyond a statement's expression or an argument of a
+// call: a closed run follows MAX_LEVELS of them, and keeps this far from the nesting
+// limit.
+const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
+
+// One more level of arguments or indices held open while it lives.
+class CNested
+{
+public:
+    explicit CNested(int& nNested) : m_nNested(++nNested) {}
+    ~CNested() { --m_nNested; }
+    CNested(const CNested&) = delete;
+    CNested& operator=(const CNested&) = delete;
+
+private:
+    int& m_nNested;
+};
 } // namespace
 
 // Noted in the room the list has; growing it, and a list grown too long, out of line.
@@ -92,6 +111,10 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     const CLumFunctionStack& names = basic.m_cFunctionStack;
     m_pNames = &names;
     const int* pDepths = CLumDepthGuard::GetDepths();
+    // A statement's expression run whole may hold built-ins: the arguments of those are
+    // expressions the regular way opens further in.
+    if (pDepths[CLumDepthGuard::EXPRESSION] + 1 + NESTED_LEVELS >= CLumExpression::MAX_NESTING)
+        return false;
     SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION]};
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
@@ -101,6 +124,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedFors = 0;
     m_nClosedDepth = 0;
     m_nClosedIfs = 0;
+    m_nClosedNested = 0;
     m_fWarmUp = false;
     // Before the call and run limits of the regular way, which then reports them; the
     // nesting of expressions is followed call by call (ClosedEnter).
@@ -275,7 +299,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
     // Each argument, and each statement of the body, is an expression of its own one
     // level in; a body that opens none gives up where it need not, which costs nothing.
     int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit || nLevel >= CLumExpression::MAX_NESTING ||
+    if (nDepth >= m_nClosedDepthLimit || nLevel + NESTED_LEVELS >= CLumExpression::MAX_NESTING ||
         reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
@@ -347,6 +371,10 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
         out = expr.m_cNumber;
         return expr.m_fNumber || GiveUp();
     }
+    if (expr.m_eOp == SLumFastExpr::OTHER)
+        return ClosedBuiltin(expr, out);
+    if (expr.m_eOp == SLumFastExpr::ELEMENT)
+        return ClosedElement(expr, out);
     if (expr.m_eOp != SLumFastExpr::VARIABLE)
         return GiveUp();
     const CLumsVarValue* pValue = Cached(expr.m_cCache);
@@ -696,9 +724,85 @@ bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
             return false;
         return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
     }
+    case SLumFastExpr::OTHER:
+        return ClosedBuiltin(expr, out);
+    case SLumFastExpr::ELEMENT:
+        return ClosedElement(expr, out);
     default:
         return GiveUp();
     }
+}
+
+// An element read as Element reads it, where it holds a number: its indices as numbers,
+// and no procedure's own elements (scoped keys) in the way. An index that is no number,
+// or an element that holds no number, is for the regular way. The run writes no
+// element, so the store's elements stay as they were.
+bool CLumFastForm::ClosedElement(SLumFastExpr& expr, SLumNumber& out)
+{
+    if (m_nClosedNested >= MAX_LEVELS || expr.m_nNameLength > CLumVariables::MAX_KEY ||
+        m_pStore->HasScopedElements())
+        return GiveUp();
+    CNested nested(m_nClosedNested);
+    long aIndices[CLumVariables::MAX_INDICES] = {};
+    for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
+    {
+        SLumNumber n;
+        if (!ClosedLeaf(*expr.m_apIndices[i], n))
+            return false;
+        aIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
+    }
+    std::string_view name(expr.m_pszName, expr.m_nNameLength);
+    const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
+    if (pValue == nullptr)
+        pValue = CLumVariables::GetNullValue(name);
+    return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+}
+
+// A built-in of numbers as its handler computes it, on its arguments computed as
+// GetArg reads them for a number (the empty value as it comes, which reads as 0): an
+// argument that is no number, or any other built-in, is for the regular way, which
+// reports what it must.
+bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
+{
+    if (!expr.m_fTakesNumbers)
+        return GiveUp();
+    if (!expr.m_fArgsRead)
+        return WarmUp();
+    size_t nArgs = expr.m_apIndices.size();
+    SLumNumber aArgs[3];
+    if (nArgs == 0 || nArgs > 3 || m_nClosedNested >= MAX_LEVELS)
+        return GiveUp();
+    CNested nested(m_nClosedNested);
+    for (size_t i = 0; i < nArgs; ++i)
+        if (!ClosedPure(*expr.m_apIndices[i], true, aArgs[i]))
+            return false;
+    CLumsVarValue value, digits, mode;
+    LumFastStore(value, aArgs[0]);
+    switch (expr.m_wToken)
+    {
+    case LBT_ABS:
+        LumAbsOf(value);
+        break;
+    case LBT_SGN:
+        LumSgnOf(value);
+        break;
+    case LBT_FIX:
+        LumFixOf(value);
+        break;
+    case LBT_FRAC:
+        LumFracOf(value);
+        break;
+    case LBT_ROUND:
+        if (nArgs > 1)
+            LumFastStore(digits, aArgs[1]);
+        if (nArgs > 2)
+            LumFastStore(mode, aArgs[2]);
+        LumRoundOf(value, nArgs > 1 ? &digits : nullptr, nArgs > 2 ? &mode : nullptr);
+        break;
+    default:
+        return GiveUp();
+    }
+    return LumFastNumber(value, out) || GiveUp();
 }
 
 // The result as Result reads it, in the caller's scope under the key "@F@F".

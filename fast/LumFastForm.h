@@ -142,6 +142,11 @@ struct SLumFastExpr : SLumFastCallSite
     // OTHER: how many indices around it its statement holds it in, each an expression of
     // its own for the regular way.
     int m_nIndexDepth = 0;
+    // OTHER: a built-in of numbers whose arguments only compute (Abs, Sgn, Fix, Frac,
+    // Round), and whether its arguments were read, into m_apIndices, for closed runs:
+    // once the machinery has computed it (ReadBuiltin).
+    bool m_fTakesNumbers = false;
+    bool m_fArgsRead = false;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -460,6 +465,8 @@ private:
     SLumFastExpr* Compile(CLumBasic& basic, CLumTermNode* pNode, bool fValue);
     bool CompileCall(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
+    bool CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr);
+    __attribute__((noinline)) void ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
     static void SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth);
     static bool IsPure(const CLumTermNode* pNode);
@@ -610,6 +617,8 @@ private:
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
+    __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
+    __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);
@@ -701,6 +710,13 @@ private:
     unsigned long m_nClosedSteps = 0;
     unsigned long m_nClosedStepLimit = 0;
     bool m_fWarmUp = false;
+    // The levels of built-ins' arguments and elements' indices that the statement's
+    // expression computed now holds open inside it, as the regular way would open them.
+    int m_nClosedNested = 0;
+    // Translation reads only trees that the machinery has read (ReadBuiltin), and how
+    // many built-ins inside each other it is reading.
+    bool m_fCachedOnly = false;
+    int m_nBuiltinsRead = 0;
     // Counting: the markers passed, a run of linked ones at a time, each run with the
     // levels of calls it stands in.
     struct SHit

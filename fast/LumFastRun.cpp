@@ -156,6 +156,9 @@ void CLumFastForm::FindVariables(CLumBasic& basic, SLumFastExpr* pExpr)
         FindVariables(basic, pExpr->m_pLeft);
         FindVariables(basic, pExpr->m_pRight);
     }
+    else if (pExpr->m_fTakesNumbers || pExpr->m_eOp == SLumFastExpr::ELEMENT)
+        for (SLumFastExpr* pArg : pExpr->m_apIndices)
+            FindVariables(basic, pArg);
 }
 
 const CLumsVarValue* CLumFastForm::Variable(CLumBasic& basic, SLumFastExpr& expr)

@@ -56,6 +56,22 @@ bool GivesNumber(unsigned short wToken)
     }
 }
 
+// Built-ins whose arguments and result are numbers.
+bool TakesNumbers(unsigned short wToken)
+{
+    switch (wToken)
+    {
+    case LBT_ABS:
+    case LBT_SGN:
+    case LBT_FIX:
+    case LBT_FRAC:
+    case LBT_ROUND:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool IsNumericOperator(unsigned short wToken)
 {
     return wToken >= LBT_AND && wToken <= LBT_DIV && (wToken & 0xFF) == 0x82;
@@ -268,6 +284,8 @@ SLumFastExpr* CLumFastForm::ReadTree(CLumBasic& basic, bool fValue, bool fCalls)
         pRoot = pTree->m_pRoot;
         file.MoveTo(pTree->m_pEnd);
     }
+    else if (m_fCachedOnly)
+        return nullptr;
     else
     {
         CLumExpression cExpression(&file, basic.m_pVariables, &basic);
@@ -339,6 +357,14 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         expr.m_wToken = pNode->GetDataWord(0);
         if (expr.m_wToken == LBT_USERFUNCTION && !CompileCall(basic, expr))
             expr.m_eOp = SLumFastExpr::OTHER;
+        else if (expr.m_fPure && TakesNumbers(expr.m_wToken))
+        {
+            // Its arguments are read once the machinery has computed it; inside one
+            // read so, at once.
+            expr.m_fTakesNumbers = true;
+            if (m_fCachedOnly)
+                CompileBuiltin(basic, expr);
+        }
         break;
     default:
         break;
@@ -402,6 +428,54 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
     if (fRead)
         expr.m_eOp = SLumFastExpr::USERCALL;
     return fRead;
+}
+
+// A built-in of numbers, for closed runs: its arguments read as its handler reads them
+// (GetArg, and HasArg for Round's further ones), each an expression that only computes.
+// False where that fails, or where such built-ins stand deeper inside each other than
+// a closed run follows; the built-in then stays the machinery's.
+bool CLumFastForm::CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr)
+{
+    expr.m_fArgsRead = true;
+    CLumBasicFile& file = *basic.m_pQuelle;
+    size_t nMost = expr.m_wToken == LBT_ROUND ? 3 : 1;
+    ++m_nBuiltinsRead;
+    file.SetMemoryMode(expr.m_pNode->GetData() + 2);
+    bool fRead = m_nBuiltinsRead <= MAX_LEVELS && LumSucceeds([&] {
+                     do
+                     {
+                         SLumFastExpr* pArg =
+                             file.GetToken() == LBT_EXPRESSION ? ReadTree(basic, true) : nullptr;
+                         if (pArg == nullptr)
+                             throw std::exception();
+                         expr.m_apIndices.push_back(pArg);
+                     } while (expr.m_apIndices.size() < nMost && file.PeekToken() == LBT_EXPRESSION);
+                 });
+    file.SetMemoryMode(nullptr);
+    --m_nBuiltinsRead;
+    if (!fRead)
+        expr.m_apIndices.clear();
+    return fRead;
+}
+
+// A built-in of numbers that the machinery has just computed: its arguments compiled
+// from the trees the machinery read, never from a tree of its own, which would hold
+// values that the plain way does not make; then their variables found.
+void CLumFastForm::ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr)
+{
+    if (!expr.m_fArgsRead)
+    {
+        CLumBasicFile& file = *basic.m_pQuelle;
+        int nDepth = file.GetStackDepth();
+        m_fCachedOnly = true;
+        CompileBuiltin(basic, expr);
+        m_fCachedOnly = false;
+        while (file.GetStackDepth() > nDepth)
+            file.SetMemoryMode(nullptr);
+    }
+    // A name that fails is the machinery's to report, where it reads it.
+    if (!expr.m_apIndices.empty())
+        LumSucceeds([&] { FindVariables(basic, &expr); });
 }
 
 // How many arguments of calls each call of a statement's expressions stands in, and

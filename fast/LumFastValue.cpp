@@ -264,4 +264,6 @@ void CLumFastForm::EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue
     CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
     std::unique_ptr<CLumsVarValue> pValue(cExpression.Berechne(expr.m_pNode));
     out.Swap(*pValue);
+    if (expr.m_fTakesNumbers)
+        ReadBuiltin(basic, expr);
 }

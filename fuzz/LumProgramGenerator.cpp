@@ -72,6 +72,9 @@ struct SContext
     bool m_fSelf = false;           // behind `If d% > 0`: the procedure may call itself
     bool m_fArrays = true;          // the library declares no arrays
     bool m_fNumbersOnly = false;    // see SProc
+    // Numbers only, outside the library: elements of numbers are read, which functions
+    // run whole take on, and never written.
+    bool m_fReadsArrays = false;
 };
 
 const char* const s_apszGlobals[] = {"x", "y", "z", "n%", "m%", "k%", "s$", "t$", "u$"};
@@ -124,6 +127,8 @@ private:
 
     std::string Expr(EType eType, const SContext& ctx, int nDepth);
     std::string Number(const SContext& ctx, int nDepth);
+    std::string NumberBuiltin(const SContext& ctx, int nDepth);
+    std::string RoundArg(const SContext& ctx, int nDepth, unsigned nCount, int nFrom);
     std::string Text(const SContext& ctx, int nDepth);
     std::string Variable(EType eType, const SContext& ctx, bool fTarget);
     std::string Element(EType eType, const SContext& ctx, int nDepth);
@@ -182,6 +187,9 @@ SLumGeneratedProgram CGenerator::Generate()
     if (fLibrary && !fImportOutside)
         Line("Import \"" + m_strLibraryImage + "\"");
     Line("Dim a(3), b%(2), c$(4)");
+    // Elements of numbers that differ, for the functions run whole to read.
+    if (m_fNumbersOnly)
+        Line("a(0) = 1.25 : a(1) = -2.5 : a(2) = 7 : a(3) = 0.375 : b%(0) = 3 : b%(1) = -4 : b%(2) = 9");
     SContext main;
     main.m_fNumbersOnly = m_fNumbersOnly;
     for (int i = 1 + static_cast<int>(m_c.Pick(6)); i > 0; --i)
@@ -272,6 +280,7 @@ void CGenerator::Procedure(const SProc& proc)
     ctx.m_pProc = &proc;
     ctx.m_fArrays = !proc.m_fLibrary && !proc.m_fNumbersOnly;
     ctx.m_fNumbersOnly = proc.m_fNumbersOnly;
+    ctx.m_fReadsArrays = !proc.m_fLibrary && proc.m_fNumbersOnly;
     if (!proc.m_aLocals.empty())
     {
         std::string strDim = "Dim ";
@@ -281,8 +290,11 @@ void CGenerator::Procedure(const SProc& proc)
     }
     for (int i = static_cast<int>(m_c.Pick(5)); i > 0; --i)
         Statement(ctx, 0);
+    // A function of numbers often gives a built-in's value, so that one run whole shows it.
     if (proc.m_fFunction && m_c.Chance(80))
-        Line(proc.m_strName + " = " + Expr(TypeOf(proc.m_strName), ctx, 0));
+        Line(proc.m_strName + " = " +
+             (proc.m_fNumbersOnly && m_c.Chance(40) ? NumberBuiltin(ctx, 1)
+                                                    : Expr(TypeOf(proc.m_strName), ctx, 0)));
     --m_nIndent;
     Line(proc.m_fFunction ? "End Function" : "End Sub");
 }
@@ -497,7 +509,10 @@ std::string CGenerator::Expr(EType eType, const SContext& ctx, int nDepth)
 std::string CGenerator::Number(const SContext& ctx, int nDepth)
 {
     unsigned nKind = m_c.Pick(nDepth >= 4 ? 3 : 13);
-    if (ctx.m_fNumbersOnly && (nKind == 5 || nKind == 8 || nKind == 9))
+    // Numbers only: the built-ins of numbers in place of texts compared.
+    if (ctx.m_fNumbersOnly && nKind == 5)
+        nKind = 8;
+    if (ctx.m_fNumbersOnly && nKind == 9 && !ctx.m_fReadsArrays)
         nKind = 10;
     switch (nKind)
     {
@@ -524,31 +539,21 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
         return m_c.Chance(50) ? "(Not " + Number(ctx, nDepth + 1) + ")"
                               : "-(" + Number(ctx, nDepth + 1) + ")";
     case 8:
-        switch (m_c.Pick(8))
+        if (ctx.m_fNumbersOnly || m_c.Chance(50))
+            return NumberBuiltin(ctx, nDepth);
+        switch (m_c.Pick(4))
         {
         case 0:
-            return "Abs(" + Number(ctx, nDepth + 1) + ")";
-        case 1:
-            return "Sgn(" + Number(ctx, nDepth + 1) + ")";
-        case 2:
-            return (m_c.Chance(50) ? "Fix(" : "Frac(") + Number(ctx, nDepth + 1) + ")";
-        case 3:
-            return "Round(" + Number(ctx, nDepth + 1) +
-                   (m_c.Chance(70) ? ", " + std::to_string(static_cast<int>(m_c.Pick(6)) - 1) +
-                                         (m_c.Chance(60) ? ", " + std::to_string(m_c.Pick(5)) : "")
-                                   : "") +
-                   ")";
-        case 4:
             return (m_c.Chance(50) ? "Len(" : "Asc(") + Text(ctx, nDepth + 1) + ")";
-        case 5:
+        case 1:
             return "Val(" + Text(ctx, nDepth + 1) + ")";
-        case 6:
+        case 2:
             return "InStr(" + Text(ctx, nDepth + 1) + ", " + Text(ctx, nDepth + 1) + ")";
         default:
             return "ShowMessage(" + Text(ctx, 4) + ", \"?\", " + PickOf(m_c, s_apszLongs) + ")";
         }
     case 9:
-        if (ctx.m_fArrays)
+        if (ctx.m_fArrays || ctx.m_fReadsArrays)
             return Element(m_c.Chance(50) ? EType::Long : EType::Double, ctx, nDepth + 1);
         return PickOf(m_c, s_apszLongs);
     case 10:
@@ -559,6 +564,35 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
     default:
         return "(" + Number(ctx, nDepth + 1) + ")";
     }
+}
+
+// A built-in of numbers, which functions run whole take on, with Round's digits and
+// mode sometimes computed.
+std::string CGenerator::NumberBuiltin(const SContext& ctx, int nDepth)
+{
+    switch (m_c.Pick(4))
+    {
+    case 0:
+        return "Abs(" + Number(ctx, nDepth + 1) + ")";
+    case 1:
+        return "Sgn(" + Number(ctx, nDepth + 1) + ")";
+    case 2:
+        return (m_c.Chance(50) ? "Fix(" : "Frac(") + Number(ctx, nDepth + 1) + ")";
+    default:
+        return "Round(" + Number(ctx, nDepth + 1) +
+               (m_c.Chance(70) ? ", " + RoundArg(ctx, nDepth, 6, -1) +
+                                     (m_c.Chance(60) ? ", " + RoundArg(ctx, nDepth, 5, 0) : "")
+                               : "") +
+               ")";
+    }
+}
+
+// Round's digits or mode: mostly a constant of `nCount` from `nFrom`, else computed.
+std::string CGenerator::RoundArg(const SContext& ctx, int nDepth, unsigned nCount, int nFrom)
+{
+    if (m_c.Chance(80))
+        return std::to_string(static_cast<int>(m_c.Pick(nCount)) + nFrom);
+    return Number(ctx, nDepth + 1);
 }
 
 std::string CGenerator::Text(const SContext& ctx, int nDepth)

@@ -272,3 +272,61 @@ TEST(FastForm, ForLoopsInFunctionsRunWholeAsTheyRunPlain)
         EXPECT_NE(strFast.find("D:s="), std::string::npos) << c.m_pszName << "\n" << strFast;
     }
 }
+
+// Built-ins of numbers and elements inside functions the fast form runs whole, against
+// the plain way: a failure inside an argument, an argument or an element a host
+// callback turned into a string, a failure at the bottom of a recursion, and built-ins
+// inside each other with Round's digits and modes taken from the parameter. Main calls
+// F six times; Spoil() turns `v` and a(2) into strings before the fourth call.
+TEST(FastForm, BuiltinsAndElementsInFunctionsRunWholeFailAsTheyFailPlain)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszBody; // of Function F(n%)
+        const char* m_pszSeen; // a line the trail or the store must show
+    } aCases[] = {
+        {"a division by zero in an argument", "  F = Round(n% * 1.005, 2, 2) + Abs(10 / (n% - 5))\n",
+         "Division durch Null"},
+        {"an argument turned into a string", "  F = Fix(n% / 2) + Round(v, 1)\n",
+         "ein numerischer Typ erwartet"},
+        {"at the bottom of a recursion",
+         "  If n% > 0 Then\n    t = F(n% - 1)\n    F = t + Abs(t - n%)\n  Else\n"
+         "    F = Round(3 / (k% - 4), 1)\n  End If\n",
+         "Division durch Null"},
+        {"an element turned into a string, in a loop",
+         "  For e% = 1 To n%\n    t = t + a(e%) + Abs(b%(e%))\n  Next e%\n  F = t\n",
+         "kein String zugewiesen"},
+        {"inside each other",
+         "  F = Fix(Frac(n% * 1.37) * 10) + Sgn(2 - n%) + Round(n% * 2.345, n% - 3, n% - 1)\n",
+         "D:s=60.030000"},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource =
+            std::string("Declare Function F(n%)\nSub Main\n  v = 0.25\n  Dim a(6), b%(6)\n  For k% = 1 To 6\n"
+                        "    a(k%) = k% * 0.75\n    b%(k%) = 2 - k%\n"
+                        "    If k% = 4 Then\n      x = Spoil(0)\n    End If\n"
+                        "    s = s + F(k%)\n  Next k%\nEnd Sub\nFunction F(n%)\n") +
+            c.m_pszBody + "End Function\n";
+        std::string aOutcomes[2];
+        for (bool fPlain : {false, true})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(!fPlain);
+            basic.RegisterFunction("Spoil", 1, [&](CLumHostArgs&) {
+                vars.SetValue("v", new CLumsVarValue("x"));
+                vars.SetValue("a:2", new CLumsVarValue("x"));
+                return CLumsVarValue(0L);
+            });
+            std::string& strOutcome = aOutcomes[fPlain];
+            for (const std::string& str :
+                 RunImage(basic, LumCompile(strSource, basic, SLumCompileSettings())))
+                strOutcome += str + "\n";
+            vars.MakeString(&strOutcome);
+        }
+        EXPECT_EQ(aOutcomes[0], aOutcomes[1]) << c.m_pszName;
+        EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
+    }
+}

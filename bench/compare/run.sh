@@ -22,6 +22,8 @@ kinds=(
   "tostring 1000000 number to string"
   "sub 1000000 Sub call with two parameters"
   "sumloop 1000000 a function summing in a For loop, per pass"
+  "sumarray 1000000 a function summing an array, per element"
+  "builtin 1000000 Abs, Fix, Round, Sgn in a function, per call"
   "template 300000 Str\$ with a template"
   "invoice 200000 invoice lines (realistic program)"
   "build 20000 building a text, s\$ = s\$ + p\$"
