@@ -157,6 +157,7 @@ void CLumBasic::RunMain(const char* pszPath, const unsigned char* pData, size_t 
         m_cBudget.m_nCount = 0;
         m_nAtHead = -1;
         m_cBudget.m_nBytesAtStart = LumValueBytes();
+        m_cBudget.m_nBytesAhead = 0;
         PreRunLoopEM();
         RunLoop();
         PostRunLoopEM();

@@ -32,9 +32,15 @@ bool CLumBasic::SLumRunBudget::IsOverMemory() const noexcept
     return m_nMemoryLimit != 0 && LumValueBytes() - m_nBytesAtStart > static_cast<int64_t>(m_nMemoryLimit);
 }
 
-bool CLumBasic::SLumRunBudget::Admit() noexcept
+bool CLumBasic::SLumRunBudget::Admit(bool* pfOverMemory) noexcept
 {
-    if ((m_nWatch.load(std::memory_order_relaxed) & STOP) != 0 || IsOverMemory())
+    bool fStop = (m_nWatch.load(std::memory_order_relaxed) & STOP) != 0;
+    bool fOverMemory = !fStop && IsOverMemory();
+    m_nBytesAtStart -= m_nBytesAhead;
+    m_nBytesAhead = 0;
+    if (pfOverMemory != nullptr)
+        *pfOverMemory = fOverMemory;
+    if (fStop || fOverMemory)
         return false;
     if (m_nLimit != 0 && ++m_nCount > m_nLimit)
     {
@@ -46,12 +52,13 @@ bool CLumBasic::SLumRunBudget::Admit() noexcept
 
 void CLumBasic::SLumRunBudget::Enforce()
 {
-    if (Admit())
+    bool fOverMemory = false;
+    if (Admit(&fOverMemory))
         return;
     // A request is answered once: the next run starts afresh.
     if ((m_nWatch.fetch_and(~static_cast<unsigned>(STOP), std::memory_order_relaxed) & STOP) != 0)
         LumRaise(LUM_MSG_STOP_REQUESTED);
-    if (IsOverMemory())
+    if (fOverMemory)
         LumRaise(LUM_MSG_MEMORY_LIMIT, static_cast<unsigned long>(m_nMemoryLimit));
     LumRaise(LUM_MSG_STATEMENT_LIMIT, m_nLimit);
 }

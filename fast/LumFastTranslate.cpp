@@ -85,7 +85,13 @@ SLumFastStep* CLumFastForm::StepAt(CLumBasic& basic, unsigned char* pAt)
     m_aSteps.push_back(std::make_unique<SLumFastStep>());
     SLumFastStep& step = *m_aSteps.back();
     step.m_pAt = pAt;
+    // Reading the statement's trees converts their constants, which the regular way
+    // does only once the statement has been admitted: a memory budget must not end the
+    // run a statement earlier for them.
+    int64_t nBefore = LumValueBytes();
     Translate(basic, step);
+    if ((basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::MEMORY) != 0)
+        basic.m_pBudget->CountFromNextStatement(LumValueBytes() - nBefore);
     m_mapSteps.Insert(pAt, &step);
     return &step;
 }

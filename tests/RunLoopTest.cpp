@@ -209,3 +209,31 @@ TEST(RunLoop, ATextBuiltByAppendsReachesItsBudgetInLinearTimeEitherWay)
         EXPECT_EQ(anPasses[0], anPasses[1]) << pszAppend;
     }
 }
+
+// The fast form reads a statement's constants when it first translates it, before the
+// statement's turn: a budget met by them ends the run at the statement that brings them,
+// as on the stream, for every budget around their size.
+TEST(RunLoop, ABudgetMetByAStatementsConstantsEndsTheRunAtThatStatementEitherWay)
+{
+    std::vector<uint8_t> aImage;
+    ASSERT_EQ(CompileText("Sub Main\n s$ = \"" + std::string(220, '7') +
+                              "\"\n For i% = 1 To 20\n  s$ = s$ + \"0123456789\" + s$\n Next i%\nEnd Sub\n",
+                          aImage),
+              "");
+    for (size_t nBudget = 64; nBudget <= 2048; nBudget += 8)
+    {
+        std::string astrEnd[2];
+        for (bool fFast : {true, false})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(fFast);
+            basic.SetMemoryLimit(nBudget);
+            basic.SetStatementLimit(100000); // statements counted as well, as hosts bound runs
+            std::vector<std::string> aTrail = RunImage(basic, aImage);
+            astrEnd[fFast] = (aTrail.empty() ? std::string("no failure") : aTrail[0]) + " after " +
+                             std::to_string(basic.GetStatementCount()) + " statements";
+        }
+        ASSERT_EQ(astrEnd[1], astrEnd[0]) << "budget " << nBudget;
+    }
+}

@@ -263,14 +263,25 @@ protected:
         unsigned long m_nCount = 0;
         size_t m_nMemoryLimit = 0;
         int64_t m_nBytesAtStart = 0;
+        // Bytes of values made for a statement before its turn, which count from then.
+        int64_t m_nBytesAhead = 0;
 
         bool IsWatched() const noexcept { return m_nWatch.load(std::memory_order_relaxed) != 0; }
         void SetLimit(unsigned long nLimit);
         void SetMemoryLimit(size_t nBytes);
         bool IsOverMemory() const noexcept;
+        // The fast form reads a statement's trees when it translates it, before the
+        // statement is admitted; the regular way reads them as the statement runs. The
+        // values that reading made count once the next statement has been admitted.
+        void CountFromNextStatement(int64_t nBytes) noexcept
+        {
+            m_nBytesAhead += nBytes;
+            m_nBytesAtStart += nBytes;
+        }
         // Counts a statement against the limit; false, and nothing counted, where the
-        // run must end before it.
-        bool Admit() noexcept;
+        // run must end before it. `pfOverMemory`, where given, tells whether the memory
+        // budget was the reason.
+        bool Admit(bool* pfOverMemory = nullptr) noexcept;
         // Counts a statement; fails where the run must end before it.
         void Enforce();
     };
