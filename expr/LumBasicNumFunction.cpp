@@ -101,6 +101,12 @@ double RoundDouble(double x, int nMode, int nDigits)
         return r * p;
     return r;
 }
+// Round's places and mode, where given, else its defaults.
+void RoundArgs(const CLumsVarValue* pDigits, const CLumsVarValue* pMode, int& nDigits, int& nMode) noexcept
+{
+    nDigits = pDigits != nullptr ? pDigits->GetLong() : ROUND_DEFAULT_DIGITS;
+    nMode = pMode != nullptr ? pMode->GetLong() : ROUND_DEFAULT_MODE;
+}
 } // namespace
 
 CLumsVarValue* CLumExpression::Abs()
@@ -189,9 +195,17 @@ CLumsVarValue* CLumExpression::Round()
             if (HasArg())
                 pMode.reset(GetArg(CLumBasic::AT_NUMBER, 3));
         }
-        LumRoundOf(*pValue, pDigits.get(), pMode.get());
+        int nDigits, nMode;
+        RoundArgs(pDigits.get(), pMode.get(), nDigits, nMode);
+        *pValue = DoubleRound(pValue->GetDouble(), nMode, nDigits);
         return pValue.release();
     });
+}
+
+double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
+{
+    return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()",
+                            [&] { return RoundDouble(x, nMode, nDigits); });
 }
 
 void LumAbsOf(CLumsVarValue& value) noexcept
@@ -235,7 +249,7 @@ void LumFracOf(CLumsVarValue& value) noexcept
 
 void LumRoundOf(CLumsVarValue& value, const CLumsVarValue* pDigits, const CLumsVarValue* pMode) noexcept
 {
-    int nDigits = pDigits != nullptr ? pDigits->GetLong() : ROUND_DEFAULT_DIGITS;
-    int nMode = pMode != nullptr ? pMode->GetLong() : ROUND_DEFAULT_MODE;
+    int nDigits, nMode;
+    RoundArgs(pDigits, pMode, nDigits, nMode);
     value = RoundDouble(value.GetDouble(), nMode, nDigits);
 }

@@ -56,6 +56,7 @@ public:
     virtual CLumsVarValue* UserFunction();
     virtual int FillTemplate(char* pszDest, const char* pszTemplate, CLumsVarValue* pValue, int nSize);
     virtual CLumsVarValue* ExtFunction(unsigned short wToken);
+    virtual double DoubleRound(double x, int nMode, int nDigits);
 
     CLumsVarValue* GetArg(CLumBasic::AusdruckTyp type, int nParam) { return m_pBasic->GetArg(type, nParam); }
     int HasArg() { return m_pBasic->HasArg(); }
