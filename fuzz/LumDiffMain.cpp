@@ -12,12 +12,24 @@
 
 #include <unistd.h>
 
+namespace
+{
+int Usage()
+{
+    fprintf(stderr, "usage: lumdiff [--from SEED] [--count N] [--minutes M] | --print SEED\n");
+    return 2;
+}
+} // namespace
+
 int main(int argc, char** argv)
 {
     unsigned long long nFrom = 1, nCount = ~0ull;
     double dMinutes = 1e9;
-    for (int i = 1; i + 1 < argc; i += 2)
+    for (int i = 1; i < argc; i += 2)
     {
+        // Every option takes a value; anything else, a lone word too, is no run.
+        if (i + 1 >= argc)
+            return Usage();
         if (strcmp(argv[i], "--from") == 0)
             nFrom = strtoull(argv[i + 1], nullptr, 10);
         else if (strcmp(argv[i], "--count") == 0)
@@ -35,10 +47,7 @@ int main(int argc, char** argv)
             return 0;
         }
         else
-        {
-            fprintf(stderr, "usage: lumdiff [--from SEED] [--count N] [--minutes M]\n");
-            return 2;
-        }
+            return Usage();
     }
     lumfuzz::CLumDifferential differential;
     auto start = std::chrono::steady_clock::now();
