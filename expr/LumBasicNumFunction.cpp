@@ -131,8 +131,7 @@ CLumsVarValue* CLumExpression::Asc()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Asc()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        // The byte is signed: 0x80 and above give negative codes.
-        *pValue = static_cast<long>(static_cast<signed char>(pValue->GetText()[0]));
+        LumAscOf(*pValue);
         return pValue.release();
     });
 }
@@ -141,7 +140,7 @@ CLumsVarValue* CLumExpression::Len()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Len()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        *pValue = static_cast<long>(LumTextView(*pValue).size());
+        LumLenOf(*pValue);
         return pValue.release();
     });
 }
@@ -178,8 +177,7 @@ CLumsVarValue* CLumExpression::InStr()
     return LumFrame(FILE_LABEL, "CLumExpression::InStr()", [&] {
         LumValuePtr pText(GetArg(CLumBasic::AT_STRING, 1));
         LumValuePtr pSearch(GetArg(CLumBasic::AT_STRING, 2));
-        size_t nPos = LumTextView(*pText).find(LumTextView(*pSearch));
-        *pText = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
+        LumInStrOf(*pText, *pSearch);
         return pText.release();
     });
 }
@@ -206,6 +204,23 @@ double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
 {
     return LumFrameCatchAll(FILE_LABEL, "CLumExpression::DoubleRound()",
                             [&] { return RoundDouble(x, nMode, nDigits); });
+}
+
+void LumAscOf(CLumsVarValue& text)
+{
+    // The byte is signed: 0x80 and above give negative codes.
+    text = static_cast<long>(static_cast<signed char>(text.GetText()[0]));
+}
+
+void LumLenOf(CLumsVarValue& text)
+{
+    text = static_cast<long>(LumTextView(text).size());
+}
+
+void LumInStrOf(CLumsVarValue& text, const CLumsVarValue& search)
+{
+    size_t nPos = LumTextView(text).find(LumTextView(search));
+    text = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
 }
 
 void LumAbsOf(CLumsVarValue& value) noexcept

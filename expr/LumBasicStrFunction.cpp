@@ -33,9 +33,7 @@ CLumsVarValue* CLumExpression::LeftStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::LeftStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-        LumText& str = LumTextRef(*pValue);
-        str.resize(Clamp(nCount, str.size()));
+        LumLeftOf(*pValue, LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong());
         return pValue.release();
     });
 }
@@ -44,9 +42,7 @@ CLumsVarValue* CLumExpression::RightStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::RightStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        long nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong();
-        LumText& str = LumTextRef(*pValue);
-        str.erase(0, str.size() - Clamp(nCount, str.size()));
+        LumRightOf(*pValue, LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 2))->GetLong());
         return pValue.release();
     });
 }
@@ -60,15 +56,7 @@ CLumsVarValue* CLumExpression::MidStr()
         long nCount = 0;
         if (HasArg())
             nCount = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 3))->GetLong();
-        LumText& str = LumTextRef(*pValue);
-        if (nCount < 0)
-            str.clear();
-        else
-        {
-            str.erase(0, Clamp(nStart, str.size()));
-            if (nCount > 0)
-                str.resize(Clamp(nCount, str.size()));
-        }
+        LumMidOf(*pValue, nStart, nCount);
         return pValue.release();
     });
 }
@@ -77,9 +65,7 @@ CLumsVarValue* CLumExpression::ChrStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::ChrStr()", [&] {
         long nCode = LumValuePtr(GetArg(CLumBasic::AT_NUMBER, 1))->GetLong();
-        // Modulo 255, not 256, with the sign of the code; a remainder of 0 would be
-        // the terminator, so it gives the empty string.
-        char c = static_cast<char>(nCode % 255);
+        char c = LumChrOf(nCode);
         LumValuePtr pResult(new CLumsVarValue());
         pResult->SetString(&c, c == '\0' ? 0 : 1);
         return pResult.release();
@@ -90,9 +76,7 @@ CLumsVarValue* CLumExpression::RTrimStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::RTrimStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        LumText& str = LumTextRef(*pValue);
-        size_t nLast = str.find_last_not_of(WHITE_SPACE);
-        str.resize(nLast == std::string::npos ? 0 : nLast + 1);
+        LumRTrimOf(*pValue);
         return pValue.release();
     });
 }
@@ -101,8 +85,7 @@ CLumsVarValue* CLumExpression::LTrimStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::LTrimStr()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        LumText& str = LumTextRef(*pValue);
-        str.erase(0, std::min(str.find_first_not_of(WHITE_SPACE), str.size()));
+        LumLTrimOf(*pValue);
         return pValue.release();
     });
 }
@@ -150,4 +133,49 @@ CLumsVarValue* CLumExpression::GetSysTimeStr()
         pResult->GetStringRef().assign(szBuffer, n);
         return pResult.release();
     });
+}
+
+void LumLeftOf(CLumsVarValue& text, long nCount)
+{
+    LumText& str = LumTextRef(text);
+    str.resize(Clamp(nCount, str.size()));
+}
+
+void LumRightOf(CLumsVarValue& text, long nCount)
+{
+    LumText& str = LumTextRef(text);
+    str.erase(0, str.size() - Clamp(nCount, str.size()));
+}
+
+void LumMidOf(CLumsVarValue& text, long nStart, long nCount)
+{
+    LumText& str = LumTextRef(text);
+    if (nCount < 0)
+        str.clear();
+    else
+    {
+        str.erase(0, Clamp(nStart, str.size()));
+        if (nCount > 0)
+            str.resize(Clamp(nCount, str.size()));
+    }
+}
+
+char LumChrOf(long nCode)
+{
+    // Modulo 255, not 256, with the sign of the code; a remainder of 0 would be the
+    // terminator, so it gives the empty string.
+    return static_cast<char>(nCode % 255);
+}
+
+void LumRTrimOf(CLumsVarValue& text)
+{
+    LumText& str = LumTextRef(text);
+    size_t nLast = str.find_last_not_of(WHITE_SPACE);
+    str.resize(nLast == std::string::npos ? 0 : nLast + 1);
+}
+
+void LumLTrimOf(CLumsVarValue& text)
+{
+    LumText& str = LumTextRef(text);
+    str.erase(0, std::min(str.find_first_not_of(WHITE_SPACE), str.size()));
 }

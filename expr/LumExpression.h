@@ -94,3 +94,16 @@ void LumSgnOf(CLumsVarValue& value) noexcept;
 void LumFixOf(CLumsVarValue& value) noexcept;
 void LumFracOf(CLumsVarValue& value) noexcept;
 void LumRoundOf(CLumsVarValue& value, const CLumsVarValue* pDigits, const CLumsVarValue* pMode) noexcept;
+
+// The built-ins of texts, in place in their first argument's value, a text, as the
+// handlers compute them on the arguments they read: the fast form computes them so on
+// arguments it computed itself. Chr$ gives its byte, 0 for the empty text.
+void LumLeftOf(CLumsVarValue& text, long nCount);
+void LumRightOf(CLumsVarValue& text, long nCount);
+void LumMidOf(CLumsVarValue& text, long nStart, long nCount);
+void LumRTrimOf(CLumsVarValue& text);
+void LumLTrimOf(CLumsVarValue& text);
+char LumChrOf(long nCode);
+void LumAscOf(CLumsVarValue& text);
+void LumLenOf(CLumsVarValue& text);
+void LumInStrOf(CLumsVarValue& text, const CLumsVarValue& search);

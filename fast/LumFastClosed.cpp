@@ -778,30 +778,12 @@ bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
             return false;
     CLumsVarValue value, digits, mode;
     LumFastStore(value, aArgs[0]);
-    switch (expr.m_wToken)
-    {
-    case LBT_ABS:
-        LumAbsOf(value);
-        break;
-    case LBT_SGN:
-        LumSgnOf(value);
-        break;
-    case LBT_FIX:
-        LumFixOf(value);
-        break;
-    case LBT_FRAC:
-        LumFracOf(value);
-        break;
-    case LBT_ROUND:
-        if (nArgs > 1)
-            LumFastStore(digits, aArgs[1]);
-        if (nArgs > 2)
-            LumFastStore(mode, aArgs[2]);
-        LumRoundOf(value, nArgs > 1 ? &digits : nullptr, nArgs > 2 ? &mode : nullptr);
-        break;
-    default:
+    if (nArgs > 1)
+        LumFastStore(digits, aArgs[1]);
+    if (nArgs > 2)
+        LumFastStore(mode, aArgs[2]);
+    if (!NumberBuiltin(expr.m_wToken, value, nArgs > 1 ? &digits : nullptr, nArgs > 2 ? &mode : nullptr))
         return GiveUp();
-    }
     return LumFastNumber(value, out) || GiveUp();
 }
 

@@ -142,11 +142,16 @@ struct SLumFastExpr : SLumFastCallSite
     // OTHER: how many indices around it its statement holds it in, each an expression of
     // its own for the regular way.
     int m_nIndexDepth = 0;
-    // OTHER: a built-in of numbers whose arguments only compute (Abs, Sgn, Fix, Frac,
-    // Round), and whether its arguments were read, into m_apIndices, for closed runs:
-    // once the machinery has computed it (ReadBuiltin).
+    // OTHER: a built-in that the form computes itself (Builtin) whose arguments only
+    // compute; among them the built-ins of numbers (Abs, Sgn, Fix, Frac, Round), which
+    // closed runs compute too. Whether its arguments were read, into m_apIndices: once
+    // the machinery has computed it (ReadBuiltin). Whether each of them computes here
+    // throughout, and how many expressions the regular way opens for them at most.
+    bool m_fBuiltin = false;
     bool m_fTakesNumbers = false;
     bool m_fArgsRead = false;
+    bool m_fArgsComputed = false;
+    uint8_t m_nArgLevels = 0;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -466,6 +471,11 @@ private:
     bool CompileCall(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileElement(CLumBasic& basic, SLumFastExpr& expr);
     bool CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr);
+    static const char* BuiltinKinds(unsigned short wToken);
+    static bool Computes(const SLumFastExpr& expr, int& nLevels);
+    bool Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    static bool NumberBuiltin(unsigned short wToken, CLumsVarValue& value, const CLumsVarValue* pDigits,
+                              const CLumsVarValue* pMode);
     __attribute__((noinline)) void ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
     static void SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth);

@@ -156,7 +156,7 @@ void CLumFastForm::FindVariables(CLumBasic& basic, SLumFastExpr* pExpr)
         FindVariables(basic, pExpr->m_pLeft);
         FindVariables(basic, pExpr->m_pRight);
     }
-    else if (pExpr->m_fTakesNumbers || pExpr->m_eOp == SLumFastExpr::ELEMENT)
+    else if (pExpr->m_fBuiltin || pExpr->m_eOp == SLumFastExpr::ELEMENT)
         for (SLumFastExpr* pArg : pExpr->m_apIndices)
             FindVariables(basic, pArg);
 }

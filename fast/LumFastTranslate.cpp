@@ -363,11 +363,12 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
         expr.m_wToken = pNode->GetDataWord(0);
         if (expr.m_wToken == LBT_USERFUNCTION && !CompileCall(basic, expr))
             expr.m_eOp = SLumFastExpr::OTHER;
-        else if (expr.m_fPure && TakesNumbers(expr.m_wToken))
+        else if (expr.m_fPure && BuiltinKinds(expr.m_wToken) != nullptr)
         {
             // Its arguments are read once the machinery has computed it; inside one
             // read so, at once.
-            expr.m_fTakesNumbers = true;
+            expr.m_fBuiltin = true;
+            expr.m_fTakesNumbers = TakesNumbers(expr.m_wToken);
             if (m_fCachedOnly)
                 CompileBuiltin(basic, expr);
         }
@@ -436,15 +437,15 @@ bool CLumFastForm::CompileCall(CLumBasic& basic, SLumFastExpr& expr)
     return fRead;
 }
 
-// A built-in of numbers, for closed runs: its arguments read as its handler reads them
-// (GetArg, and HasArg for Round's further ones), each an expression that only computes.
+// A built-in the form computes itself: its arguments read as its handler reads them
+// (GetArg, and HasArg for the optional ones), each an expression that only computes.
 // False where that fails, or where such built-ins stand deeper inside each other than
-// a closed run follows; the built-in then stays the machinery's.
+// the form follows; the built-in then stays the machinery's.
 bool CLumFastForm::CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr)
 {
     expr.m_fArgsRead = true;
     CLumBasicFile& file = *basic.m_pQuelle;
-    size_t nMost = expr.m_wToken == LBT_ROUND ? 3 : 1;
+    size_t nMost = strlen(BuiltinKinds(expr.m_wToken));
     ++m_nBuiltinsRead;
     file.SetMemoryMode(expr.m_pNode->GetData() + 2);
     bool fRead = m_nBuiltinsRead <= MAX_LEVELS && LumSucceeds([&] {
@@ -461,10 +462,13 @@ bool CLumFastForm::CompileBuiltin(CLumBasic& basic, SLumFastExpr& expr)
     --m_nBuiltinsRead;
     if (!fRead)
         expr.m_apIndices.clear();
+    int nLevels = 0;
+    expr.m_fArgsComputed = fRead && Computes(expr, nLevels);
+    expr.m_nArgLevels = static_cast<uint8_t>(nLevels);
     return fRead;
 }
 
-// A built-in of numbers that the machinery has just computed: its arguments compiled
+// A built-in of the form's own that the machinery has just computed: its arguments compiled
 // from the trees the machinery read, never from a tree of its own, which would hold
 // values that the plain way does not make; then their variables found.
 void CLumFastForm::ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr)

@@ -260,10 +260,12 @@ bool CLumFastForm::ElementName(std::string_view name, const long* pIndices, char
 
 void CLumFastForm::EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
 {
+    if (expr.m_fArgsComputed && Builtin(basic, expr, out))
+        return;
     CLumDepthGuard::CLift lift(CLumDepthGuard::EXPRESSION, m_nLift + expr.m_nIndexDepth);
     CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
     std::unique_ptr<CLumsVarValue> pValue(cExpression.Berechne(expr.m_pNode));
     out.Swap(*pValue);
-    if (expr.m_fTakesNumbers)
+    if (expr.m_fBuiltin)
         ReadBuiltin(basic, expr);
 }

@@ -278,7 +278,7 @@ TEST(FastForm, ForLoopsInFunctionsRunWholeAsTheyRunPlain)
 // callback turned into a string, a failure at the bottom of a recursion, and built-ins
 // inside each other with Round's digits and modes taken from the parameter. Main calls
 // F six times; Spoil() turns `v` and a(2) into strings before the fourth call.
-TEST(FastForm, BuiltinsAndElementsInFunctionsRunWholeFailAsTheyFailPlain)
+TEST(FastForm, BuiltinsAndElementsFailAsTheyFailPlain)
 {
     const struct
     {
@@ -300,11 +300,19 @@ TEST(FastForm, BuiltinsAndElementsInFunctionsRunWholeFailAsTheyFailPlain)
         {"inside each other",
          "  F = Fix(Frac(n% * 1.37) * 10) + Sgn(2 - n%) + Round(n% * 2.345, n% - 3, n% - 1)\n",
          "D:s=60.030000"},
+        // Built-ins of texts are the fast form's own outside runs whole.
+        {"texts cut and measured",
+         "  F = InStr(w$, Right$(Left$(w$, n%), 1)) + Len(Mid$(w$, n% - 2, n% - 3)) * 10 + "
+         "Asc(LTrim$(RTrim$(Right$(w$, n%)))) * 100 + InStr(w$, Chr$(96 + n%)) * 1000\n",
+         "D:s=72165.000000"},
+        {"a text turned into a number", "  F = Len(Right$(w$, n%) + Left$(u$, 2))\n",
+         "Zeichenkette erwartet"},
     };
     for (const auto& c : aCases)
     {
         std::string strSource =
-            std::string("Declare Function F(n%)\nSub Main\n  v = 0.25\n  Dim a(6), b%(6)\n  For k% = 1 To 6\n"
+            std::string("Declare Function F(n%)\nSub Main\n  v = 0.25\n  w$ = \" abcdefgh \"\n  u$ = w$\n"
+                        "  Dim a(6), b%(6)\n  For k% = 1 To 6\n"
                         "    a(k%) = k% * 0.75\n    b%(k%) = 2 - k%\n"
                         "    If k% = 4 Then\n      x = Spoil(0)\n    End If\n"
                         "    s = s + F(k%)\n  Next k%\nEnd Sub\nFunction F(n%)\n") +
@@ -318,6 +326,7 @@ TEST(FastForm, BuiltinsAndElementsInFunctionsRunWholeFailAsTheyFailPlain)
             basic.RegisterFunction("Spoil", 1, [&](CLumHostArgs&) {
                 vars.SetValue("v", new CLumsVarValue("x"));
                 vars.SetValue("a:2", new CLumsVarValue("x"));
+                vars.SetValue("u$", new CLumsVarValue(2L));
                 return CLumsVarValue(0L);
             });
             std::string& strOutcome = aOutcomes[fPlain];

@@ -1,0 +1,173 @@
+// Built-ins that the fast form computes itself, on arguments it computed itself: the
+// functions of numbers and those of texts that only cut or measure, with the cores
+// that their handlers call on the arguments GetArg gave them.
+#include "fast/LumFastForm.h"
+
+#include <lumbasic/LumBasic.h>
+
+#include "core/LumDepthGuard.h"
+#include "expr/LumExpression.h"
+
+#include <cstring>
+
+// What a built-in reads, a letter for each argument as GetArg reads it: "T" a text,
+// "N" a number; a small letter for one that HasArg finds or not. Null for a built-in
+// that only the machinery computes.
+const char* CLumFastForm::BuiltinKinds(unsigned short wToken)
+{
+    switch (wToken)
+    {
+    case LBT_ABS:
+    case LBT_SGN:
+    case LBT_FIX:
+    case LBT_FRAC:
+    case LBT_CHR:
+        return "N";
+    case LBT_ROUND:
+        return "Nnn";
+    case LBT_LEFT:
+    case LBT_RIGHT:
+        return "TN";
+    case LBT_MID:
+        return "TNn";
+    case LBT_LEN:
+    case LBT_ASC:
+    case LBT_RTRIM:
+    case LBT_LTRIM:
+        return "T";
+    case LBT_INSTR:
+        return "TT";
+    default:
+        return nullptr;
+    }
+}
+
+// Whether a built-in's argument computes here throughout, without the machinery, and
+// how many expressions the regular way opens inside it at most: one for each index and
+// each argument of a built-in.
+bool CLumFastForm::Computes(const SLumFastExpr& expr, int& nLevels)
+{
+    nLevels = 0;
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+    case SLumFastExpr::VARIABLE:
+        return true;
+    case SLumFastExpr::OPERATOR:
+    {
+        int nRight = 0;
+        if (!Computes(*expr.m_pLeft, nLevels) || !Computes(*expr.m_pRight, nRight))
+            return false;
+        nLevels = std::max(nLevels, nRight);
+        return true;
+    }
+    case SLumFastExpr::ELEMENT:
+    case SLumFastExpr::OTHER:
+    {
+        if (expr.m_eOp == SLumFastExpr::OTHER && !(expr.m_fBuiltin && expr.m_fArgsRead))
+            return false;
+        for (const SLumFastExpr* pPart : expr.m_apIndices)
+        {
+            int nPart = 0;
+            if (pPart == nullptr || !Computes(*pPart, nPart))
+                return false;
+            nLevels = std::max(nLevels, nPart + 1);
+        }
+        return nLevels <= MAX_LEVELS;
+    }
+    default:
+        return false;
+    }
+}
+
+// A built-in as its handler computes it, where every argument it reads is there and of
+// the kind it reads; false, with nothing changed, where one is not, or where the
+// regular way would open more expressions than the nesting allows. The machinery then
+// computes it and reports what it must.
+bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
+{
+    const char* pszKinds = BuiltinKinds(expr.m_wToken);
+    size_t nArgs = expr.m_apIndices.size();
+    if (nArgs == 0 || nArgs > 3 || (nArgs < 3 && pszKinds[nArgs] >= 'A' && pszKinds[nArgs] <= 'Z') ||
+        CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + m_nLift + expr.m_nIndexDepth +
+                expr.m_nArgLevels >=
+            CLumExpression::MAX_NESTING)
+        return false;
+    CLumsVarValue aArgs[3];
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        EvalValue(basic, *expr.m_apIndices[i], aArgs[i]);
+        // GetArg refuses a number for a text and a text for a number.
+        if (pszKinds[i] == 'T' || pszKinds[i] == 't' ? aArgs[i].IsNumber() : aArgs[i].IsString())
+            return false;
+    }
+    CLumsVarValue& value = aArgs[0];
+    switch (expr.m_wToken)
+    {
+    case LBT_CHR:
+    {
+        const char sz[2] = {LumChrOf(value.GetLong()), '\0'};
+        CLumsVarValue text(sz);
+        value.Swap(text);
+        break;
+    }
+    case LBT_LEFT:
+        LumLeftOf(value, aArgs[1].GetLong());
+        break;
+    case LBT_RIGHT:
+        LumRightOf(value, aArgs[1].GetLong());
+        break;
+    case LBT_MID:
+        LumMidOf(value, aArgs[1].GetLong(), nArgs > 2 ? aArgs[2].GetLong() : 0);
+        break;
+    case LBT_LEN:
+        LumLenOf(value);
+        break;
+    case LBT_ASC:
+        LumAscOf(value);
+        break;
+    case LBT_RTRIM:
+        LumRTrimOf(value);
+        break;
+    case LBT_LTRIM:
+        LumLTrimOf(value);
+        break;
+    case LBT_INSTR:
+        LumInStrOf(value, aArgs[1]);
+        break;
+    default:
+        if (!NumberBuiltin(expr.m_wToken, value, nArgs > 1 ? &aArgs[1] : nullptr,
+                           nArgs > 2 ? &aArgs[2] : nullptr))
+            return false;
+        break;
+    }
+    out.Swap(value);
+    return true;
+}
+
+// A built-in of numbers on its first argument, in place, with Round's further ones
+// where given; false for any other built-in.
+bool CLumFastForm::NumberBuiltin(unsigned short wToken, CLumsVarValue& value, const CLumsVarValue* pDigits,
+                                 const CLumsVarValue* pMode)
+{
+    switch (wToken)
+    {
+    case LBT_ABS:
+        LumAbsOf(value);
+        return true;
+    case LBT_SGN:
+        LumSgnOf(value);
+        return true;
+    case LBT_FIX:
+        LumFixOf(value);
+        return true;
+    case LBT_FRAC:
+        LumFracOf(value);
+        return true;
+    case LBT_ROUND:
+        LumRoundOf(value, pDigits, pMode);
+        return true;
+    default:
+        return false;
+    }
+}
