@@ -94,26 +94,33 @@ CLumsVarValue* CLumExpression::StrStr()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::StrStr()", [&] {
         LumValuePtr pNumber(GetArg(CLumBasic::AT_NUMBER, 1));
-        LumValuePtr pResult(new CLumsVarValue());
+        LumValuePtr pTemplate;
         if (HasArg())
-        {
-            LumValuePtr pTemplate(GetArg(CLumBasic::AT_STRING, 2));
-            char szBuffer[TEMPLATE_BUFFER];
-            int n = FillTemplate(szBuffer, pTemplate->GetText(), pNumber.get(), TEMPLATE_BUFFER);
-            pResult->SetString(szBuffer, static_cast<size_t>(n));
-        }
-        else if (pNumber->GetType() == CLumsVarValue::VT_DOUBLE)
-        {
-            char szBuffer[400];
-            pResult->SetString(szBuffer, LumFormatDouble(szBuffer, pNumber->GetDouble()));
-        }
-        else
-        {
-            char szBuffer[24];
-            pResult->SetString(szBuffer, LumFormatLong(szBuffer, pNumber->GetLong()));
-        }
+            pTemplate.reset(GetArg(CLumBasic::AT_STRING, 2));
+        LumValuePtr pResult(new CLumsVarValue());
+        StrOf(*pNumber, pTemplate.get(), *pResult);
         return pResult.release();
     });
+}
+
+void CLumExpression::StrOf(CLumsVarValue& number, const CLumsVarValue* pTemplate, CLumsVarValue& out)
+{
+    if (pTemplate != nullptr)
+    {
+        char szBuffer[TEMPLATE_BUFFER];
+        int n = FillTemplate(szBuffer, pTemplate->GetText(), &number, TEMPLATE_BUFFER);
+        out.SetString(szBuffer, static_cast<size_t>(n));
+    }
+    else if (number.GetType() == CLumsVarValue::VT_DOUBLE)
+    {
+        char szBuffer[400];
+        out.SetString(szBuffer, LumFormatDouble(szBuffer, number.GetDouble()));
+    }
+    else
+    {
+        char szBuffer[24];
+        out.SetString(szBuffer, LumFormatLong(szBuffer, number.GetLong()));
+    }
 }
 
 CLumsVarValue* CLumExpression::GetSysTimeStr()

@@ -55,6 +55,9 @@ public:
     virtual CLumsVarValue* GetSysTimeStr();
     virtual CLumsVarValue* UserFunction();
     virtual int FillTemplate(char* pszDest, const char* pszTemplate, CLumsVarValue* pValue, int nSize);
+    // Str$ on the arguments its handler read (the template null where none was given),
+    // into `out`: the fast form computes it so on arguments it computed itself.
+    void StrOf(CLumsVarValue& number, const CLumsVarValue* pTemplate, CLumsVarValue& out);
     virtual CLumsVarValue* ExtFunction(unsigned short wToken);
     virtual double DoubleRound(double x, int nMode, int nDigits);
 

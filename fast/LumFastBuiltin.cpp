@@ -37,6 +37,8 @@ const char* CLumFastForm::BuiltinKinds(unsigned short wToken)
         return "T";
     case LBT_INSTR:
         return "TT";
+    case LBT_STR:
+        return "Nt";
     default:
         return nullptr;
     }
@@ -135,6 +137,15 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
     case LBT_INSTR:
         LumInStrOf(value, aArgs[1]);
         break;
+    case LBT_STR:
+    {
+        // By an expression object of the plain kind, as EvalOther's machinery fills it.
+        CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
+        CLumsVarValue text;
+        cExpression.StrOf(value, nArgs > 1 ? &aArgs[1] : nullptr, text);
+        value.Swap(text);
+        break;
+    }
     default:
         if (!NumberBuiltin(expr.m_wToken, value, nArgs > 1 ? &aArgs[1] : nullptr,
                            nArgs > 2 ? &aArgs[2] : nullptr))

@@ -303,8 +303,9 @@ TEST(FastForm, BuiltinsAndElementsFailAsTheyFailPlain)
         // Built-ins of texts are the fast form's own outside runs whole.
         {"texts cut and measured",
          "  F = InStr(w$, Right$(Left$(w$, n%), 1)) + Len(Mid$(w$, n% - 2, n% - 3)) * 10 + "
-         "Asc(LTrim$(RTrim$(Right$(w$, n%)))) * 100 + InStr(w$, Chr$(96 + n%)) * 1000\n",
-         "D:s=72165.000000"},
+         "Asc(LTrim$(RTrim$(Right$(w$, n%)))) * 100 + InStr(w$, Chr$(96 + n%)) * 1000 + "
+         "Val(Str$(n% * 1.25)) * 10000\n",
+         "D:s=334665.000000"},
         {"a text turned into a number", "  F = Len(Right$(w$, n%) + Left$(u$, 2))\n",
          "Zeichenkette erwartet"},
     };
