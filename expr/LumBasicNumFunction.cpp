@@ -131,7 +131,7 @@ CLumsVarValue* CLumExpression::Asc()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Asc()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        LumAscOf(*pValue);
+        *pValue = LumAscOf(LumTextView(*pValue));
         return pValue.release();
     });
 }
@@ -140,7 +140,7 @@ CLumsVarValue* CLumExpression::Len()
 {
     return LumFrame(FILE_LABEL, "CLumExpression::Len()", [&] {
         LumValuePtr pValue(GetArg(CLumBasic::AT_STRING, 1));
-        LumLenOf(*pValue);
+        *pValue = static_cast<long>(LumTextView(*pValue).size());
         return pValue.release();
     });
 }
@@ -177,7 +177,7 @@ CLumsVarValue* CLumExpression::InStr()
     return LumFrame(FILE_LABEL, "CLumExpression::InStr()", [&] {
         LumValuePtr pText(GetArg(CLumBasic::AT_STRING, 1));
         LumValuePtr pSearch(GetArg(CLumBasic::AT_STRING, 2));
-        LumInStrOf(*pText, *pSearch);
+        *pText = LumInStrOf(LumTextView(*pText), LumTextView(*pSearch));
         return pText.release();
     });
 }
@@ -206,21 +206,16 @@ double CLumExpression::DoubleRound(double x, int nMode, int nDigits)
                             [&] { return RoundDouble(x, nMode, nDigits); });
 }
 
-void LumAscOf(CLumsVarValue& text)
+long LumAscOf(std::string_view text) noexcept
 {
     // The byte is signed: 0x80 and above give negative codes.
-    text = static_cast<long>(static_cast<signed char>(text.GetText()[0]));
+    return text.empty() ? 0L : static_cast<long>(static_cast<signed char>(text[0]));
 }
 
-void LumLenOf(CLumsVarValue& text)
+long LumInStrOf(std::string_view text, std::string_view search) noexcept
 {
-    text = static_cast<long>(LumTextView(text).size());
-}
-
-void LumInStrOf(CLumsVarValue& text, const CLumsVarValue& search)
-{
-    size_t nPos = LumTextView(text).find(LumTextView(search));
-    text = nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
+    size_t nPos = text.find(search);
+    return nPos == std::string_view::npos ? -1L : static_cast<long>(nPos);
 }
 
 void LumAbsOf(CLumsVarValue& value) noexcept

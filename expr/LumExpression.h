@@ -7,6 +7,8 @@
 
 #include "expr/LumTermNode.h"
 
+#include <string_view>
+
 class CLumExpression : public CLumObject
 {
     LUM_DECLARE_RUNTIME(CLumExpression)
@@ -107,6 +109,7 @@ void LumMidOf(CLumsVarValue& text, long nStart, long nCount);
 void LumRTrimOf(CLumsVarValue& text);
 void LumLTrimOf(CLumsVarValue& text);
 char LumChrOf(long nCode);
-void LumAscOf(CLumsVarValue& text);
-void LumLenOf(CLumsVarValue& text);
-void LumInStrOf(CLumsVarValue& text, const CLumsVarValue& search);
+// Asc and InStr on the texts their handlers read (Len is a text's size): they only
+// read, so the fast form hands them a variable's text where it stands.
+long LumAscOf(std::string_view text) noexcept;
+long LumInStrOf(std::string_view text, std::string_view search) noexcept;

@@ -7,6 +7,7 @@
 
 #include "core/LumDepthGuard.h"
 #include "expr/LumExpression.h"
+#include "expr/LumText.h"
 
 #include <cstring>
 
@@ -95,6 +96,8 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
                 expr.m_nArgLevels >=
             CLumExpression::MAX_NESTING)
         return false;
+    if (expr.m_wToken == LBT_LEN || expr.m_wToken == LBT_ASC || expr.m_wToken == LBT_INSTR)
+        return Measure(basic, expr, out);
     CLumsVarValue aArgs[3];
     for (size_t i = 0; i < nArgs; ++i)
     {
@@ -122,20 +125,11 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
     case LBT_MID:
         LumMidOf(value, aArgs[1].GetLong(), nArgs > 2 ? aArgs[2].GetLong() : 0);
         break;
-    case LBT_LEN:
-        LumLenOf(value);
-        break;
-    case LBT_ASC:
-        LumAscOf(value);
-        break;
     case LBT_RTRIM:
         LumRTrimOf(value);
         break;
     case LBT_LTRIM:
         LumLTrimOf(value);
-        break;
-    case LBT_INSTR:
-        LumInStrOf(value, aArgs[1]);
         break;
     case LBT_STR:
     {
@@ -153,6 +147,35 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
         break;
     }
     out.Swap(value);
+    return true;
+}
+
+// Len, Asc and InStr only read their texts: a variable's text is read where it stands,
+// not copied as GetArg copies it.
+bool CLumFastForm::Measure(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out)
+{
+    size_t nArgs = expr.m_apIndices.size();
+    CLumsVarValue aCopies[2];
+    std::string_view aTexts[2];
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        SLumFastExpr& arg = *expr.m_apIndices[i];
+        const CLumsVarValue* pText = arg.m_eOp == SLumFastExpr::VARIABLE ? Variable(basic, arg) : nullptr;
+        if (pText == nullptr || !pText->IsString())
+        {
+            EvalValue(basic, arg, aCopies[i]);
+            if (aCopies[i].IsNumber())
+                return false; // GetArg refuses a number for a text
+            pText = &aCopies[i];
+        }
+        aTexts[i] = LumTextView(*pText);
+    }
+    if (expr.m_wToken == LBT_LEN)
+        out = static_cast<long>(aTexts[0].size());
+    else if (expr.m_wToken == LBT_ASC)
+        out = LumAscOf(aTexts[0]);
+    else
+        out = LumInStrOf(aTexts[0], aTexts[1]);
     return true;
 }
 

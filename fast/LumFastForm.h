@@ -474,6 +474,7 @@ private:
     static const char* BuiltinKinds(unsigned short wToken);
     static bool Computes(const SLumFastExpr& expr, int& nLevels);
     bool Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    bool Measure(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     static bool NumberBuiltin(unsigned short wToken, CLumsVarValue& value, const CLumsVarValue* pDigits,
                               const CLumsVarValue* pMode);
     __attribute__((noinline)) void ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr);
