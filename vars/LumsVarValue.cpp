@@ -74,7 +74,65 @@ namespace
 {
 // The string objects of values come and go with the values: a free list of their own.
 using CTextList = CLumFreeList<sizeof(LumText)>;
+
+// Text buffers of up to eight steps (128 bytes), the texts made and dropped at nearly
+// every step of a run, come from lists of their size in steps.
+constexpr size_t TEXT_STEP = 16;
+
+template <size_t STEPS> using CTextBufferList = CLumFreeList<STEPS * TEXT_STEP>;
 } // namespace
+
+void* LumTextAlloc(size_t nBytes)
+{
+    switch ((nBytes + TEXT_STEP - 1) / TEXT_STEP)
+    {
+    case 0:
+    case 1:
+        return CTextBufferList<1>::Alloc(TEXT_STEP);
+    case 2:
+        return CTextBufferList<2>::Alloc(2 * TEXT_STEP);
+    case 3:
+        return CTextBufferList<3>::Alloc(3 * TEXT_STEP);
+    case 4:
+        return CTextBufferList<4>::Alloc(4 * TEXT_STEP);
+    case 5:
+        return CTextBufferList<5>::Alloc(5 * TEXT_STEP);
+    case 6:
+        return CTextBufferList<6>::Alloc(6 * TEXT_STEP);
+    case 7:
+        return CTextBufferList<7>::Alloc(7 * TEXT_STEP);
+    case 8:
+        return CTextBufferList<8>::Alloc(8 * TEXT_STEP);
+    default:
+        return ::operator new(nBytes);
+    }
+}
+
+void LumTextFree(void* p, size_t nBytes) noexcept
+{
+    switch ((nBytes + TEXT_STEP - 1) / TEXT_STEP)
+    {
+    case 0:
+    case 1:
+        return CTextBufferList<1>::Free(p, TEXT_STEP);
+    case 2:
+        return CTextBufferList<2>::Free(p, 2 * TEXT_STEP);
+    case 3:
+        return CTextBufferList<3>::Free(p, 3 * TEXT_STEP);
+    case 4:
+        return CTextBufferList<4>::Free(p, 4 * TEXT_STEP);
+    case 5:
+        return CTextBufferList<5>::Free(p, 5 * TEXT_STEP);
+    case 6:
+        return CTextBufferList<6>::Free(p, 6 * TEXT_STEP);
+    case 7:
+        return CTextBufferList<7>::Free(p, 7 * TEXT_STEP);
+    case 8:
+        return CTextBufferList<8>::Free(p, 8 * TEXT_STEP);
+    default:
+        ::operator delete(p);
+    }
+}
 
 LumText* CLumsVarValue::NewText()
 {

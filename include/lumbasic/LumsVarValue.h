@@ -16,6 +16,11 @@
 // run with a memory budget compares it with what it was when the run began.
 LUM_API int64_t& LumValueBytes() noexcept;
 
+// The buffers of value text: small ones from per-thread lists of a few sizes, as texts
+// are made and dropped at nearly every step of a run; larger ones from the heap.
+LUM_API void* LumTextAlloc(size_t nBytes);
+LUM_API void LumTextFree(void* p, size_t nBytes) noexcept;
+
 // The allocator of value text: counts what it hands out in LumValueBytes.
 template <class T> struct CLumValueAllocator
 {
@@ -24,14 +29,14 @@ template <class T> struct CLumValueAllocator
     template <class U> CLumValueAllocator(const CLumValueAllocator<U>&) noexcept {}
     T* allocate(size_t n)
     {
-        T* p = std::allocator<T>().allocate(n);
+        T* p = static_cast<T*>(LumTextAlloc(n * sizeof(T)));
         LumValueBytes() += static_cast<int64_t>(n * sizeof(T));
         return p;
     }
     void deallocate(T* p, size_t n) noexcept
     {
         LumValueBytes() -= static_cast<int64_t>(n * sizeof(T));
-        std::allocator<T>().deallocate(p, n);
+        LumTextFree(p, n * sizeof(T));
     }
     template <class U> bool operator==(const CLumValueAllocator<U>&) const noexcept { return true; }
     template <class U> bool operator!=(const CLumValueAllocator<U>&) const noexcept { return false; }
