@@ -243,19 +243,23 @@ CLumsVarValue& CLumFastForm::Local(CLumBasic& basic, SLumFastStep::SParam& param
     return *cache.m_pValue;
 }
 
-// A parameter's local takes the argument, converted by the parameter's name; a string
-// is taken over.
-void CLumFastForm::Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument)
+// A parameter's local takes the argument, converted by the parameter's name. A text
+// parameter gets a fresh copy of the argument's text up to its first zero byte, as the
+// head's handler makes it: the room of a text, which a memory budget counts, is that
+// copy's, not the argument's.
+void CLumFastForm::Bind(CLumBasic& basic, SLumFastStep::SParam& param, const CLumsVarValue& argument)
 {
     CLumsVarValue& target = Local(basic, param);
     if (param.m_cType == '%')
         target = static_cast<long>(argument.GetLong());
     else if (param.m_cType != '$')
         target = argument.GetDouble();
-    else if (argument.IsString())
-        target.Swap(argument);
     else
-        target = argument.GetText();
+    {
+        CLumsVarValue text;
+        text = argument.GetText();
+        target.Swap(text);
+    }
 }
 
 // A number parameter takes a number as it takes the value of that number.

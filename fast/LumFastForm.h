@@ -663,7 +663,7 @@ private:
     static void BindNumber(CLumBasic& basic, SLumFastStep::SParam& param, const SLumNumber& number);
     EOutcome Head(CLumBasic& basic, SLumFastStep& step);
     void EnterHead(CLumBasic& basic, SLumFastStep& step);
-    static void Bind(CLumBasic& basic, SLumFastStep::SParam& param, CLumsVarValue& argument);
+    static void Bind(CLumBasic& basic, SLumFastStep::SParam& param, const CLumsVarValue& argument);
     EOutcome End(CLumBasic& basic, SLumFastStep& step);
     const CLumsVarValue* Result(CLumBasic& basic, SLumFastStep& step);
 
