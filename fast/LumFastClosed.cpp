@@ -119,7 +119,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
-    m_aUndo.clear();
+    m_nUndo = 0;
     m_aClosedFors.clear();
     m_nClosedFors = 0;
     m_nClosedDepth = 0;
@@ -131,9 +131,14 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedDepthLimit = std::min(CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
                                    CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN]);
     m_nStackFloor = CLumDepthGuard::GetStackFloor();
-    m_cCheck = SLumClosedCheck{
+    SLumClosedCheck check{
         m_pStore, m_pStore->GetGeneration(), basic.m_pFunctions, basic.m_pFunctions->GetGeneration(),
         &basic,   basic.m_nSourceSerial,     basic.m_pDebugger};
+    if (!(check == m_cCheck))
+    {
+        m_cCheck = check;
+        ++m_nCheckEpoch;
+    }
     m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
     m_nClosedSteps = 0;
     m_nClosedStepLimit = fCounted ? budget.m_nLimit - std::min(budget.m_nCount, budget.m_nLimit) : ~0ul;
@@ -198,12 +203,12 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr&
 // The variables written, back to their values before the run, the oldest last.
 void CLumFastForm::Undo()
 {
-    for (size_t i = m_aUndo.size(); i-- > 0;)
+    for (size_t i = m_nUndo; i-- > 0;)
     {
         const SUndo& undo = m_aUndo[i];
         LumFastStore(*undo.m_pValue, undo.m_cNumber);
     }
-    m_aUndo.clear();
+    m_nUndo = 0;
 }
 
 // Notes a variable's value before a closed run writes it for the first time. Only a
@@ -213,11 +218,22 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    SUndo undo{&target, {}};
-    if (!target.IsNumber() || !LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
+    if (!target.IsNumber() || (m_nUndo == m_aUndo.size() && !KeepMore()))
         return GiveUp();
-    m_aUndo.push_back(undo);
+    SUndo& undo = m_aUndo[m_nUndo];
+    undo.m_pValue = &target;
+    LumFastNumber(target, undo.m_cNumber);
+    ++m_nUndo;
     kept = SLumKept{m_nClosedRun, &target};
+    return true;
+}
+
+// More room for the undo list, up to its bound.
+bool CLumFastForm::KeepMore()
+{
+    if (m_nUndo >= MAX_UNDO)
+        return false;
+    m_aUndo.resize(std::max<size_t>(16, m_nUndo * 2));
     return true;
 }
 
@@ -277,8 +293,7 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
         if (cache.m_pStore != m_pStore || cache.m_nGeneration != m_pStore->GetGeneration())
             return WarmUp();
     }
-    site.m_nClosedRun = m_nClosedRun;
-    site.m_cChecked = m_cCheck;
+    site.m_nCheckEpoch = m_nCheckEpoch;
     return true;
 }
 
@@ -289,13 +304,8 @@ template <class Site>
 SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
                                         const SClosedFrame& caller, int nLevel, uint64_t& nScope)
 {
-    if (site.m_nClosedRun != m_nClosedRun)
-    {
-        if (site.m_cChecked == m_cCheck)
-            site.m_nClosedRun = m_nClosedRun;
-        else if (!ClosedCallee(basic, site, args))
-            return nullptr;
-    }
+    if (site.m_nCheckEpoch != m_nCheckEpoch && !ClosedCallee(basic, site, args))
+        return nullptr;
     // Each argument, and each statement of the body, is an expression of its own one
     // level in; a body that opens none gives up where it need not, which costs nothing.
     int nDepth = m_nClosedDepth + 1;
