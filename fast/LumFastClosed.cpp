@@ -218,7 +218,7 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    if (!target.IsNumber() || (m_nUndo == m_aUndo.size() && !KeepMore()))
+    if (!target.IsNumber() || (m_nUndo == m_nUndoRoom && !KeepMore()))
         return GiveUp();
     SUndo& undo = m_aUndo[m_nUndo];
     undo.m_pValue = &target;
@@ -234,6 +234,7 @@ bool CLumFastForm::KeepMore()
     if (m_nUndo >= MAX_UNDO)
         return false;
     m_aUndo.resize(std::max<size_t>(16, m_nUndo * 2));
+    m_nUndoRoom = m_aUndo.size();
     return true;
 }
 
@@ -308,36 +309,37 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         return nullptr;
     // Each argument, and each statement of the body, is an expression of its own one
     // level in; a body that opens none gives up where it need not, which costs nothing.
-    int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit || nLevel + NESTED_LEVELS >= CLumExpression::MAX_NESTING ||
+    if (m_nClosedDepth + 1 >= m_nClosedDepthLimit || nLevel + NESTED_LEVELS >= CLumExpression::MAX_NESTING ||
         reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
-    SLumFastStep& head = *site.m_pCallee;
-    size_t nArgs = args.size();
+    // All arguments are computed before any is bound: one may read a parameter's local.
     SLumNumber aArgs[MAX_CLOSED_ARGS];
-    for (size_t i = 0; i < nArgs; ++i)
-        if (!ClosedArgument(basic, *args[i], caller, aArgs[i]))
+    SLumNumber* pArg = aArgs;
+    for (SLumFastExpr* pExpr : args)
+        if (!ClosedArgument(basic, *pExpr, caller, *pArg++))
             return nullptr;
-    for (size_t i = 0; i < nArgs; ++i)
+    // As many parameters as arguments (ClosedCallee).
+    SLumFastStep& head = *site.m_pCallee;
+    pArg = aArgs;
+    for (SLumFastStep::SParam& param : head.m_aParams)
     {
-        SLumFastStep::SParam& param = head.m_aParams[i];
-        if (!Keep(*param.m_cCache.m_pValue, param.m_cKept))
+        CLumsVarValue& local = *param.m_cCache.m_pValue;
+        if (!Keep(local, param.m_cKept))
             return nullptr;
-        LumFastStore(*param.m_cCache.m_pValue, aArgs[i], param.m_cType);
+        LumFastStore(local, *pArg++, param.m_cType);
     }
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
-    m_nClosedDepth = nDepth;
+    ++m_nClosedDepth;
     SLumFastStep* pEnd = ClosedBody(basic, head, frame);
-    m_nClosedDepth = nDepth - 1;
+    --m_nClosedDepth;
     m_nScope = caller.m_nScope;
     return pEnd;
 }
 
-// A function's call, with its result.
 // A function's call, with its result. The regular way calls it inside the expression
 // of its statement and those of the arguments around it.
 bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,

@@ -703,6 +703,8 @@ private:
     // The undo list: its first m_nUndo entries hold, the rest is room.
     std::vector<SUndo> m_aUndo;
     size_t m_nUndo = 0;
+    size_t m_nUndoRoom = 0; // its size, read at every first write
+
     int m_nClosedDepth = 0;
     int m_nClosedDepthLimit = 0;
     uintptr_t m_nStackFloor = 0;
