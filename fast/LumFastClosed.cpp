@@ -368,6 +368,9 @@ LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, c
                                           SLumNumber& out)
 {
     // An empty variable reads as 0 for a number parameter, as in a direct call.
+    bool fDone;
+    if (arg.m_fPure && arg.m_fNumericValue && QuickOnLong(arg, out, fDone))
+        return fDone;
     return arg.m_fPure ? ClosedPure(arg, true, out) : ClosedValue(basic, arg, caller, out);
 }
 
@@ -668,7 +671,20 @@ LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step
         return ClosedValue(basic, *step.m_pExpr, frame, out);
     if (!step.m_fNumeric)
         return GiveUp();
+    bool fDone;
+    if (QuickOnLong(*step.m_pExpr, out, fDone))
+        return fDone;
     return ClosedLeaf(*step.m_pExpr, out);
+}
+
+// The most frequent operation, a long variable and a long constant (k% > 0), without
+// a call: true where it computed or gave up, with `fDone`.
+LUM_HOT bool CLumFastForm::QuickOnLong(const SLumFastExpr& expr, SLumNumber& out, bool& fDone)
+{
+    if (expr.m_eOp != SLumFastExpr::OPERATOR || !OperateOnLong(expr, out, fDone))
+        return false;
+    fDone = fDone || GiveUp();
+    return true;
 }
 
 // A value as EvalFramed computes it, where that is a number (not an empty value).

@@ -615,6 +615,7 @@ private:
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLumNumber& out);
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
+    bool QuickOnLong(const SLumFastExpr& expr, SLumNumber& out, bool& fDone);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
