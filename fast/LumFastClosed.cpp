@@ -342,8 +342,8 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
 
 // A function's call, with its result. The regular way calls it inside the expression
 // of its statement and those of the arguments around it.
-bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
-                              SLumNumber& out)
+LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
+                                      SLumNumber& out)
 {
     uint64_t nScope = 0;
     SLumFastStep* pEnd =
