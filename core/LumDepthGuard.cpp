@@ -133,7 +133,7 @@ void CLumDepthGuard::CheckStack()
         LumRaise(LUM_MSG_NESTING_TOO_DEEP, s_anDepth[RUN]);
 }
 
-uintptr_t CLumDepthGuard::GetStackFloor()
+uintptr_t CLumDepthGuard::LookUpStackFloor()
 {
     if (s_nStackLimit == UINTPTR_MAX)
         s_nStackLimit = FindStackLimit();

@@ -35,7 +35,11 @@ public:
     static void CheckStack();
     // The lowest frame address that leaves that margin (0 where the stack is unknown),
     // for recursion that gives up instead of failing.
-    static uintptr_t GetStackFloor();
+    static uintptr_t GetStackFloor()
+    {
+        uintptr_t nLimit = s_nStackLimit;
+        return nLimit != UINTPTR_MAX ? nLimit : LookUpStackFloor();
+    }
     static int GetDepth(Kind eKind) { return s_anDepth[eKind]; }
 
     // Counts `nLevels` more of a kind while it lives, unchecked: for a caller that went
@@ -58,6 +62,7 @@ public:
 
 private:
     [[noreturn]] static void Fail(Kind eKind, int nLimit);
+    static uintptr_t LookUpStackFloor();
 
     Kind m_eKind;
     static thread_local int s_anDepth[KIND_COUNT];

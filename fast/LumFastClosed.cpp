@@ -119,7 +119,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
-    m_aUndo.clear();
+    m_nUndo = 0;
     m_aClosedFors.clear();
     m_nClosedFors = 0;
     m_nClosedDepth = 0;
@@ -131,9 +131,14 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedDepthLimit = std::min(CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
                                    CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN]);
     m_nStackFloor = CLumDepthGuard::GetStackFloor();
-    m_cCheck = SLumClosedCheck{
+    SLumClosedCheck check{
         m_pStore, m_pStore->GetGeneration(), basic.m_pFunctions, basic.m_pFunctions->GetGeneration(),
         &basic,   basic.m_nSourceSerial,     basic.m_pDebugger};
+    if (!(check == m_cCheck))
+    {
+        m_cCheck = check;
+        ++m_nCheckEpoch;
+    }
     m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
     m_nClosedSteps = 0;
     m_nClosedStepLimit = fCounted ? budget.m_nLimit - std::min(budget.m_nCount, budget.m_nLimit) : ~0ul;
@@ -198,12 +203,12 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr&
 // The variables written, back to their values before the run, the oldest last.
 void CLumFastForm::Undo()
 {
-    for (size_t i = m_aUndo.size(); i-- > 0;)
+    for (size_t i = m_nUndo; i-- > 0;)
     {
         const SUndo& undo = m_aUndo[i];
         LumFastStore(*undo.m_pValue, undo.m_cNumber);
     }
-    m_aUndo.clear();
+    m_nUndo = 0;
 }
 
 // Notes a variable's value before a closed run writes it for the first time. Only a
@@ -213,11 +218,23 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    SUndo undo{&target, {}};
-    if (!target.IsNumber() || !LumFastNumber(target, undo.m_cNumber) || m_aUndo.size() >= MAX_UNDO)
+    if (!target.IsNumber() || (m_nUndo == m_nUndoRoom && !KeepMore()))
         return GiveUp();
-    m_aUndo.push_back(undo);
+    SUndo& undo = m_aUndo[m_nUndo];
+    undo.m_pValue = &target;
+    LumFastNumber(target, undo.m_cNumber);
+    ++m_nUndo;
     kept = SLumKept{m_nClosedRun, &target};
+    return true;
+}
+
+// More room for the undo list, up to its bound.
+bool CLumFastForm::KeepMore()
+{
+    if (m_nUndo >= MAX_UNDO)
+        return false;
+    m_aUndo.resize(std::max<size_t>(16, m_nUndo * 2));
+    m_nUndoRoom = m_aUndo.size();
     return true;
 }
 
@@ -277,8 +294,7 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
         if (cache.m_pStore != m_pStore || cache.m_nGeneration != m_pStore->GetGeneration())
             return WarmUp();
     }
-    site.m_nClosedRun = m_nClosedRun;
-    site.m_cChecked = m_cCheck;
+    site.m_nCheckEpoch = m_nCheckEpoch;
     return true;
 }
 
@@ -289,49 +305,45 @@ template <class Site>
 SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
                                         const SClosedFrame& caller, int nLevel, uint64_t& nScope)
 {
-    if (site.m_nClosedRun != m_nClosedRun)
-    {
-        if (site.m_cChecked == m_cCheck)
-            site.m_nClosedRun = m_nClosedRun;
-        else if (!ClosedCallee(basic, site, args))
-            return nullptr;
-    }
+    if (site.m_nCheckEpoch != m_nCheckEpoch && !ClosedCallee(basic, site, args))
+        return nullptr;
     // Each argument, and each statement of the body, is an expression of its own one
     // level in; a body that opens none gives up where it need not, which costs nothing.
-    int nDepth = m_nClosedDepth + 1;
-    if (nDepth >= m_nClosedDepthLimit || nLevel + NESTED_LEVELS >= CLumExpression::MAX_NESTING ||
+    if (m_nClosedDepth + 1 >= m_nClosedDepthLimit || nLevel + NESTED_LEVELS >= CLumExpression::MAX_NESTING ||
         reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
-    SLumFastStep& head = *site.m_pCallee;
-    size_t nArgs = args.size();
+    // All arguments are computed before any is bound: one may read a parameter's local.
     SLumNumber aArgs[MAX_CLOSED_ARGS];
-    for (size_t i = 0; i < nArgs; ++i)
-        if (!ClosedArgument(basic, *args[i], caller, aArgs[i]))
+    SLumNumber* pArg = aArgs;
+    for (SLumFastExpr* pExpr : args)
+        if (!ClosedArgument(basic, *pExpr, caller, *pArg++))
             return nullptr;
-    for (size_t i = 0; i < nArgs; ++i)
+    // As many parameters as arguments (ClosedCallee).
+    SLumFastStep& head = *site.m_pCallee;
+    pArg = aArgs;
+    for (SLumFastStep::SParam& param : head.m_aParams)
     {
-        SLumFastStep::SParam& param = head.m_aParams[i];
-        if (!Keep(*param.m_cCache.m_pValue, param.m_cKept))
+        CLumsVarValue& local = *param.m_cCache.m_pValue;
+        if (!Keep(local, param.m_cKept))
             return nullptr;
-        LumFastStore(*param.m_cCache.m_pValue, aArgs[i], param.m_cType);
+        LumFastStore(local, *pArg++, param.m_cType);
     }
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
-    m_nClosedDepth = nDepth;
+    ++m_nClosedDepth;
     SLumFastStep* pEnd = ClosedBody(basic, head, frame);
-    m_nClosedDepth = nDepth - 1;
+    --m_nClosedDepth;
     m_nScope = caller.m_nScope;
     return pEnd;
 }
 
-// A function's call, with its result.
 // A function's call, with its result. The regular way calls it inside the expression
 // of its statement and those of the arguments around it.
-bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
-                              SLumNumber& out)
+LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
+                                      SLumNumber& out)
 {
     uint64_t nScope = 0;
     SLumFastStep* pEnd =
@@ -356,6 +368,9 @@ LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, c
                                           SLumNumber& out)
 {
     // An empty variable reads as 0 for a number parameter, as in a direct call.
+    bool fDone;
+    if (arg.m_fPure && arg.m_fNumericValue && QuickOnLong(arg, out, fDone))
+        return fDone;
     return arg.m_fPure ? ClosedPure(arg, true, out) : ClosedValue(basic, arg, caller, out);
 }
 
@@ -656,7 +671,20 @@ LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step
         return ClosedValue(basic, *step.m_pExpr, frame, out);
     if (!step.m_fNumeric)
         return GiveUp();
+    bool fDone;
+    if (QuickOnLong(*step.m_pExpr, out, fDone))
+        return fDone;
     return ClosedLeaf(*step.m_pExpr, out);
+}
+
+// The most frequent operation, a long variable and a long constant (k% > 0), without
+// a call: true where it computed or gave up, with `fDone`.
+LUM_HOT bool CLumFastForm::QuickOnLong(const SLumFastExpr& expr, SLumNumber& out, bool& fDone)
+{
+    if (expr.m_eOp != SLumFastExpr::OPERATOR || !OperateOnLong(expr, out, fDone))
+        return false;
+    fDone = fDone || GiveUp();
+    return true;
 }
 
 // A value as EvalFramed computes it, where that is a number (not an empty value).

@@ -83,9 +83,9 @@ struct SLumFastCallSite
     // since the last closed run that went through).
     uint16_t m_nClosedFailures = 0;
     uint16_t m_nClosedWarmups = 0;
-    // What the callee was last found fit against, and the closed run that found it so.
-    SLumClosedCheck m_cChecked;
-    uint64_t m_nClosedRun = 0;
+    // The form's check epoch (CLumFastForm::m_nCheckEpoch) in which the callee was last
+    // found fit; 0 for none.
+    uint64_t m_nCheckEpoch = 0;
     // The depth (of the call stack for a call statement, of runs otherwise) from which
     // it runs the regular way, while a run from here that gave up runs that way (0:
     // none).
@@ -506,13 +506,13 @@ private:
         }
         return EvalNumber(basic, expr, out);
     }
-    // The variable a cache names, while store, generation and scope are the same.
+    // The variable a cache names, while store, generation and scope are the same. No
+    // two stores ever share a generation, and a cache is filled with its store's: the
+    // generation stands for the store as well.
     CLumsVarValue* Cached(const CLumNameCache& cache) const
     {
-        return cache.m_pStore == m_pStore && cache.m_nScope == m_nScope &&
-                       cache.m_nGeneration == m_pStore->GetGeneration()
-                   ? cache.m_pValue
-                   : nullptr;
+        return cache.m_nScope == m_nScope && cache.m_nGeneration == m_pStore->GetGeneration() ? cache.m_pValue
+                                                                                              : nullptr;
     }
     const CLumsVarValue* Variable(CLumBasic& basic, SLumFastExpr& expr);
     void FindVariables(CLumBasic& basic, SLumFastExpr* pExpr);
@@ -626,6 +626,7 @@ private:
     bool ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     bool ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLumNumber& out);
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
+    bool QuickOnLong(const SLumFastExpr& expr, SLumNumber& out, bool& fDone);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
@@ -633,6 +634,7 @@ private:
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);
+    __attribute__((noinline)) bool KeepMore();
     void Undo();
     // Line hits of a closed run while lines are counted: noted as the markers are
     // passed, counted when the run ends whole, dropped when it gives up.
@@ -710,11 +712,18 @@ private:
     // The closed run going on: its number, its undo list, how many calls and Ifs it
     // holds open, and whether it gave up for a warm-up.
     uint64_t m_nClosedRun = 0;
+    // The undo list: its first m_nUndo entries hold, the rest is room.
     std::vector<SUndo> m_aUndo;
+    size_t m_nUndo = 0;
+    size_t m_nUndoRoom = 0; // its size, read at every first write
+
     int m_nClosedDepth = 0;
     int m_nClosedDepthLimit = 0;
     uintptr_t m_nStackFloor = 0;
+    // What the fitness of callees was last looked at against, and a number that
+    // changes whenever that changes: a site found fit in the same epoch still is.
     SLumClosedCheck m_cCheck;
+    uint64_t m_nCheckEpoch = 0;
     int m_nClosedIfs = 0;
     int m_nClosedIfLimit = 0;
     // The statements it ran, and how many the run's statement limit leaves it.
