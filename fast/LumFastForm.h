@@ -668,7 +668,22 @@ private:
     bool EvalOtherNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     void EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     const CLumsVarValue* Element(CLumBasic& basic, SLumFastExpr& expr);
-    bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
+    // The indices of an element as numbers. The common one, a single variable holding a
+    // whole number, is read at once.
+    LUM_HOT bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
+    {
+        if (expr.m_apIndices.size() == 1 && expr.m_apIndices[0]->m_eOp == SLumFastExpr::VARIABLE)
+        {
+            const CLumsVarValue* pValue = Cached(expr.m_apIndices[0]->m_cCache);
+            if (pValue != nullptr && pValue->GetType() == CLumsVarValue::VT_LONG)
+            {
+                pIndices[0] = pValue->LongValue();
+                return true;
+            }
+        }
+        return AllIndices(basic, expr, pIndices);
+    }
+    bool AllIndices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
     static bool ElementName(std::string_view name, const long* pIndices, char* pszKey, size_t& nLength);
     void EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
 

@@ -201,7 +201,7 @@ void CLumFastForm::EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue
 
 // The indices of an element as numbers, read as GetIndices reads them; false where one
 // cannot be computed here.
-bool CLumFastForm::Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
+bool CLumFastForm::AllIndices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
 {
     for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
     {
