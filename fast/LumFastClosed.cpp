@@ -772,13 +772,14 @@ bool CLumFastForm::ClosedElement(SLumFastExpr& expr, SLumNumber& out)
         return GiveUp();
     CNested nested(m_nClosedNested);
     long aIndices[CLumVariables::MAX_INDICES] = {};
-    for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
-    {
-        SLumNumber n;
-        if (!ClosedLeaf(*expr.m_apIndices[i], n))
-            return false;
-        aIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
-    }
+    if (!SingleIndex(expr, aIndices))
+        for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
+        {
+            SLumNumber n;
+            if (!ClosedLeaf(*expr.m_apIndices[i], n))
+                return false;
+            aIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
+        }
     std::string_view name(expr.m_pszName, expr.m_nNameLength);
     const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
     if (pValue == nullptr)

@@ -681,7 +681,23 @@ private:
     bool EvalOtherNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     void EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     const CLumsVarValue* Element(CLumBasic& basic, SLumFastExpr& expr);
-    bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
+    // The indices of an element as numbers. The common one, a single variable holding a
+    // whole number, is read at once.
+    LUM_HOT bool Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
+    {
+        return SingleIndex(expr, pIndices) || AllIndices(basic, expr, pIndices);
+    }
+    LUM_HOT bool SingleIndex(const SLumFastExpr& expr, long* pIndices) const
+    {
+        if (expr.m_apIndices.size() != 1 || expr.m_apIndices[0]->m_eOp != SLumFastExpr::VARIABLE)
+            return false;
+        const CLumsVarValue* pValue = Cached(expr.m_apIndices[0]->m_cCache);
+        if (pValue == nullptr || pValue->GetType() != CLumsVarValue::VT_LONG)
+            return false;
+        pIndices[0] = pValue->LongValue();
+        return true;
+    }
+    bool AllIndices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices);
     static bool ElementName(std::string_view name, const long* pIndices, char* pszKey, size_t& nLength);
     void EvalOther(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
 

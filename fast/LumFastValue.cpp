@@ -111,7 +111,7 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     bool fLocals = basic.GetDepth() > 1 && store.HasScopedElements();
     bool fSimple = !fLocals && aIndices[0] > 0 && aIndices[1] == 0 &&
                    aIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
-                   name.size() + 11 <= CLumVariables::MAX_KEY && !step.m_fResultTarget;
+                   !name.empty() && name.size() + 11 <= CLumVariables::MAX_KEY && !step.m_fResultTarget;
     char szName[CLumVariables::MAX_KEY + 1];
     size_t nName = 0;
     // The result of a function goes by its own rule: for its handler.
@@ -124,14 +124,15 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     {
         if (!EvalNumber(basic, *step.m_pExpr, n))
             return HANDLER;
-        LumFastStore(*store.ObtainElement(name, aIndices, target.m_cElements), n, step.m_cType);
+        LumFastStore(*store.ObtainElement(name, static_cast<uint32_t>(aIndices[0]), target.m_cElements), n,
+                     step.m_cType);
         return GO_ON;
     }
     CLumsVarValue value;
     if (!ValueFor(basic, step, value))
         return HANDLER;
     if (fSimple)
-        store.ObtainElement(name, aIndices, target.m_cElements)->Swap(value);
+        store.ObtainElement(name, static_cast<uint32_t>(aIndices[0]), target.m_cElements)->Swap(value);
     else if (fLocals)
         Store(basic, szName, value, nullptr);
     else
@@ -201,7 +202,7 @@ void CLumFastForm::EvalValue(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue
 
 // The indices of an element as numbers, read as GetIndices reads them; false where one
 // cannot be computed here.
-bool CLumFastForm::Indices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
+bool CLumFastForm::AllIndices(CLumBasic& basic, SLumFastExpr& expr, long* pIndices)
 {
     for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
     {

@@ -176,16 +176,22 @@ CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* p
         char key[MAX_KEY + 1];
         return Obtain(std::string_view(key, MakeName(key, name, pIndices)));
     }
+    return ObtainElement(name, static_cast<uint32_t>(pIndices[0]), cache);
+}
+
+CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache)
+{
     bool fInserted = false;
-    CLumsVarValue*& pValue = m_map.ObtainElement(name, static_cast<uint32_t>(pIndices[0]), fInserted, cache);
+    CLumsVarValue*& pValue = m_map.ObtainElement(name, nIndex, fInserted, cache);
     if (pValue == nullptr)
     {
         pValue = new CLumsVarValue();
-        // A new key, or a variable's object replaced, as SetValue does it.
-        if (fInserted)
-            Inserted(name, true);
-        else
+        // A new key, or a variable's object replaced, as SetValue does it; only a
+        // scoped name is news to the name caches.
+        if (!fInserted)
             m_nGeneration = NextGeneration();
+        else if (name[0] == '@')
+            Inserted(name, true);
     }
     return pValue;
 }

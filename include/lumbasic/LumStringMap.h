@@ -131,6 +131,8 @@ public:
         uint32_t nName = CachedName(name, cache);
         if (nName == EMPTY)
             return nullptr;
+        if (nName == m_nLastName && nIndex == m_nLastIndex)
+            return m_pLastElement;
         uint32_t nPage = CachedPage(nName, nIndex, cache);
         if (nPage == EMPTY)
             return nullptr;
@@ -146,12 +148,14 @@ public:
         uint32_t nPage = EMPTY;
         if (nName != EMPTY)
         {
+            if (nName == m_nLastName && nIndex == m_nLastIndex)
+                return *m_pLastElement;
             nPage = CachedPage(nName, nIndex, cache);
             if (nPage != EMPTY)
             {
                 uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
                 if (n != EMPTY)
-                    return At(n).m_value;
+                    return *Remember(nName, nIndex, &At(n).m_value);
             }
         }
         if (nName == EMPTY)
@@ -159,7 +163,8 @@ public:
         if (nPage == EMPTY)
             nPage = AddPage(PageKey(nName, nIndex));
         fInserted = true;
-        return Append(StoreElementKey(name, nIndex), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
+        T& value = Append(StoreElementKey(name, nIndex), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
+        return *Remember(nName, nIndex, &value);
     }
 
     size_t GetCount() const noexcept { return m_nCount; }
@@ -207,6 +212,7 @@ public:
         m_aPageBlocks.clear();
         m_aPageSlots.clear();
         m_nPages = 0;
+        m_nLastName = EMPTY;
         m_nSerial = NewSerial();
     }
 
@@ -390,7 +396,7 @@ private:
             ++nDigits;
         size_t nLength = name.size() + 1 + nDigits;
         char* p = ReserveKey(nLength + 1);
-        memcpy(p, name.data(), name.size());
+        CopyName(p, name);
         p[name.size()] = ':';
         char* q = p + nLength;
         *q = '\0';
@@ -404,6 +410,27 @@ private:
         else
             q[-1] = static_cast<char>('0' + nIndex);
         return CLumKey(p, static_cast<uint32_t>(nLength));
+    }
+
+    // The name of an array, nearly always a few bytes, copied without a call: two
+    // overlapping moves read nothing beyond the name.
+    static void CopyName(char* p, std::string_view name) noexcept
+    {
+        const char* s = name.data();
+        size_t n = name.size();
+        if (n >= 4 && n <= 8)
+        {
+            memcpy(p, s, 4);
+            memcpy(p + n - 4, s + n - 4, 4);
+        }
+        else if (n >= 1 && n < 4)
+        {
+            p[0] = s[0];
+            p[n / 2] = s[n / 2];
+            p[n - 1] = s[n - 1];
+        }
+        else
+            memcpy(p, s, n);
     }
 
     // Room for a key of `nNeed` bytes with its terminator.
@@ -429,6 +456,17 @@ private:
             m_nKeyFree -= nNeed;
         }
         return p;
+    }
+
+    // The element obtained last, which a read right after its write (`a(i) = ...`, then
+    // `a(i)`) finds again without its page. Entries never move while the map is not
+    // emptied. Only obtaining sets it: finding leaves the map as it is.
+    T* Remember(uint32_t nName, uint32_t nIndex, T* pValue) noexcept
+    {
+        m_nLastName = nName;
+        m_nLastIndex = nIndex;
+        m_pLastElement = pValue;
+        return pValue;
     }
 
     // A cache names this map while it was made by it since the map was last emptied.
@@ -561,6 +599,9 @@ private:
     std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
     std::vector<PageSlot> m_aPageSlots;
     uint32_t m_nPages = 0;
+    uint32_t m_nLastName = EMPTY;
+    uint32_t m_nLastIndex = 0;
+    T* m_pLastElement = nullptr;
     // Names this map's contents for caches: unique among all maps, renewed when the
     // map is emptied.
     uint64_t m_nSerial = NewSerial();

@@ -93,6 +93,9 @@ public:
     // The element under the key that name and indices compose, made empty where there
     // is none, as Obtain would make it.
     CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache);
+    // The same for one index from 1 to below MAX_ELEMENT_INDEX and a name not empty and
+    // at most MAX_KEY - 11 bytes long.
+    CLumsVarValue* ObtainElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache);
     // The variable under exactly this key, made empty where there is none (as
     // SetValue would make it): one lookup where Lookup and SetValue take two.
     CLumsVarValue* Obtain(std::string_view key);
