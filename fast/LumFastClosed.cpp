@@ -428,6 +428,10 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             if (!ClosedAssign(basic, *pStep, frame))
                 return nullptr;
             break;
+        case SLumFastStep::ASSIGN_ELEMENT:
+            if (!ClosedAssignElement(basic, *pStep, frame))
+                return nullptr;
+            break;
         case SLumFastStep::IF:
         {
             bool fTrue = false;
@@ -763,28 +767,67 @@ bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
 
 // An element read as Element reads it, where it holds a number: its indices as numbers,
 // and no procedure's own elements (scoped keys) in the way. An index that is no number,
-// or an element that holds no number, is for the regular way. The run writes no
-// element, so the store's elements stay as they were.
+// or an element that holds no number, is for the regular way.
 bool CLumFastForm::ClosedElement(SLumFastExpr& expr, SLumNumber& out)
 {
-    if (m_nClosedNested >= MAX_LEVELS || expr.m_nNameLength > CLumVariables::MAX_KEY ||
-        m_pStore->HasScopedElements())
-        return GiveUp();
-    CNested nested(m_nClosedNested);
     long aIndices[CLumVariables::MAX_INDICES] = {};
-    if (!SingleIndex(expr, aIndices))
-        for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
-        {
-            SLumNumber n;
-            if (!ClosedLeaf(*expr.m_apIndices[i], n))
-                return false;
-            aIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
-        }
+    if (!ClosedIndices(expr, aIndices))
+        return false;
     std::string_view name(expr.m_pszName, expr.m_nNameLength);
     const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
     if (pValue == nullptr)
         pValue = CLumVariables::GetNullValue(name);
     return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+}
+
+// An element's indices as numbers, where no procedure's own elements (scoped keys) are
+// in the way of a global element's name.
+bool CLumFastForm::ClosedIndices(SLumFastExpr& expr, long* pIndices)
+{
+    if (m_nClosedNested >= MAX_LEVELS || expr.m_nNameLength > CLumVariables::MAX_KEY ||
+        m_pStore->HasScopedElements())
+        return GiveUp();
+    CNested nested(m_nClosedNested);
+    if (!SingleIndex(expr, pIndices))
+        for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
+        {
+            SLumNumber n;
+            if (!ClosedLeaf(*expr.m_apIndices[i], n))
+                return false;
+            pIndices[i] = n.m_fDouble ? LumDoubleToLong(n.m_dDouble) : n.m_nLong;
+        }
+    return true;
+}
+
+// An element's assignment of a number as AssignElement makes its common one: a global
+// element by a single index, here one that exists and holds a number, noted for the
+// undo as a variable is. An element to be made, a text, or a procedure whose name could
+// be an element's (its result's rule) is for the regular way.
+bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
+{
+    SLumFastExpr& target = *step.m_pTarget;
+    long aIndices[CLumVariables::MAX_INDICES] = {};
+    if (!step.m_fNumeric || step.m_cType == '$' || target.m_apIndices.size() != 1 ||
+        target.m_nNameLength + 11 > CLumVariables::MAX_KEY ||
+        std::string_view(frame.m_pHead->m_pszName, frame.m_pHead->m_nNameLength).find(':') !=
+            std::string_view::npos)
+        return GiveUp();
+    if (!ClosedIndices(target, aIndices))
+        return false;
+    if (aIndices[0] <= 0 ||
+        aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX))
+        return GiveUp();
+    SLumNumber n;
+    if (!ClosedExpression(basic, step, frame, n))
+        return false;
+    CLumsVarValue* pElement = m_pStore->FindElement(std::string_view(target.m_pszName, target.m_nNameLength),
+                                                    aIndices, target.m_cElements);
+    if (pElement == nullptr)
+        return GiveUp();
+    if (!Keep(*pElement, step.m_cKept))
+        return false;
+    LumFastStore(*pElement, n, step.m_cType);
+    return true;
 }
 
 // A built-in of numbers as its handler computes it, on its arguments computed as

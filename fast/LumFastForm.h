@@ -631,6 +631,9 @@ private:
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
     __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedIndices(SLumFastExpr& expr, long* pIndices);
+    __attribute__((noinline)) bool ClosedAssignElement(CLumBasic& basic, SLumFastStep& step,
+                                                       const SClosedFrame& frame);
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);

@@ -72,8 +72,8 @@ struct SContext
     bool m_fSelf = false;           // behind `If d% > 0`: the procedure may call itself
     bool m_fArrays = true;          // the library declares no arrays
     bool m_fNumbersOnly = false;    // see SProc
-    // Numbers only, outside the library: elements of numbers are read, which functions
-    // run whole take on, and never written.
+    // Numbers only, outside the library: elements of numbers are read and written, which
+    // functions run whole take on.
     bool m_fReadsArrays = false;
 };
 
@@ -376,7 +376,7 @@ void CGenerator::Statement(const SContext& ctx, int nDepth)
 std::string CGenerator::Simple(const SContext& ctx)
 {
     unsigned nKind = m_c.Pick(9);
-    if (ctx.m_fNumbersOnly && nKind != 3 && nKind != 4)
+    if (ctx.m_fNumbersOnly && nKind != 3 && nKind != 4 && !(nKind == 2 && ctx.m_fReadsArrays))
         nKind = 0;
     switch (nKind)
     {
@@ -387,9 +387,9 @@ std::string CGenerator::Simple(const SContext& ctx)
         return Variable(eType, ctx, true) + " = " + Expr(eType, ctx, 0);
     }
     case 2:
-        if (ctx.m_fArrays)
+        if (ctx.m_fArrays || ctx.m_fReadsArrays)
         {
-            EType eType = static_cast<EType>(m_c.Pick(3));
+            EType eType = static_cast<EType>(m_c.Pick(ctx.m_fNumbersOnly ? 2 : 3));
             return Element(eType, ctx, 1) + " = " + Expr(eType, ctx, 0);
         }
         return "x = " + Number(ctx, 0);

@@ -294,9 +294,11 @@ TEST(FastForm, BuiltinsAndElementsFailAsTheyFailPlain)
          "  If n% > 0 Then\n    t = F(n% - 1)\n    F = t + Abs(t - n%)\n  Else\n"
          "    F = Round(3 / (k% - 4), 1)\n  End If\n",
          "Division durch Null"},
-        {"an element turned into a string, in a loop",
-         "  For e% = 1 To n%\n    t = t + a(e%) + Abs(b%(e%))\n  Next e%\n  F = t\n",
+        {"an element turned into a string, in a loop that writes elements",
+         "  For e% = 1 To n%\n    a(e%) = a(e%) + Abs(b%(e%))\n  Next e%\n  F = a(n%)\n",
          "kein String zugewiesen"},
+        {"elements written and made",
+         "  For e% = 1 To n% + 1\n    b%(e%) = b%(e%) * 2 + e%\n  Next e%\n  F = b%(n%)\n", "L:b%:7="},
         {"inside each other",
          "  F = Fix(Frac(n% * 1.37) * 10) + Sgn(2 - n%) + Round(n% * 2.345, n% - 3, n% - 1)\n",
          "D:s=60.030000"},
