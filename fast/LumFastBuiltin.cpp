@@ -1,6 +1,6 @@
 // Built-ins that the fast form computes itself, on arguments it computed itself: the
-// functions of numbers and those of texts that only cut or measure, with the cores
-// that their handlers call on the arguments GetArg gave them.
+// functions of numbers, Str$, and those of texts that only cut or measure, with the
+// cores that their handlers call on the arguments GetArg gave them.
 #include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
@@ -9,7 +9,7 @@
 #include "expr/LumExpression.h"
 #include "expr/LumText.h"
 
-#include <cstring>
+#include <algorithm>
 
 // What a built-in reads, a letter for each argument as GetArg reads it: "T" a text,
 // "N" a number; a small letter for one that HasArg finds or not. Null for a built-in
