@@ -37,6 +37,7 @@ bool CLumBasic::SLumRunBudget::Admit(bool* pfOverMemory) noexcept
     bool fStop = (m_nWatch.load(std::memory_order_relaxed) & STOP) != 0;
     bool fOverMemory = !fStop && IsOverMemory();
     m_nBytesAtStart -= m_nBytesAhead;
+    m_nBytesAdmitted = m_nBytesAhead;
     m_nBytesAhead = 0;
     if (pfOverMemory != nullptr)
         *pfOverMemory = fOverMemory;

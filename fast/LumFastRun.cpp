@@ -346,8 +346,7 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             }
             if (eOutcome == HANDLER)
             {
-                if (budget.m_nLimit != 0)
-                    --budget.m_nCount; // the handler's dispatch counts it
+                budget.TakeBack(); // the handler's dispatch admits it
                 return pStep;
             }
             if (eOutcome == STOP)
@@ -365,8 +364,7 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
     {
         if (pStep->m_fCommitted)
             throw; // it failed with its frames, after functions of the program ran
-        if (budget.m_nLimit != 0)
-            --budget.m_nCount;
+        budget.TakeBack();
         while (file.GetStackDepth() > nDepth)
             file.SetMemoryMode(nullptr);
         return pStep;

@@ -214,7 +214,8 @@ TEST(RunLoop, ATextBuiltByAppendsReachesItsBudgetInLinearTimeEitherWay)
 // sizes involved: the constants the fast form converts when it first translates a
 // statement count from the statement's turn, as on the stream, and a text parameter
 // holds a copy with the room the head's handler gives it, not the room of the
-// concatenation it was passed.
+// concatenation it was passed; a statement the fast form translated and then left to
+// its handler is admitted by the handler's dispatch with those constants still ahead.
 TEST(RunLoop, ABudgetEndsTheRunAtTheSameStatementEitherWay)
 {
     const std::string astrSources[] = {
@@ -222,7 +223,8 @@ TEST(RunLoop, ABudgetEndsTheRunAtTheSameStatementEitherWay)
             "\"\n For i% = 1 To 20\n  s$ = s$ + \"0123456789\" + s$\n Next i%\nEnd Sub\n",
         "Declare Sub Keep(r$)\nSub Main\n s$ = \"" + std::string(300, '7') +
             "\"\n For i% = 1 To 20\n  Keep 1 + s$\n  s$ = s$ + \"0123456789\"\n Next i%\nEnd Sub\n"
-            "Sub Keep(r$)\nEnd Sub\n"};
+            "Sub Keep(r$)\nEnd Sub\n",
+        "Sub Main\n For i% = 1 To 20\n  Let (\"e\" + Str$(i% * 1000)) = i%\n Next i%\nEnd Sub\n"};
     for (size_t nBudget = 64; nBudget <= 2048; nBudget += 8)
         for (const std::string& strSource : astrSources)
         {

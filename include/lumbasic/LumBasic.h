@@ -263,8 +263,10 @@ protected:
         unsigned long m_nCount = 0;
         size_t m_nMemoryLimit = 0;
         int64_t m_nBytesAtStart = 0;
-        // Bytes of values made for a statement before its turn, which count from then.
+        // Bytes of values made for a statement before its turn, which count from then,
+        // and those that the last admission let count.
         int64_t m_nBytesAhead = 0;
+        int64_t m_nBytesAdmitted = 0;
 
         bool IsWatched() const noexcept { return m_nWatch.load(std::memory_order_relaxed) != 0; }
         void SetLimit(unsigned long nLimit);
@@ -284,6 +286,15 @@ protected:
         bool Admit(bool* pfOverMemory = nullptr) noexcept;
         // Counts a statement; fails where the run must end before it.
         void Enforce();
+        // Takes back the last admission, the statement's count and the bytes it let
+        // count: the statement goes to its handler, whose dispatch admits it again.
+        void TakeBack() noexcept
+        {
+            if (m_nLimit != 0)
+                --m_nCount;
+            CountFromNextStatement(m_nBytesAdmitted);
+            m_nBytesAdmitted = 0;
+        }
     };
     SLumRunBudget m_cBudget;
     SLumRunBudget* m_pBudget = &m_cBudget;
