@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <locale.h>
 #include <new>
@@ -79,59 +80,41 @@ using CTextList = CLumFreeList<sizeof(LumText)>;
 // every step of a run, come from lists of their size in steps.
 constexpr size_t TEXT_STEP = 16;
 
-template <size_t STEPS> using CTextBufferList = CLumFreeList<STEPS * TEXT_STEP>;
+template <size_t STEPS> void* AllocSteps()
+{
+    return CLumFreeList<STEPS * TEXT_STEP>::Alloc(STEPS * TEXT_STEP);
+}
+
+template <size_t STEPS> void FreeSteps(void* p) noexcept
+{
+    CLumFreeList<STEPS * TEXT_STEP>::Free(p, STEPS * TEXT_STEP);
+}
+
+// The lists by a buffer's size in steps, less one.
+void* (*const s_apAlloc[])() = {AllocSteps<1>, AllocSteps<2>, AllocSteps<3>, AllocSteps<4>,
+                                AllocSteps<5>, AllocSteps<6>, AllocSteps<7>, AllocSteps<8>};
+void (*const s_apFree[])(void*) noexcept = {FreeSteps<1>, FreeSteps<2>, FreeSteps<3>, FreeSteps<4>,
+                                            FreeSteps<5>, FreeSteps<6>, FreeSteps<7>, FreeSteps<8>};
+
+size_t TextSteps(size_t nBytes)
+{
+    return nBytes == 0 ? 1 : (nBytes + TEXT_STEP - 1) / TEXT_STEP;
+}
 } // namespace
 
 void* LumTextAlloc(size_t nBytes)
 {
-    switch ((nBytes + TEXT_STEP - 1) / TEXT_STEP)
-    {
-    case 0:
-    case 1:
-        return CTextBufferList<1>::Alloc(TEXT_STEP);
-    case 2:
-        return CTextBufferList<2>::Alloc(2 * TEXT_STEP);
-    case 3:
-        return CTextBufferList<3>::Alloc(3 * TEXT_STEP);
-    case 4:
-        return CTextBufferList<4>::Alloc(4 * TEXT_STEP);
-    case 5:
-        return CTextBufferList<5>::Alloc(5 * TEXT_STEP);
-    case 6:
-        return CTextBufferList<6>::Alloc(6 * TEXT_STEP);
-    case 7:
-        return CTextBufferList<7>::Alloc(7 * TEXT_STEP);
-    case 8:
-        return CTextBufferList<8>::Alloc(8 * TEXT_STEP);
-    default:
-        return ::operator new(nBytes);
-    }
+    size_t nSteps = TextSteps(nBytes);
+    return nSteps <= std::size(s_apAlloc) ? s_apAlloc[nSteps - 1]() : ::operator new(nBytes);
 }
 
 void LumTextFree(void* p, size_t nBytes) noexcept
 {
-    switch ((nBytes + TEXT_STEP - 1) / TEXT_STEP)
-    {
-    case 0:
-    case 1:
-        return CTextBufferList<1>::Free(p, TEXT_STEP);
-    case 2:
-        return CTextBufferList<2>::Free(p, 2 * TEXT_STEP);
-    case 3:
-        return CTextBufferList<3>::Free(p, 3 * TEXT_STEP);
-    case 4:
-        return CTextBufferList<4>::Free(p, 4 * TEXT_STEP);
-    case 5:
-        return CTextBufferList<5>::Free(p, 5 * TEXT_STEP);
-    case 6:
-        return CTextBufferList<6>::Free(p, 6 * TEXT_STEP);
-    case 7:
-        return CTextBufferList<7>::Free(p, 7 * TEXT_STEP);
-    case 8:
-        return CTextBufferList<8>::Free(p, 8 * TEXT_STEP);
-    default:
+    size_t nSteps = TextSteps(nBytes);
+    if (nSteps <= std::size(s_apFree))
+        s_apFree[nSteps - 1](p);
+    else
         ::operator delete(p);
-    }
 }
 
 LumText* CLumsVarValue::NewText()
