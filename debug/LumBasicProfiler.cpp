@@ -58,7 +58,7 @@ void CLumBasicProfiler::SetAt(int32_t nLine, int32_t nHits)
 }
 
 // The slow way of CountHit: the line has no slot yet.
-void CLumBasicProfiler::CountFirstHit(int32_t nLine)
+size_t CLumBasicProfiler::CountFirstHit(int32_t nLine)
 {
     int32_t i = Find(nLine);
     if (i < 0)
@@ -68,11 +68,13 @@ void CLumBasicProfiler::CountFirstHit(int32_t nLine)
     }
     Raise(m_aEntries[i]);
     uint32_t nSlot = static_cast<uint32_t>(nLine);
-    if (nSlot >= MAX_SLOT)
-        return;
-    if (nSlot >= m_aSlots.size())
-        m_aSlots.resize(std::min<size_t>(MAX_SLOT, std::max<size_t>(nSlot + 1, 2 * m_aSlots.size())));
-    m_aSlots[nSlot] = static_cast<uint32_t>(i) + 1;
+    if (nSlot < MAX_SLOT)
+    {
+        if (nSlot >= m_aSlots.size())
+            m_aSlots.resize(std::min<size_t>(MAX_SLOT, std::max<size_t>(nSlot + 1, 2 * m_aSlots.size())));
+        m_aSlots[nSlot] = static_cast<uint32_t>(i) + 1;
+    }
+    return static_cast<size_t>(i);
 }
 
 int CLumBasicProfiler::GetHits(long nLine) const

@@ -59,14 +59,38 @@ private:
 };
 } // namespace
 
-// Noted in the room the list has; growing it, and a list grown too long, out of line.
-inline bool CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
+// Each marker that enters its line, as the regular way's EntersLine decides at the
+// level of calls the run stands in, adds a hit to its own count: nothing is allocated
+// but the list's first entry of a marker.
+LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    m_nNotedMarkers += nMarkers;
-    if (m_nNotedMarkers > MAX_UNDO || m_aHits.size() == m_aHits.capacity())
-        return NoteMoreHits(pMarker, nMarkers);
-    m_aHits.push_back(SHit{pMarker, nMarkers, static_cast<uint32_t>(m_nCallLevels + m_nClosedDepth)});
-    return true;
+    CLumBasic::SLumLineMark& mark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+        if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
+            mark.Enters(pMarker->m_nLine, pMarker->m_pAt + 2))
+        {
+            // Listed before the count rises, which a failed growth must not leave
+            // unlisted. Hits wrap around as the profiler's counts do, so a sum added
+            // at the end counts what the hits one by one would have.
+            if (pMarker->m_nClosedHits == 0)
+            {
+                if (m_nCounted == m_aCounted.size())
+                    CountMore(pMarker);
+                m_aCounted[m_nCounted++] = pMarker;
+            }
+            ++pMarker->m_nClosedHits;
+            m_pLastCounted = pMarker;
+        }
+}
+
+// A procedure entered at the next depth enters its first line afresh, as the regular
+// way's call drops the marks of the levels below.
+inline void CLumFastForm::EnterMarks()
+{
+    size_t nDepth = static_cast<size_t>(m_nClosedDepth);
+    if (nDepth >= m_aClosedMarks.size())
+        m_aClosedMarks.resize(nDepth + 1);
+    m_aClosedMarks[nDepth] = CLumBasic::SLumLineMark();
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -101,12 +125,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
     m_pWatchedDebugger = m_fCounting ? basic.m_pDebugger : nullptr;
-    if (m_fCounting)
-    {
-        m_nCallLevels = static_cast<size_t>(basic.m_cCallStack.GetCount()) + 1;
-        m_aHits.clear();
-        m_nNotedMarkers = 0;
-    }
+    if (m_nCounted != 0)
+        DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
     m_pNames = &names;
@@ -167,6 +187,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
         return true;
     }
     Undo();
+    if (m_fCounting)
+        DropHits();
     basic.m_nLine = nLine;
     if (m_fWarmUp)
         ++site.m_nClosedWarmups;
@@ -334,6 +356,8 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     ++m_nClosedDepth;
+    if (__builtin_expect(m_fCounting, 0))
+        EnterMarks();
     SLumFastStep* pEnd = ClosedBody(basic, head, frame);
     --m_nClosedDepth;
     m_nScope = caller.m_nScope;
@@ -494,8 +518,8 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& h
             break;
         case SLumFastStep::MARKER:
             basic.m_nLine = pStep->m_nLine;
-            if (__builtin_expect(m_fCounting, 0) && !NoteHits(pStep, 1))
-                return GiveUp(), nullptr;
+            if (__builtin_expect(m_fCounting, 0))
+                NoteHits(pStep, 1);
             break;
         case SLumFastStep::END:
             // An If or a For left open stays on the command stack the regular way.
@@ -521,44 +545,43 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
     {
         basic.m_nLine = past.m_nLine;
         nSteps += past.m_nMarkers;
-        if (__builtin_expect(m_fCounting, 0) &&
-            !NoteHits(fTaken ? step.m_pTaken : step.m_pNext, past.m_nMarkers))
-            return GiveUp(), nullptr;
+        if (__builtin_expect(m_fCounting, 0))
+            NoteHits(fTaken ? step.m_pTaken : step.m_pNext, past.m_nMarkers);
     }
     return past.m_pStep;
 }
 
-bool CLumFastForm::NoteMoreHits(SLumFastStep* pMarker, unsigned nMarkers)
-{
-    if (m_nNotedMarkers > MAX_UNDO)
-        return GiveUp();
-    m_aHits.push_back(SHit{pMarker, nMarkers, static_cast<uint32_t>(m_nCallLevels + m_nClosedDepth)});
-    return true;
-}
-
-// The hits as the markers' handler would have counted them, in their order.
+// The hits as the markers' handler would have counted them: each line's first hit
+// comes in the order of the run's, which is the order a profile's new lines take.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
     // No host code ran since the closed run began: counting cannot have been switched.
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
-    CLumBasicProfiler* pProfiler = debugger.CountsInto();
-    const SLumFastStep* pLast = nullptr;
-    for (const SHit& hit : m_aHits)
-    {
-        const SLumFastStep* pMarker = hit.m_pMarker;
-        for (uint32_t n = hit.m_nMarkers; n > 0; --n, pMarker = pMarker->m_pNext)
-            if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
-                basic.EntersLineAt(hit.m_nLevels, pMarker->m_nLine, pMarker->m_pAt + 2))
-            {
-                pLast = pMarker;
-                if (pProfiler != nullptr)
-                    pProfiler->CountHit(pMarker->m_nLine);
-            }
-    }
-    if (pLast != nullptr)
-        debugger.NoteLine(pLast->m_nLine);
-    m_aHits.clear();
-    m_nNotedMarkers = 0;
+    if (CLumBasicProfiler* pProfiler = debugger.CountsInto())
+        for (size_t i = 0; i < m_nCounted; ++i)
+        {
+            // A marker listed twice, its count wrapped to 0 between, adds its sum once.
+            uint32_t nHits = m_aCounted[i]->m_nClosedHits;
+            m_aCounted[i]->m_nClosedHits = 0;
+            pProfiler->CountHits(m_aCounted[i]->m_nLine, nHits);
+        }
+    if (m_pLastCounted != nullptr)
+        debugger.NoteLine(m_pLastCounted->m_nLine);
+    DropHits();
+}
+
+// Leaves the list empty, as each closed run finds it.
+void CLumFastForm::DropHits()
+{
+    for (size_t i = 0; i < m_nCounted; ++i)
+        m_aCounted[i]->m_nClosedHits = 0;
+    m_nCounted = 0;
+    m_pLastCounted = nullptr;
+}
+
+void CLumFastForm::CountMore(SLumFastStep* pMarker)
+{
+    m_aCounted.resize(std::max<size_t>(16, 2 * m_aCounted.size()), pMarker);
 }
 
 bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)

@@ -13,6 +13,7 @@
 // it will finish, so that the handler may run it again from its start.
 #pragma once
 
+#include <lumbasic/LumBasic.h>
 #include <lumbasic/LumTokens.h>
 #include <lumbasic/LumVariables.h>
 #include <lumbasic/LumsVarValue.h>
@@ -26,7 +27,6 @@
 #include <string_view>
 #include <vector>
 
-class CLumBasic;
 class CLumBasicDebugger;
 class CLumBasicFile;
 class CLumFunctions;
@@ -204,6 +204,8 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fMarkerFollows = false;
     // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
     bool m_fMarkerUncounted = false;
+    // MARKER: the hits a closed run that goes on has counted here.
+    uint32_t m_nClosedHits = 0;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -639,11 +641,13 @@ private:
     bool Keep(CLumsVarValue& target, SLumKept& kept);
     __attribute__((noinline)) bool KeepMore();
     void Undo();
-    // Line hits of a closed run while lines are counted: noted as the markers are
-    // passed, counted when the run ends whole, dropped when it gives up.
-    bool NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
-    __attribute__((noinline)) bool NoteMoreHits(SLumFastStep* pMarker, unsigned nMarkers);
+    // Line hits of a closed run while lines are counted: added up on the markers as
+    // they are passed, counted when the run ends whole, dropped when it gives up.
+    void NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    void EnterMarks();
+    __attribute__((noinline)) void CountMore(SLumFastStep* pMarker);
     void CountHits(CLumBasic& basic);
+    void DropHits();
     // A closed run gives up: for good where the regular way would do the same again,
     // or for a warm-up, which the regular way's run of the call makes unnecessary.
     bool GiveUp() { return false; }
@@ -756,22 +760,18 @@ private:
     // many built-ins inside each other it is reading.
     bool m_fCachedOnly = false;
     int m_nBuiltinsRead = 0;
-    // Counting: the markers passed, a run of linked ones at a time, each run with the
-    // levels of calls it stands in.
-    struct SHit
-    {
-        const SLumFastStep* m_pMarker;
-        uint32_t m_nMarkers;
-        uint32_t m_nLevels;
-    };
-    size_t m_nNotedMarkers = 0;
+    // Counting: by depth of closed calls, the marker passed last there, as the regular
+    // way keeps one for each level of calls; the markers that took hits in this run, in
+    // the order of their first, and the last one counted.
+    std::vector<CLumBasic::SLumLineMark> m_aClosedMarks{CLumBasic::SLumLineMark()};
+    std::vector<SLumFastStep*> m_aCounted;
+    size_t m_nCounted = 0;
+    const SLumFastStep* m_pLastCounted = nullptr;
     bool m_fCounting = false;
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     // The For loops the procedures of a closed run hold open, the innermost last.
     std::vector<SClosedFor> m_aClosedFors;
     size_t m_nClosedFors = 0; // its size, read at every call
-    size_t m_nCallLevels = 0;
-    std::vector<SHit> m_aHits;
     const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;

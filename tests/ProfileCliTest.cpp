@@ -18,7 +18,7 @@ struct LineShape
 };
 
 // A line counts once each time the run enters it, however many statements it holds;
-// a loop that goes back to it enters it again.
+// a loop that goes back to it enters it again. Tell's third call on runs whole.
 const LineShape s_aShapes[] = {
     {"' counts", "-"},
     {"Declare Sub Tell(n%)", "-"},
@@ -27,17 +27,18 @@ const LineShape s_aShapes[] = {
     {"    Dim p(3), q(3), r(3), s(3)", "2"},
     {"    For i% = 1 To 3 : n = n + 1 : Next i%", "6"},
     {"    Do : k = k + 1 : Loop Until k = 2", "4"},
-    {"    For j% = 1 To 2", "2"},
-    {"        Tell j% : m = m + 1", "4"},
-    {"    Next j%", "4"},
+    {"    For j% = 1 To 4", "2"},
+    {"        Tell j% : m = m + 1", "8"},
+    {"    Next j%", "8"},
     {"    If a = 2 Then b = 5", "2"},
     {"    If a = 2 Then", "2"},
     {"        b = 5", "#####"},
     {"    End If", "2"},
     {"End Sub", "2"},
     {"Sub Tell(n%)", "-"},
-    {"    t = t + n%", "4"},
-    {"End Sub", "4"},
+    {"    t = t + n%", "8"},
+    {"    For k% = 1 To 3 : t = t + k% : Next k%", "24"},
+    {"End Sub", "8"},
 };
 } // namespace
 

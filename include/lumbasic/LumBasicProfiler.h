@@ -42,6 +42,19 @@ public:
         else
             CountFirstHit(static_cast<int32_t>(nLine));
     }
+    // CountHit `nHits` times over, wrapping alike.
+    void CountHits(long nLine, uint32_t nHits)
+    {
+        if (nHits == 0)
+            return;
+        if (!m_fRunCounted)
+            CountRun();
+        uint32_t nSlot = static_cast<uint32_t>(nLine);
+        if (nSlot < m_aSlots.size() && m_aSlots[nSlot] != 0)
+            Raise(m_aEntries[m_aSlots[nSlot] - 1], nHits);
+        else
+            Raise(m_aEntries[CountFirstHit(static_cast<int32_t>(nLine))], nHits - 1);
+    }
     // The line's count, 0 for a line without an entry.
     int GetHits(long nLine) const;
     // How many debugger runs took at least one hit, saved ones included.
@@ -66,16 +79,17 @@ private:
     };
 
     // Counts wrap around instead of overflowing.
-    static void Raise(Entry& entry)
+    static void Raise(Entry& entry, uint32_t nHits = 1)
     {
-        entry.m_nHits = static_cast<int32_t>(static_cast<uint32_t>(entry.m_nHits) + 1u);
+        entry.m_nHits = static_cast<int32_t>(static_cast<uint32_t>(entry.m_nHits) + nHits);
     }
     static int Bucket(int32_t nLine)
     {
         return static_cast<int>((static_cast<uint32_t>(nLine) >> 4) % BUCKETS);
     }
     void CountRun();
-    void CountFirstHit(int32_t nLine);
+    // Gives the index of the line's entry.
+    size_t CountFirstHit(int32_t nLine);
     int32_t Find(int32_t nLine) const;
     void SetAt(int32_t nLine, int32_t nHits);
 
