@@ -280,7 +280,7 @@ CLumsVarValue* CLumBasic::ExtFunction(unsigned short wToken)
 // off it stays silent.
 void CLumBasic::StartDebug(const char* pszSource, const char* pszText)
 {
-    SetLineMarkLevels(0);
+    m_cCallStack.ForgetMainLineMark();
     if (m_pDebugger == nullptr)
     {
         m_pDebugger = new CLumBasicDebugger();

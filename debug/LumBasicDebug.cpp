@@ -22,14 +22,3 @@ int CLumBasic::SetDebugInfo()
         return m_pDebugger->Step(m_nLine);
     });
 }
-
-// A recursion changes the levels one at a time: an element appended in the room the
-// vector keeps costs less than resize's general growth.
-__attribute__((noinline)) void CLumBasic::SetLineMarkLevels(size_t nLevels)
-{
-    if (nLevels < m_aLineMarks.size())
-        m_aLineMarks.erase(m_aLineMarks.begin() + static_cast<std::ptrdiff_t>(nLevels), m_aLineMarks.end());
-    else
-        while (m_aLineMarks.size() < nLevels)
-            m_aLineMarks.emplace_back();
-}

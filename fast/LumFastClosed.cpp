@@ -64,7 +64,7 @@ private:
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    CLumBasic::SLumLineMark& mark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    SLumLineMark& mark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
     for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
         if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
             mark.Enters(pMarker->m_nLine, pMarker->m_pAt + 2))
@@ -90,7 +90,7 @@ inline void CLumFastForm::EnterMarks()
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
         m_aClosedMarks.resize(nDepth + 1);
-    m_aClosedMarks[nDepth] = CLumBasic::SLumLineMark();
+    m_aClosedMarks[nDepth] = SLumLineMark();
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -557,17 +557,20 @@ void CLumFastForm::CountHits(CLumBasic& basic)
 {
     // No host code ran since the closed run began: counting cannot have been switched.
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
-    if (CLumBasicProfiler* pProfiler = debugger.CountsInto())
-        for (size_t i = 0; i < m_nCounted; ++i)
-        {
-            // A marker listed twice, its count wrapped to 0 between, adds its sum once.
-            uint32_t nHits = m_aCounted[i]->m_nClosedHits;
-            m_aCounted[i]->m_nClosedHits = 0;
-            pProfiler->CountHits(m_aCounted[i]->m_nLine, nHits);
-        }
+    CLumBasicProfiler* pProfiler = debugger.CountsInto();
+    for (size_t i = 0; i < m_nCounted; ++i)
+    {
+        // A marker listed twice, its count wrapped to 0 between, adds its sum once.
+        SLumFastStep& marker = *m_aCounted[i];
+        uint32_t nHits = marker.m_nClosedHits;
+        marker.m_nClosedHits = 0;
+        if (pProfiler != nullptr)
+            pProfiler->CountHits(marker.m_nLine, nHits);
+    }
+    m_nCounted = 0;
     if (m_pLastCounted != nullptr)
         debugger.NoteLine(m_pLastCounted->m_nLine);
-    DropHits();
+    m_pLastCounted = nullptr;
 }
 
 // Leaves the list empty, as each closed run finds it.

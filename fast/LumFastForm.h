@@ -13,7 +13,7 @@
 // it will finish, so that the handler may run it again from its start.
 #pragma once
 
-#include <lumbasic/LumBasic.h>
+#include <lumbasic/LumBasicStack.h>
 #include <lumbasic/LumTokens.h>
 #include <lumbasic/LumVariables.h>
 #include <lumbasic/LumsVarValue.h>
@@ -27,6 +27,7 @@
 #include <string_view>
 #include <vector>
 
+class CLumBasic;
 class CLumBasicDebugger;
 class CLumBasicFile;
 class CLumFunctions;
@@ -763,7 +764,7 @@ private:
     // Counting: by depth of closed calls, the marker passed last there, as the regular
     // way keeps one for each level of calls; the markers that took hits in this run, in
     // the order of their first, and the last one counted.
-    std::vector<CLumBasic::SLumLineMark> m_aClosedMarks{CLumBasic::SLumLineMark()};
+    std::vector<SLumLineMark> m_aClosedMarks{SLumLineMark()};
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;

@@ -165,9 +165,6 @@ void CLumBasic::EnterProcedure(const CallInfo* pInfo, int nSourceChanged)
     int fSourceChanged = pCall->m_fSourceChanged;
     m_cCallStack.Push(pCall.release());
     m_nAtHead = m_cFunctionStack.GetCount();
-    // The procedure enters its first line afresh, whatever an earlier call left.
-    if (m_aLineMarks.size() > static_cast<size_t>(m_cCallStack.GetCount()))
-        SetLineMarkLevels(static_cast<size_t>(m_cCallStack.GetCount()));
     if (fSourceChanged)
         m_pDebugger->SetSource(pInfo->m_strSource.c_str(), nullptr);
     m_pQuelle->SetPosition(pInfo->m_pCode);

@@ -390,40 +390,12 @@ private:
     CLumBasicFile* DoImport(const char* pszPath, CLumBasicDebugger* pDebugger);
     // Whether the line marker at `pAt` enters its line rather than going on in it: a
     // line counts and stops once each time the run comes to it, though a statement of
-    // it may have a marker of its own.
+    // it may have a marker of its own. Each level of calls keeps its own last marker.
     bool EntersLine(long nLine, const unsigned char* pAt)
     {
-        return EntersLineAt(static_cast<size_t>(m_cCallStack.GetCount()) + 1, nLine, pAt);
-    }
-    // The same for a marker inside `nLevels` - 1 calls, where the call stack does not
-    // show them (a function the fast form runs whole).
-    bool EntersLineAt(size_t nLevels, long nLine, const unsigned char* pAt)
-    {
-        if (m_aLineMarks.size() != nLevels)
-            SetLineMarkLevels(nLevels);
-        return m_aLineMarks.back().Enters(nLine, pAt);
+        return m_cCallStack.LineMark().Enters(nLine, pAt);
     }
 
     // What a run may open on its program's behalf; null for anything.
     std::shared_ptr<const CLumFilePolicy> m_pFilePolicy;
-
-    // For each level of calls, the line marker that reached the debugger's side last
-    // there. Only debug mode fills it.
-    struct SLumLineMark
-    {
-        const unsigned char* m_pAt = nullptr;
-        long m_nLine = 0;
-
-        // Whether the marker at `pAt` enters its line, the marker becoming the level's last.
-        bool Enters(long nLine, const unsigned char* pAt)
-        {
-            bool fEnters = m_pAt == nullptr || m_nLine != nLine || pAt <= m_pAt;
-            m_pAt = pAt;
-            m_nLine = nLine;
-            return fEnters;
-        }
-    };
-    std::vector<SLumLineMark> m_aLineMarks;
-    // Deeper levels belong to calls that have returned; a level entered anew has no mark.
-    void SetLineMarkLevels(size_t nLevels);
 };

@@ -35,6 +35,23 @@ struct LUM_API CmdData
     static void operator delete(void* p, size_t n) noexcept;
 };
 
+// The line marker of a level of calls that reached the debugger's side last there.
+// Only debug mode fills it.
+struct SLumLineMark
+{
+    const unsigned char* m_pAt = nullptr;
+    long m_nLine = 0;
+
+    // Whether the marker at `pAt` enters its line, the marker becoming the level's last.
+    bool Enters(long nLine, const unsigned char* pAt)
+    {
+        bool fEnters = m_pAt == nullptr || m_nLine != nLine || pAt <= m_pAt;
+        m_pAt = pAt;
+        m_nLine = nLine;
+        return fEnters;
+    }
+};
+
 // A running call.
 struct LUM_API CallData
 {
@@ -47,6 +64,8 @@ struct LUM_API CallData
     // how many procedures ran below the callee.
     long m_nCallerLine = 0;
     int m_nDepth = 0;
+    // The callee's level: each call enters its first line afresh.
+    SLumLineMark m_cLineMark;
     ~CallData() { delete m_pResult; }
     static void* operator new(size_t n);
     static void operator delete(void* p, size_t n) noexcept;
@@ -111,8 +130,29 @@ public:
 class LUM_API CLumCmdStack : public CLumOwningStack<CmdData>
 {
 };
+// Keeps the line mark of the level running now at hand: a marker's hit reads it
+// without looking at the stack.
 class LUM_API CLumCallStack : public CLumOwningStack<CallData>
 {
+public:
+    void Push(CallData* pCall)
+    {
+        CLumOwningStack::Push(pCall);
+        m_pLineMark = &pCall->m_cLineMark;
+    }
+    CallData* Pop()
+    {
+        CallData* pCall = CLumOwningStack::Pop();
+        m_pLineMark = m_a.empty() ? &m_cMainLineMark : &m_a.back()->m_cLineMark;
+        return pCall;
+    }
+    // The top call's mark, or the one outside any call.
+    SLumLineMark& LineMark() { return *m_pLineMark; }
+    void ForgetMainLineMark() { m_cMainLineMark = SLumLineMark(); }
+
+private:
+    SLumLineMark m_cMainLineMark;
+    SLumLineMark* m_pLineMark = &m_cMainLineMark;
 };
 class LUM_API CLumParamStack : public CLumOwningStack<CLumsVarValue>
 {
