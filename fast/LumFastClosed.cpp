@@ -72,20 +72,20 @@ LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
             // Listed before the count rises, which a failed growth must not leave
             // unlisted. Hits wrap around as the profiler's counts do, so a sum added
             // at the end counts what the hits one by one would have.
-            if (pMarker->m_nClosedHits == 0)
+            if (pMarker->m_nHits == 0)
             {
                 if (m_nCounted == m_aCounted.size())
                     CountMore(pMarker);
                 m_aCounted[m_nCounted++] = pMarker;
             }
-            ++pMarker->m_nClosedHits;
+            ++pMarker->m_nHits;
             m_pLastCounted = pMarker;
         }
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
 // way's call drops the marks of the levels below.
-inline void CLumFastForm::EnterMarks()
+LUM_HOT void CLumFastForm::EnterMarks()
 {
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
@@ -552,7 +552,7 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
 }
 
 // The hits as the markers' handler would have counted them: each line's first hit
-// comes in the order of the run's, which is the order a profile's new lines take.
+// comes in the order of the run's, which is the order a profile takes new lines.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
     // No host code ran since the closed run began: counting cannot have been switched.
@@ -562,8 +562,8 @@ void CLumFastForm::CountHits(CLumBasic& basic)
     {
         // A marker listed twice, its count wrapped to 0 between, adds its sum once.
         SLumFastStep& marker = *m_aCounted[i];
-        uint32_t nHits = marker.m_nClosedHits;
-        marker.m_nClosedHits = 0;
+        uint32_t nHits = marker.m_nHits;
+        marker.m_nHits = 0;
         if (pProfiler != nullptr)
             pProfiler->CountHits(marker.m_nLine, nHits);
     }
@@ -577,7 +577,7 @@ void CLumFastForm::CountHits(CLumBasic& basic)
 void CLumFastForm::DropHits()
 {
     for (size_t i = 0; i < m_nCounted; ++i)
-        m_aCounted[i]->m_nClosedHits = 0;
+        m_aCounted[i]->m_nHits = 0;
     m_nCounted = 0;
     m_pLastCounted = nullptr;
 }

@@ -29,6 +29,7 @@
 
 class CLumBasic;
 class CLumBasicDebugger;
+class CLumBasicProfiler;
 class CLumBasicFile;
 class CLumFunctions;
 class CLumFunctionStack;
@@ -205,8 +206,11 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fMarkerFollows = false;
     // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
     bool m_fMarkerUncounted = false;
-    // MARKER: the hits a closed run that goes on has counted here.
-    uint32_t m_nClosedHits = 0;
+    // MARKER: the hits added up here, not yet handed to the profiler (AddUpHit).
+    uint32_t m_nHits = 0;
+    // MARKER: whether the statement it leads to is pure (IsPureStep): 0 not known yet,
+    // 1 pure, 2 not.
+    uint8_t m_nLeadsToPure = 0;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -487,6 +491,11 @@ private:
 
     // Execution (LumFastRun.cpp).
     SLumFastStep* RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
+    // The run of steps itself; `fAddingUp`: lines are counted, and hits may be added up.
+    template <bool fAddingUp>
+    SLumFastStep* RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
+    template <bool fAddingUp> bool PassMarker(CLumBasic& basic, SLumFastStep& step);
+    static bool IsPureStep(const SLumFastStep& step);
     SLumFastStep* NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome, unsigned char*& pRaw);
     EOutcome Execute(CLumBasic& basic, SLumFastStep& step);
     EOutcome Assign(CLumBasic& basic, SLumFastStep& step);
@@ -679,7 +688,12 @@ private:
 
     // Values, elements and stores (LumFastValue.cpp).
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
-    EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
+    template <bool fAddingUp> EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
+    // While the run loop counts lines and nothing can look at the counts, a hit is added
+    // up on its marker; the sums go to the profiler before anything runs that could
+    // look (HandInHits).
+    void AddUpHit(CLumBasic& basic, SLumFastStep& step);
+    void HandInHits() noexcept;
     EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
     // The parts of a string assignment that appends to its own target, into the step.
     static void FindAppendedParts(SLumFastStep& step);
@@ -762,12 +776,14 @@ private:
     bool m_fCachedOnly = false;
     int m_nBuiltinsRead = 0;
     // Counting: by depth of closed calls, the marker passed last there, as the regular
-    // way keeps one for each level of calls; the markers that took hits in this run, in
-    // the order of their first, and the last one counted.
+    // way keeps one for each level of calls; the markers whose hits are added up, in
+    // the order of their first, and the last one counted in a closed run; the profiler
+    // the run loop adds up hits for, null while it counts them one by one.
     std::vector<SLumLineMark> m_aClosedMarks{SLumLineMark()};
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
+    CLumBasicProfiler* m_pAddingUp = nullptr;
     bool m_fCounting = false;
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     // The For loops the procedures of a closed run hold open, the innermost last.

@@ -93,7 +93,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
         // there or counts the line; otherwise it only notes the line for messages.
         basic.NoteMarker(step.m_nLine);
         return basic.m_fDebugMode && basic.m_pDebugger != nullptr && !step.m_fMarkerFollows
-                   ? CountLine(basic, step)
+                   ? CountLine<false>(basic, step)
                    : GO_ON;
     case SLumFastStep::ASSIGN:
         return Assign(basic, step);
@@ -118,15 +118,106 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
 
 // A marker in debug mode does what its handler does, SetDebugInfo, where the debugger
 // can only count the line: the hit costs no dispatch. With a window open it may stop
-// there, which the handler does in its frame.
+// there, which the handler does in its frame. Without a window, where the run loop may
+// add up hits, the following ones are added up.
+template <bool fAddingUp>
 LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFastStep& step)
 {
-    if (!basic.m_pDebugger->OnlyCounts())
+    CLumBasicDebugger& debugger = *basic.m_pDebugger;
+    if (!debugger.OnlyCounts())
         return HANDLER;
+    CLumBasicProfiler* pProfiler = debugger.CountsInto();
     // The handler finds its cursor behind the marker's token.
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
-        basic.m_pDebugger->CountLine(step.m_nLine);
+    {
+        debugger.NoteLine(step.m_nLine);
+        if (pProfiler != nullptr)
+            pProfiler->CountHit(step.m_nLine);
+    }
+    if (fAddingUp && !debugger.HasWindow())
+        m_pAddingUp = pProfiler;
     return GO_ON;
+}
+
+// A hit of a line that has its entry is added up on the marker; the first hit of a
+// line is counted at once, so that the profile takes new lines in the order the run
+// meets them. The debugger notes the line at once, as CountLine does. Called for a
+// marker linked to the statement behind.
+LUM_HOT void CLumFastForm::AddUpHit(CLumBasic& basic, SLumFastStep& step)
+{
+    if (step.m_fMarkerUncounted || !basic.EntersLine(step.m_nLine, step.m_pAt + 2))
+        return;
+    basic.m_pDebugger->NoteLine(step.m_nLine);
+    if (step.m_nHits == 0)
+    {
+        // Ahead of a statement that hands the hits in at once, adding up costs more.
+        if (step.m_nLeadsToPure == 0)
+            step.m_nLeadsToPure = IsPureStep(*step.m_pNext) ? 1 : 2;
+        if (step.m_nLeadsToPure != 1 || !m_pAddingUp->HasSlot(step.m_nLine))
+        {
+            m_pAddingUp->CountHit(step.m_nLine);
+            // Nothing added up yet: the statement behind need not hand anything in.
+            if (step.m_nLeadsToPure != 1 && m_nCounted == 0)
+                m_pAddingUp = nullptr;
+            return;
+        }
+        if (m_nCounted == m_aCounted.size())
+            CountMore(&step);
+        m_aCounted[m_nCounted++] = &step;
+    }
+    ++step.m_nHits;
+}
+
+// Only lines with entries were added up: handing them in allocates nothing.
+void CLumFastForm::HandInHits() noexcept
+{
+    CLumBasicProfiler& profiler = *m_pAddingUp;
+    m_pAddingUp = nullptr;
+    for (size_t i = 0; i < m_nCounted; ++i)
+    {
+        SLumFastStep& marker = *m_aCounted[i];
+        uint32_t nHits = marker.m_nHits;
+        marker.m_nHits = 0;
+        profiler.CountHits(marker.m_nLine, nHits);
+    }
+    m_nCounted = 0;
+}
+
+template <bool fAddingUp> LUM_HOT bool CLumFastForm::PassMarker(CLumBasic& basic, SLumFastStep& step)
+{
+    if (fAddingUp && m_pAddingUp != nullptr)
+    {
+        // Nothing that ran since the hits began to be added up could switch counting.
+        if (!step.m_fMarkerFollows)
+            AddUpHit(basic, step);
+        return true;
+    }
+    return !basic.m_fDebugMode || step.m_fMarkerFollows || basic.m_pDebugger == nullptr ||
+           CountLine<fAddingUp>(basic, step) == GO_ON;
+}
+
+// Whether a step runs no code of the program, no module's, no host's and no debugger's,
+// all of which might look at the counts: it only computes and moves along its links.
+bool CLumFastForm::IsPureStep(const SLumFastStep& step)
+{
+    switch (step.m_eKind)
+    {
+    case SLumFastStep::MARKER:
+    case SLumFastStep::NEXT:
+    case SLumFastStep::ELSE:
+    case SLumFastStep::ENDIF:
+    case SLumFastStep::WEND:
+    case SLumFastStep::DO:
+        return true;
+    case SLumFastStep::ASSIGN:
+    case SLumFastStep::ASSIGN_ELEMENT:
+    case SLumFastStep::IF:
+    case SLumFastStep::WHILE:
+    case SLumFastStep::LOOP:
+        return !step.m_fCommitted;
+    default:
+        return false;
+    }
 }
 
 // The handler opens the loop. Its counter, the variables of its bounds and the statement
@@ -309,6 +400,26 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
     // index might pass it, the handlers run every statement and report it at its place.
     if (CLumDepthGuard::GetDepth(CLumDepthGuard::EXPRESSION) + 1 + MAX_LEVELS > CLumExpression::MAX_NESTING)
         return pStep;
+    // A plain run pays nothing for the adding up of hits.
+    if (basic.m_fDebugMode && basic.m_pDebugger != nullptr)
+        return RunStepsOf<true>(basic, pStep, pLeaveAt, nResult);
+    return RunStepsOf<false>(basic, pStep, pLeaveAt, nResult);
+}
+
+template <bool fAddingUp>
+SLumFastStep* CLumFastForm::RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
+                                       int& nResult)
+{
+    // Whatever way the run of steps ends, the hits added up go to the profiler.
+    struct SHandIn
+    {
+        CLumFastForm& m_form;
+        ~SHandIn()
+        {
+            if (fAddingUp && m_form.m_pAddingUp != nullptr)
+                m_form.HandInHits();
+        }
+    } handIn{*this};
     CLumBasicFile& file = *basic.m_pQuelle;
     int nDepth = file.GetStackDepth();
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
@@ -327,13 +438,14 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
             // Where the debugger only counts, the marker counts its line here, without
             // the dispatch of Execute.
             if (pStep->m_eKind == SLumFastStep::MARKER && pStep->m_pNext != nullptr &&
-                (!basic.m_fDebugMode || pStep->m_fMarkerFollows || basic.m_pDebugger == nullptr ||
-                 CountLine(basic, *pStep) == GO_ON))
+                PassMarker<fAddingUp>(basic, *pStep))
             {
                 basic.NoteMarker(pStep->m_nLine);
                 pStep = pStep->m_pNext;
                 continue;
             }
+            if (fAddingUp && m_pAddingUp != nullptr && !IsPureStep(*pStep))
+                HandInHits();
             EOutcome eOutcome = Execute(basic, *pStep);
             // The links already made, first: most statements lead on, the rest jump.
             SLumFastStep* pLinked = eOutcome == GO_ON  ? pStep->m_pNext

@@ -63,6 +63,7 @@ public:
     {
         return (m_pDlg == nullptr || !m_pDlg->FollowsEveryLine()) && m_mapBreakpoints.empty();
     }
+    bool HasWindow() const { return m_pDlg != nullptr; }
     void CountLine(long nLine)
     {
         m_nLineNr = nLine;

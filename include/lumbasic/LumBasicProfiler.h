@@ -42,6 +42,12 @@ public:
         else
             CountFirstHit(static_cast<int32_t>(nLine));
     }
+    // Whether the line has an entry that a hit finds at once.
+    bool HasSlot(long nLine) const
+    {
+        uint32_t nSlot = static_cast<uint32_t>(nLine);
+        return nSlot < m_aSlots.size() && m_aSlots[nSlot] != 0;
+    }
     // CountHit `nHits` times over, wrapping alike.
     void CountHits(long nLine, uint32_t nHits)
     {
