@@ -115,7 +115,8 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
         if (!ArgumentFits(pszKinds[i], aArgs[i]))
             return false;
     }
-    if (!ApplyBuiltin(basic, expr.m_wToken, aArgs, nArgs))
+    if (!ApplyBuiltin(basic, expr.m_wToken, aArgs[0], nArgs > 1 ? &aArgs[1] : nullptr,
+                      nArgs > 2 ? &aArgs[2] : nullptr))
         return false;
     out.Swap(aArgs[0]);
     return true;
@@ -127,10 +128,9 @@ LUM_HOT bool CLumFastForm::ArgumentFits(char cKind, const CLumsVarValue& arg)
     return cKind == 'T' || cKind == 't' ? !arg.IsNumber() : !arg.IsString();
 }
 
-LUM_HOT bool CLumFastForm::ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue* pArgs,
-                                        size_t nArgs)
+LUM_HOT bool CLumFastForm::ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue& value,
+                                        const CLumsVarValue* pSecond, const CLumsVarValue* pThird)
 {
-    CLumsVarValue& value = pArgs[0];
     switch (wToken)
     {
     case LBT_CHR:
@@ -141,13 +141,13 @@ LUM_HOT bool CLumFastForm::ApplyBuiltin(CLumBasic& basic, unsigned short wToken,
         break;
     }
     case LBT_LEFT:
-        LumLeftOf(value, pArgs[1].GetLong());
+        LumLeftOf(value, pSecond->GetLong());
         break;
     case LBT_RIGHT:
-        LumRightOf(value, pArgs[1].GetLong());
+        LumRightOf(value, pSecond->GetLong());
         break;
     case LBT_MID:
-        LumMidOf(value, pArgs[1].GetLong(), nArgs > 2 ? pArgs[2].GetLong() : 0);
+        LumMidOf(value, pSecond->GetLong(), pThird != nullptr ? pThird->GetLong() : 0);
         break;
     case LBT_RTRIM:
         LumRTrimOf(value);
@@ -160,12 +160,12 @@ LUM_HOT bool CLumFastForm::ApplyBuiltin(CLumBasic& basic, unsigned short wToken,
         // By an expression object of the plain kind, as EvalOther's machinery fills it.
         CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
         CLumsVarValue text;
-        cExpression.StrOf(value, nArgs > 1 ? &pArgs[1] : nullptr, text);
+        cExpression.StrOf(value, pSecond, text);
         value.Swap(text);
         break;
     }
     default:
-        return NumberBuiltin(wToken, value, nArgs > 1 ? &pArgs[1] : nullptr, nArgs > 2 ? &pArgs[2] : nullptr);
+        return NumberBuiltin(wToken, value, pSecond, pThird);
     }
     return true;
 }
@@ -248,15 +248,23 @@ bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
     if (expr.m_wToken == LBT_LEN || expr.m_wToken == LBT_ASC || expr.m_wToken == LBT_INSTR)
         return ClosedMeasure(expr, out);
     SNested nested{++m_nClosedNested};
+    // The first argument is worked on in place; a text constant further on (a template)
+    // is read where it stands.
     CLumsVarValue aArgs[3];
+    const CLumsVarValue* apArgs[3] = {};
     for (size_t i = 0; i < nArgs; ++i)
     {
-        if (!ClosedAny(*expr.m_apIndices[i], nullptr, aArgs[i]))
-            return false;
-        if (!ArgumentFits(pszKinds[i], aArgs[i]))
+        apArgs[i] = i > 0 ? TextConstant(*expr.m_apIndices[i]) : nullptr;
+        if (apArgs[i] == nullptr)
+        {
+            if (!ClosedAny(*expr.m_apIndices[i], nullptr, aArgs[i]))
+                return false;
+            apArgs[i] = &aArgs[i];
+        }
+        if (!ArgumentFits(pszKinds[i], *apArgs[i]))
             return GiveUp();
     }
-    if (!ApplyBuiltin(*m_pClosedBasic, expr.m_wToken, aArgs, nArgs))
+    if (!ApplyBuiltin(*m_pClosedBasic, expr.m_wToken, aArgs[0], apArgs[1], apArgs[2]))
         return GiveUp();
     out.Swap(aArgs[0]);
     return true;
@@ -273,7 +281,8 @@ bool CLumFastForm::ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out)
     for (size_t i = 0; i < nArgs; ++i)
     {
         SLumFastExpr& arg = *expr.m_apIndices[i];
-        const CLumsVarValue* pText = arg.m_eOp == SLumFastExpr::VARIABLE ? Cached(arg.m_cCache) : nullptr;
+        const CLumsVarValue* pText =
+            arg.m_eOp == SLumFastExpr::VARIABLE ? Cached(arg.m_cCache) : TextConstant(arg);
         if (pText == nullptr || !pText->IsString())
         {
             if (!ClosedAny(arg, nullptr, aCopies[i]))

@@ -1073,6 +1073,15 @@ bool CLumFastForm::ClosedTextNumber(SLumFastExpr& expr, const SClosedFrame* pFra
     return ClosedAny(expr, pFrame, value) && (LumFastNumber(value, out) || GiveUp());
 }
 
+// The text of a constant, where the node is one. No memory budget counts the copies a
+// closed run leaves out.
+const CLumsVarValue* CLumFastForm::TextConstant(const SLumFastExpr& expr)
+{
+    return expr.m_eOp == SLumFastExpr::CONSTANT && expr.m_pNode->GetConstant().IsString()
+               ? &expr.m_pNode->GetConstant()
+               : nullptr;
+}
+
 // A value as EvalValue computes it (and EvalFramed for a call): two numbers as
 // numbers compute, and of the operators on texts those that cannot fail here, `+`
 // and the comparisons of two texts; anything else gives up.
@@ -1123,9 +1132,18 @@ bool CLumFastForm::ClosedAny(SLumFastExpr& expr, const SClosedFrame* pFrame, CLu
             LumFastStore(out, n);
             return true;
         }
-        CLumsVarValue right;
-        if (!ClosedAny(*expr.m_pLeft, pFrame, out) || !ClosedAny(*expr.m_pRight, pFrame, right))
+        CLumsVarValue rightValue;
+        if (!ClosedAny(*expr.m_pLeft, pFrame, out))
             return false;
+        // A text constant is read where it stands: the operators only read an operand.
+        const CLumsVarValue* pRight = TextConstant(*expr.m_pRight);
+        if (pRight == nullptr)
+        {
+            if (!ClosedAny(*expr.m_pRight, pFrame, rightValue))
+                return false;
+            pRight = &rightValue;
+        }
+        const CLumsVarValue& right = *pRight;
         SLumNumber l{}, r{};
         if (out.IsNumber() && right.IsNumber())
         {

@@ -498,8 +498,9 @@ private:
     bool Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     bool Measure(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     // The cores of both, shared with closed runs: a built-in on its arguments as GetArg
-    // gave them, the result in the first; Len, Asc or InStr on texts read in place.
-    static bool ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue* pArgs, size_t nArgs);
+    // gave them, the first worked on in place; Len, Asc or InStr on texts read in place.
+    static bool ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue& value,
+                             const CLumsVarValue* pSecond, const CLumsVarValue* pThird);
     static void MeasureTexts(unsigned short wToken, const std::string_view* pTexts, CLumsVarValue& out);
     // Whether an argument computed as a value is of the kind (BuiltinKinds) it is read as.
     static bool ArgumentFits(char cKind, const CLumsVarValue& arg);
@@ -681,6 +682,7 @@ private:
     // text variable. `pFrame` is null inside a built-in, whose arguments call no
     // procedure.
     bool ClosedAny(SLumFastExpr& expr, const SClosedFrame* pFrame, CLumsVarValue& out);
+    static const CLumsVarValue* TextConstant(const SLumFastExpr& expr);
     bool ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out);
     bool ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out);
     __attribute__((noinline, cold)) bool ClosedTextBuiltin(SLumFastExpr& expr, SLumNumber& out);
