@@ -1,6 +1,6 @@
 // Built-ins that the fast form computes itself, on arguments it computed itself: the
 // functions of numbers, Str$, and those of texts that only cut or measure, with the
-// cores that their handlers call on the arguments GetArg gave them.
+// cores that their handlers call on the arguments GetArg gave them; in closed runs too.
 #include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
@@ -10,6 +10,16 @@
 #include "expr/LumText.h"
 
 #include <algorithm>
+
+namespace
+{
+// One more level of arguments held open in a closed run while it lives.
+struct SNested
+{
+    int& m_nNested;
+    ~SNested() { --m_nNested; }
+};
+} // namespace
 
 // What a built-in reads, a letter for each argument as GetArg reads it: "T" a text,
 // "N" a number; a small letter for one that HasArg finds or not. Null for a built-in
@@ -102,12 +112,26 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
     for (size_t i = 0; i < nArgs; ++i)
     {
         EvalValue(basic, *expr.m_apIndices[i], aArgs[i]);
-        // GetArg refuses a number for a text and a text for a number.
-        if (pszKinds[i] == 'T' || pszKinds[i] == 't' ? aArgs[i].IsNumber() : aArgs[i].IsString())
+        if (!ArgumentFits(pszKinds[i], aArgs[i]))
             return false;
     }
-    CLumsVarValue& value = aArgs[0];
-    switch (expr.m_wToken)
+    if (!ApplyBuiltin(basic, expr.m_wToken, aArgs[0], nArgs > 1 ? &aArgs[1] : nullptr,
+                      nArgs > 2 ? &aArgs[2] : nullptr))
+        return false;
+    out.Swap(aArgs[0]);
+    return true;
+}
+
+// GetArg refuses a number for a text and a text for a number.
+LUM_HOT bool CLumFastForm::ArgumentFits(char cKind, const CLumsVarValue& arg)
+{
+    return cKind == 'T' || cKind == 't' ? !arg.IsNumber() : !arg.IsString();
+}
+
+LUM_HOT bool CLumFastForm::ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue& value,
+                                        const CLumsVarValue* pSecond, const CLumsVarValue* pThird)
+{
+    switch (wToken)
     {
     case LBT_CHR:
     {
@@ -117,13 +141,13 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
         break;
     }
     case LBT_LEFT:
-        LumLeftOf(value, aArgs[1].GetLong());
+        LumLeftOf(value, pSecond->GetLong());
         break;
     case LBT_RIGHT:
-        LumRightOf(value, aArgs[1].GetLong());
+        LumRightOf(value, pSecond->GetLong());
         break;
     case LBT_MID:
-        LumMidOf(value, aArgs[1].GetLong(), nArgs > 2 ? aArgs[2].GetLong() : 0);
+        LumMidOf(value, pSecond->GetLong(), pThird != nullptr ? pThird->GetLong() : 0);
         break;
     case LBT_RTRIM:
         LumRTrimOf(value);
@@ -136,17 +160,13 @@ bool CLumFastForm::Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
         // By an expression object of the plain kind, as EvalOther's machinery fills it.
         CLumExpression cExpression(basic.m_pQuelle, basic.m_pVariables, &basic);
         CLumsVarValue text;
-        cExpression.StrOf(value, nArgs > 1 ? &aArgs[1] : nullptr, text);
+        cExpression.StrOf(value, pSecond, text);
         value.Swap(text);
         break;
     }
     default:
-        if (!NumberBuiltin(expr.m_wToken, value, nArgs > 1 ? &aArgs[1] : nullptr,
-                           nArgs > 2 ? &aArgs[2] : nullptr))
-            return false;
-        break;
+        return NumberBuiltin(wToken, value, pSecond, pThird);
     }
-    out.Swap(value);
     return true;
 }
 
@@ -170,13 +190,19 @@ bool CLumFastForm::Measure(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& 
         }
         aTexts[i] = LumTextView(*pText);
     }
-    if (expr.m_wToken == LBT_LEN)
-        out = static_cast<long>(aTexts[0].size());
-    else if (expr.m_wToken == LBT_ASC)
-        out = LumAscOf(aTexts[0]);
-    else
-        out = LumInStrOf(aTexts[0], aTexts[1]);
+    MeasureTexts(expr.m_wToken, aTexts, out);
     return true;
+}
+
+LUM_HOT void CLumFastForm::MeasureTexts(unsigned short wToken, const std::string_view* pTexts,
+                                        CLumsVarValue& out)
+{
+    if (wToken == LBT_LEN)
+        out = static_cast<long>(pTexts[0].size());
+    else if (wToken == LBT_ASC)
+        out = LumAscOf(pTexts[0]);
+    else
+        out = LumInStrOf(pTexts[0], pTexts[1]);
 }
 
 // A built-in of numbers on its first argument, in place, with Round's further ones
@@ -204,4 +230,69 @@ bool CLumFastForm::NumberBuiltin(unsigned short wToken, CLumsVarValue& value, co
     default:
         return false;
     }
+}
+
+// In a closed run, a built-in the fast form computes, as Builtin computes it: its
+// arguments as values, of the kinds GetArg reads, and the handler's core on them.
+bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
+{
+    if (!expr.m_fBuiltin)
+        return GiveUp();
+    if (!expr.m_fArgsRead)
+        return WarmUp();
+    const char* pszKinds = BuiltinKinds(expr.m_wToken);
+    size_t nArgs = expr.m_apIndices.size();
+    if (nArgs == 0 || nArgs > 3 || (nArgs < 3 && pszKinds[nArgs] >= 'A' && pszKinds[nArgs] <= 'Z') ||
+        m_nClosedNested >= MAX_LEVELS)
+        return GiveUp();
+    if (expr.m_wToken == LBT_LEN || expr.m_wToken == LBT_ASC || expr.m_wToken == LBT_INSTR)
+        return ClosedMeasure(expr, out);
+    SNested nested{++m_nClosedNested};
+    // The first argument is worked on in place; a text constant further on (a template)
+    // is read where it stands.
+    CLumsVarValue aArgs[3];
+    const CLumsVarValue* apArgs[3] = {};
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        apArgs[i] = i > 0 ? TextConstant(*expr.m_apIndices[i]) : nullptr;
+        if (apArgs[i] == nullptr)
+        {
+            if (!ClosedAny(*expr.m_apIndices[i], nullptr, aArgs[i]))
+                return false;
+            apArgs[i] = &aArgs[i];
+        }
+        if (!ArgumentFits(pszKinds[i], *apArgs[i]))
+            return GiveUp();
+    }
+    if (!ApplyBuiltin(*m_pClosedBasic, expr.m_wToken, aArgs[0], apArgs[1], apArgs[2]))
+        return GiveUp();
+    out.Swap(aArgs[0]);
+    return true;
+}
+
+// In a closed run, Len, Asc and InStr as Measure computes them: a text variable read
+// where it stands.
+bool CLumFastForm::ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out)
+{
+    SNested nested{++m_nClosedNested};
+    size_t nArgs = expr.m_apIndices.size();
+    CLumsVarValue aCopies[2];
+    std::string_view aTexts[2];
+    for (size_t i = 0; i < nArgs; ++i)
+    {
+        SLumFastExpr& arg = *expr.m_apIndices[i];
+        const CLumsVarValue* pText =
+            arg.m_eOp == SLumFastExpr::VARIABLE ? Cached(arg.m_cCache) : TextConstant(arg);
+        if (pText == nullptr || !pText->IsString())
+        {
+            if (!ClosedAny(arg, nullptr, aCopies[i]))
+                return false;
+            if (aCopies[i].IsNumber())
+                return GiveUp(); // GetArg refuses a number for a text
+            pText = &aCopies[i];
+        }
+        aTexts[i] = LumTextView(*pText);
+    }
+    MeasureTexts(expr.m_wToken, aTexts, out);
+    return true;
 }

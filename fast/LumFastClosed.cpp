@@ -5,15 +5,16 @@
 // debugger or host code runs, so nothing can look at the stacks; what the run leaves is
 // the store's numbers and the line, and those it leaves as the regular way would.
 //
-// A closed run takes on only what cannot turn out differently: numbers, If, While, Do
-// and For, the built-ins of numbers, reads of elements that hold numbers, and calls of
-// procedures whose heads the form has entered before. It counts its statements against
-// the run's statement limit as the regular way counts them.
-// Whatever else it meets (a string, a missing link or cache, a division by zero, a depth
-// near a limit, a stop request, the statement limit), it gives up: it puts back every
-// variable it wrote, from its undo list, and the call runs the regular way from its
-// start, which then does or reports whatever it must. A call whose closed runs keep
-// giving up stops trying.
+// A closed run takes on only what cannot turn out differently: numbers, texts (while no
+// memory budget is watched), If, While, Do and For, the built-ins the fast form
+// computes, reads of elements that hold numbers, and calls of procedures whose heads
+// the form has entered before. It counts its statements against the run's statement
+// limit as the regular way counts them.
+// Whatever else it meets (a text under a memory budget, a missing link or cache, a
+// division by zero, a depth near a limit, a stop request, the statement limit), it
+// gives up: it puts back every variable it wrote, from its undo list, and the call runs
+// the regular way from its start, which then does or reports whatever it must. A call
+// whose closed runs keep giving up stops trying.
 #include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
@@ -129,7 +130,6 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
         DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
     const CLumFunctionStack& names = basic.m_cFunctionStack;
-    m_pNames = &names;
     const int* pDepths = CLumDepthGuard::GetDepths();
     // A statement's expression run whole may hold built-ins: the arguments of those are
     // expressions the regular way opens further in.
@@ -146,6 +146,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedIfs = 0;
     m_nClosedNested = 0;
     m_fWarmUp = false;
+    m_pClosedBasic = &basic;
     // Before the call and run limits of the regular way, which then reports them; the
     // nesting of expressions is followed call by call (ClosedEnter).
     m_nClosedDepthLimit = std::min(CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
@@ -170,7 +171,9 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     }
     catch (...)
     {
-        m_fWarmUp = false; // out of memory for the undo list: the regular way reports it
+        // Out of memory for the undo list, or a core of a built-in that failed (a
+        // template Str$ refuses): the regular way reports it.
+        m_fWarmUp = false;
     }
     m_nScope = caller.m_nScope;
     if (fDone && m_nClosedSteps <= m_nClosedStepLimit)
@@ -180,6 +183,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
             budget.m_nCount += m_nClosedSteps;
         if (m_fCounting)
             CountHits(basic);
+        if (__builtin_expect(m_fTextsKept, 0))
+            DropKeptTexts();
         site.m_nClosedWarmups = 0;
         // Markers passed: the calls returned, as the regular way's would.
         if (basic.m_nLine != nLine)
@@ -198,14 +203,22 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
 }
 
 // The call stands in an expression that the regular way evaluates now.
+// A text result is left in m_cClosedText.
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
 {
-    return Closed(basic, expr, [&](const SClosedFrame& caller) {
-        // The regular way evaluates the call now: its level is the one open here.
-        SClosedFrame at = caller;
-        at.m_nLevel -= 1 + expr.m_nArgDepth;
-        return ClosedCall(basic, expr, at, out);
-    });
+    if (Closed(basic, expr, [&](const SClosedFrame& caller) {
+            // The regular way evaluates the call now: its level is the one open here.
+            SClosedFrame at = caller;
+            at.m_nLevel -= 1 + expr.m_nArgDepth;
+            return ClosedCall(basic, expr, at, out, &m_cClosedText);
+        }))
+        return true;
+    if (m_cClosedText.IsString())
+    {
+        CLumsVarValue none;
+        m_cClosedText.Swap(none);
+    }
+    return false;
 }
 
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
@@ -222,6 +235,16 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr&
     });
 }
 
+// A statement's expression for a text variable, computed whole, as a text.
+bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out)
+{
+    return TryClosed(step, CLumDepthGuard::GetDepth(CLumDepthGuard::RUN), [&] {
+        return Closed(basic, step, [&](const SClosedFrame& caller) {
+            return ClosedAny(*step.m_pExpr, &caller, out) && AsText(out);
+        });
+    });
+}
+
 // The variables written, back to their values before the run, the oldest last.
 void CLumFastForm::Undo()
 {
@@ -231,10 +254,56 @@ void CLumFastForm::Undo()
         LumFastStore(*undo.m_pValue, undo.m_cNumber);
     }
     m_nUndo = 0;
+    if (__builtin_expect(m_fTextsKept, 0))
+        UndoTexts();
 }
 
-// Notes a variable's value before a closed run writes it for the first time. Only a
-// number is noted: a string would be more to put back, and an empty value, which no
+void CLumFastForm::UndoTexts()
+{
+    for (size_t i = m_aTextUndo.size(); i-- > 0;)
+        m_aTextUndo[i].m_pValue->Swap(m_aTextUndo[i].m_cText);
+    DropKeptTexts();
+}
+
+// The old texts, once the run ended whole, freed as the regular way freed them.
+void CLumFastForm::DropKeptTexts()
+{
+    m_aTextUndo.clear();
+    m_fTextsKept = false;
+}
+
+// Whether the run may make texts: not while a memory budget is watched, which counts
+// the room of the old texts kept for the undo where the regular way has freed them.
+bool CLumFastForm::TextsAllowed() const
+{
+    return (m_pClosedBasic->m_pBudget->m_nWatch.load(std::memory_order_relaxed) &
+            CLumBasic::SLumRunBudget::MEMORY) == 0;
+}
+
+// A text into a text variable, its value before the run's first write to it noted:
+// taken over, as the new one takes its place. A variable that holds no text, which a
+// text variable found before never does, is left to the regular way.
+bool CLumFastForm::KeepText(CLumsVarValue& target, SLumKept& kept, CLumsVarValue& value)
+{
+    if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
+    {
+        target.Swap(value); // a text since, as the run writes nothing else there
+        return true;
+    }
+    if (!target.IsString() || m_aTextUndo.size() >= MAX_UNDO)
+        return GiveUp();
+    m_aTextUndo.emplace_back();
+    m_fTextsKept = true;
+    STextUndo& undo = m_aTextUndo.back();
+    undo.m_pValue = &target;
+    target.Swap(value);
+    undo.m_cText.Swap(value);
+    kept = SLumKept{m_nClosedRun, &target};
+    return true;
+}
+
+// Notes a variable's value before a closed run writes a number to it for the first
+// time. A text variable goes to a list of its own (KeepText); an empty value, which no
 // statement stores and a variable found before never holds, is left to the regular way.
 LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
@@ -308,10 +377,10 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
         return WarmUp();
     if (pHead->m_aParams.size() != args.size() || args.size() > MAX_CLOSED_ARGS)
         return GiveUp();
+    site.m_fTextParams = false;
     for (const SLumFastStep::SParam& param : pHead->m_aParams)
     {
-        if (param.m_cType == '$')
-            return GiveUp();
+        site.m_fTextParams = site.m_fTextParams || param.m_cType == '$';
         const CLumNameCache& cache = param.m_cCache;
         if (cache.m_pStore != m_pStore || cache.m_nGeneration != m_pStore->GetGeneration())
             return WarmUp();
@@ -335,21 +404,30 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < m_nStackFloor || IsStopRequested(basic))
         return GiveUp(), nullptr;
     ++m_nClosedSteps; // the head
-    // All arguments are computed before any is bound: one may read a parameter's local.
-    SLumNumber aArgs[MAX_CLOSED_ARGS];
-    SLumNumber* pArg = aArgs;
-    for (SLumFastExpr* pExpr : args)
-        if (!ClosedArgument(basic, *pExpr, caller, *pArg++))
-            return nullptr;
     // As many parameters as arguments (ClosedCallee).
     SLumFastStep& head = *site.m_pCallee;
-    pArg = aArgs;
-    for (SLumFastStep::SParam& param : head.m_aParams)
+    if (__builtin_expect(site.m_fTextParams, 0))
     {
-        CLumsVarValue& local = *param.m_cCache.m_pValue;
-        if (!Keep(local, param.m_cKept))
+        if (!ClosedBindTexts(basic, head, args, caller))
             return nullptr;
-        LumFastStore(local, *pArg++, param.m_cType);
+    }
+    else
+    {
+        // All arguments are computed before any is bound: one may read a parameter's
+        // local.
+        SLumNumber aArgs[MAX_CLOSED_ARGS];
+        SLumNumber* pArg = aArgs;
+        for (SLumFastExpr* pExpr : args)
+            if (!ClosedArgument(basic, *pExpr, caller, *pArg++))
+                return nullptr;
+        pArg = aArgs;
+        for (SLumFastStep::SParam& param : head.m_aParams)
+        {
+            CLumsVarValue& local = *param.m_cCache.m_pValue;
+            if (!Keep(local, param.m_cKept))
+                return nullptr;
+            LumFastStore(local, *pArg++, param.m_cType);
+        }
     }
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
@@ -367,7 +445,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
 // A function's call, with its result. The regular way calls it inside the expression
 // of its statement and those of the arguments around it.
 LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
-                                      SLumNumber& out)
+                                      SLumNumber& out, CLumsVarValue* pText)
 {
     uint64_t nScope = 0;
     SLumFastStep* pEnd =
@@ -376,7 +454,7 @@ LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, cons
         return false;
     if (pEnd->m_wLoopKind != LBT_FUNCTION)
         return GiveUp();
-    return ClosedResult(*pEnd, nScope, caller, out);
+    return ClosedResult(*pEnd, nScope, caller, out, pText);
 }
 
 // A Sub's call: it returns behind the call statement.
@@ -398,6 +476,48 @@ LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, c
     return arg.m_fPure ? ClosedPure(arg, true, out) : ClosedValue(basic, arg, caller, out);
 }
 
+// Arguments for a procedure with text parameters, all computed before any is bound, as
+// PushParams computes them; a text parameter takes a copy of its argument's text as
+// Bind makes it. An argument that is no text for a text parameter, which the head's
+// handler converts, is for the regular way.
+bool CLumFastForm::ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
+                                   const std::vector<SLumFastExpr*>& args, const SClosedFrame& caller)
+{
+    if (!TextsAllowed())
+        return GiveUp();
+    SLumNumber aNumbers[MAX_CLOSED_ARGS];
+    CLumsVarValue aTexts[MAX_CLOSED_ARGS];
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        if (head.m_aParams[i].m_cType != '$')
+        {
+            if (!ClosedArgument(basic, *args[i], caller, aNumbers[i]))
+                return false;
+        }
+        else if (!ClosedAny(*args[i], &caller, aTexts[i]))
+            return false;
+        else if (!aTexts[i].IsString())
+            return GiveUp();
+    }
+    for (size_t i = 0; i < args.size(); ++i)
+    {
+        SLumFastStep::SParam& param = head.m_aParams[i];
+        CLumsVarValue& local = *param.m_cCache.m_pValue;
+        if (param.m_cType == '$')
+        {
+            CLumsVarValue text;
+            text = aTexts[i].GetText();
+            if (!KeepText(local, param.m_cKept, text))
+                return false;
+            continue;
+        }
+        if (!Keep(local, param.m_cKept))
+            return false;
+        LumFastStore(local, aNumbers[i], param.m_cType);
+    }
+    return true;
+}
+
 // A part that only computes, as the quick way of EvalPureFramed or a direct call's
 // argument computes it: a number, a constant, or a variable holding a number (or, where
 // `fEmptyIsZero`, nothing yet).
@@ -414,6 +534,8 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
         return ClosedBuiltin(expr, out);
     if (expr.m_eOp == SLumFastExpr::ELEMENT)
         return ClosedElement(expr, out);
+    if (expr.m_eOp == SLumFastExpr::OPERATOR)
+        return ClosedTextNumber(expr, nullptr, out); // texts compared
     if (expr.m_eOp != SLumFastExpr::VARIABLE)
         return GiveUp();
     const CLumsVarValue* pValue = Cached(expr.m_cCache);
@@ -611,8 +733,36 @@ bool CLumFastForm::PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past)
 // makes it.
 LUM_HOT bool CLumFastForm::ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
 {
+    if (step.m_cType == '$')
+        return ClosedAssignText(step, frame);
     SLumNumber n;
-    return step.m_cType != '$' && ClosedExpression(basic, step, frame, n) && ClosedStore(step, n) != nullptr;
+    return ClosedExpression(basic, step, frame, n) && ClosedStore(step, n) != nullptr;
+}
+
+// A text to a text variable found before, as AssignValue or AssignCommitted makes it
+// (appending parts included, which make the same text), noted for the undo.
+bool CLumFastForm::ClosedAssignText(SLumFastStep& step, const SClosedFrame& frame)
+{
+    if (!TextsAllowed())
+        return GiveUp();
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    if (pTarget == nullptr)
+        return WarmUp();
+    CLumsVarValue value;
+    return ClosedAny(*step.m_pExpr, &frame, value) && AsText(value) &&
+           KeepText(*pTarget, step.m_cKept, value);
+}
+
+// A value as a text variable takes it: a text as it is, nothing as "", a number
+// refused, which the regular way reports.
+bool CLumFastForm::AsText(CLumsVarValue& value)
+{
+    if (value.IsString())
+        return true;
+    if (value.IsNumber())
+        return GiveUp();
+    value = "";
+    return true;
 }
 
 // The number into the step's target, found before and noted for the undo, as Assign
@@ -696,11 +846,10 @@ LUM_HOT bool CLumFastForm::ClosedCondition(CLumBasic& basic, SLumFastStep& step,
 LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
                                             SLumNumber& out)
 {
-    // ClosedEnter made sure that the body's statements may open their expressions.
-    if (step.m_fCommitted)
+    // ClosedEnter made sure that the body's statements may open their expressions. A
+    // value of texts (a comparison of texts) is computed as values.
+    if (step.m_fCommitted || !step.m_fNumeric)
         return ClosedValue(basic, *step.m_pExpr, frame, out);
-    if (!step.m_fNumeric)
-        return GiveUp();
     bool fDone;
     if (QuickOnLong(*step.m_pExpr, out, fDone))
         return fDone;
@@ -727,6 +876,8 @@ bool CLumFastForm::ClosedValue(CLumBasic& basic, SLumFastExpr& expr, const SClos
         return ClosedCall(basic, expr, frame, out);
     if (expr.m_eOp != SLumFastExpr::OPERATOR)
         return GiveUp();
+    if (expr.m_fText)
+        return ClosedTextNumber(expr, &frame, out);
     SLumNumber r;
     if (!ClosedOperand(basic, *expr.m_pLeft, frame, out) || !ClosedOperand(basic, *expr.m_pRight, frame, r))
         return false;
@@ -803,7 +954,7 @@ bool CLumFastForm::ClosedElement(SLumFastExpr& expr, SLumNumber& out)
     const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
     if (pValue == nullptr)
         pValue = CLumVariables::GetNullValue(name);
-    return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+    return LumFastNumberOnly(*pValue, out) || GiveUp();
 }
 
 // An element's indices as numbers, where no procedure's own elements (scoped keys) are
@@ -863,7 +1014,7 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
 bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
 {
     if (!expr.m_fTakesNumbers)
-        return GiveUp();
+        return ClosedTextBuiltin(expr, out);
     if (!expr.m_fArgsRead)
         return WarmUp();
     size_t nArgs = expr.m_apIndices.size();
@@ -886,15 +1037,29 @@ bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
 }
 
 // The result as Result reads it, in the caller's scope under the key "@F@F".
+// A text result goes to `pText`, where given, as End copies it.
 LUM_HOT bool CLumFastForm::ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller,
-                                        SLumNumber& out)
+                                        SLumNumber& out, CLumsVarValue* pText)
 {
     if (end.m_nResultOf != nCalleeScope)
         return WarmUp();
     const CLumsVarValue* pValue = Cached(end.m_cResult);
     if (pValue == nullptr && (pValue = FindResult(end, caller)) == nullptr)
         return GiveUp(); // an empty result
-    return (pValue->IsNumber() && LumFastNumber(*pValue, out)) || GiveUp();
+    if (LumFastNumberOnly(*pValue, out))
+        return true;
+    if (pText == nullptr)
+        return GiveUp();
+    return ClosedTextResult(*pValue, pText);
+}
+
+bool CLumFastForm::ClosedTextResult(const CLumsVarValue& result, CLumsVarValue* pText)
+{
+    if (!TextsAllowed() || !result.IsString())
+        return GiveUp();
+    CLumsVarValue copy(result);
+    pText->Swap(copy);
+    return true;
 }
 
 // The result's variable as GetVar finds it: where more than one procedure runs, the
@@ -904,9 +1069,10 @@ const CLumsVarValue* CLumFastForm::FindResult(SLumFastStep& end, const SClosedFr
     CLumsVarValue* pFound = nullptr;
     if (caller.m_nNames > 1)
     {
-        std::string_view name = caller.m_pHead != nullptr ? std::string_view(caller.m_pHead->m_pszName,
-                                                                             caller.m_pHead->m_nNameLength)
-                                                          : std::string_view(m_pNames->TopString());
+        std::string_view name =
+            caller.m_pHead != nullptr
+                ? std::string_view(caller.m_pHead->m_pszName, caller.m_pHead->m_nNameLength)
+                : std::string_view(m_pClosedBasic->m_cFunctionStack.TopString());
         pFound = m_pStore->Find(CLumScopedKey(name, end.m_strResultKey).c_str(), nullptr);
     }
     if (pFound == nullptr)
@@ -914,4 +1080,132 @@ const CLumsVarValue* CLumFastForm::FindResult(SLumFastStep& end, const SClosedFr
     if (pFound != nullptr)
         end.m_cResult = CLumNameCache{m_pStore, m_pStore->GetGeneration(), caller.m_nScope, pFound};
     return pFound;
+}
+
+// A built-in that reads or gives texts, where a number comes out, as the fast form
+// computes it.
+bool CLumFastForm::ClosedTextBuiltin(SLumFastExpr& expr, SLumNumber& out)
+{
+    CLumsVarValue value;
+    return ClosedBuiltinValue(expr, value) && (LumFastNumber(value, out) || GiveUp());
+}
+
+// A number from an expression of values (a comparison of texts, Len of a function's
+// text), as the regular way computes the value and reads it for a number; a value that
+// is a text is for the regular way, which reports or converts it.
+bool CLumFastForm::ClosedTextNumber(SLumFastExpr& expr, const SClosedFrame* pFrame, SLumNumber& out)
+{
+    CLumsVarValue value;
+    return ClosedAny(expr, pFrame, value) && (LumFastNumber(value, out) || GiveUp());
+}
+
+// The text of a constant, where the node is one. No memory budget counts the copies a
+// closed run leaves out.
+const CLumsVarValue* CLumFastForm::TextConstant(const SLumFastExpr& expr)
+{
+    return expr.m_eOp == SLumFastExpr::CONSTANT && expr.m_pNode->GetConstant().IsString()
+               ? &expr.m_pNode->GetConstant()
+               : nullptr;
+}
+
+// A value as EvalValue computes it (and EvalFramed for a call): two numbers as
+// numbers compute, and of the operators on texts those that cannot fail here, `+`
+// and the comparisons of two texts; anything else gives up.
+bool CLumFastForm::ClosedAny(SLumFastExpr& expr, const SClosedFrame* pFrame, CLumsVarValue& out)
+{
+    if (!TextsAllowed())
+        return GiveUp();
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+        out = expr.m_pNode->GetConstant();
+        return true;
+    case SLumFastExpr::VARIABLE:
+    {
+        const CLumsVarValue* pValue = Cached(expr.m_cCache);
+        if (pValue == nullptr)
+            return WarmUp();
+        out = *pValue;
+        return true;
+    }
+    case SLumFastExpr::ELEMENT:
+    {
+        SLumNumber n{};
+        if (!ClosedElement(expr, n))
+            return false;
+        LumFastStore(out, n);
+        return true;
+    }
+    case SLumFastExpr::USERCALL:
+    {
+        SLumNumber n{};
+        CLumsVarValue text;
+        if (pFrame == nullptr || !ClosedCall(*m_pClosedBasic, expr, *pFrame, n, &text))
+            return pFrame == nullptr ? GiveUp() : false;
+        if (text.IsString())
+            out.Swap(text);
+        else
+            LumFastStore(out, n);
+        return true;
+    }
+    case SLumFastExpr::OPERATOR:
+    {
+        if (expr.m_fNumericValue && expr.m_fPure)
+        {
+            SLumNumber n{};
+            if (!ClosedNumber(expr, n))
+                return false;
+            LumFastStore(out, n);
+            return true;
+        }
+        CLumsVarValue rightValue;
+        if (!ClosedAny(*expr.m_pLeft, pFrame, out))
+            return false;
+        // A text constant is read where it stands: the operators only read an operand.
+        const CLumsVarValue* pRight = TextConstant(*expr.m_pRight);
+        if (pRight == nullptr)
+        {
+            if (!ClosedAny(*expr.m_pRight, pFrame, rightValue))
+                return false;
+            pRight = &rightValue;
+        }
+        const CLumsVarValue& right = *pRight;
+        SLumNumber l{}, r{};
+        if (out.IsNumber() && right.IsNumber())
+        {
+            LumFastNumber(out, l);
+            LumFastNumber(right, r);
+            if (!LumFastOperate(expr.m_wToken, l, r, l))
+                return GiveUp();
+            LumFastStore(out, l);
+            return true;
+        }
+        bool fTexts = out.IsString() && right.IsString();
+        bool fFails = true;
+        switch (expr.m_wToken)
+        {
+        case LBT_PLUS:
+            fFails = !out.IsString() && !right.IsString();
+            break;
+        case LBT_EQ:
+        case LBT_NE:
+        case LBT_LT:
+        case LBT_LE:
+        case LBT_GT:
+        case LBT_GE:
+            fFails = !fTexts;
+            break;
+        default:
+            break;
+        }
+        if (fFails)
+            return GiveUp();
+        LumApplyOperator(expr.m_wToken, out, right, out);
+        return true;
+    }
+    case SLumFastExpr::OTHER:
+        return ClosedBuiltinValue(expr, out);
+    default:
+        return GiveUp();
+    }
 }

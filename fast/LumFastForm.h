@@ -92,6 +92,8 @@ struct SLumFastCallSite
     // it runs the regular way, while a run from here that gave up runs that way (0:
     // none).
     int m_nRegularFrom = 0;
+    // The callee has text parameters, which a closed run binds apart from numbers.
+    bool m_fTextParams = false;
 };
 
 // A node of a compiled expression tree.
@@ -145,8 +147,8 @@ struct SLumFastExpr : SLumFastCallSite
     // its own for the regular way.
     int m_nIndexDepth = 0;
     // OTHER: a built-in that the form computes itself (Builtin) whose arguments only
-    // compute; among them the built-ins of numbers (Abs, Sgn, Fix, Frac, Round), which
-    // closed runs compute too. Whether its arguments were read, into m_apIndices: once
+    // compute, which closed runs compute too; the built-ins of numbers (Abs, Sgn, Fix,
+    // Frac, Round) take numbers. Whether its arguments were read, into m_apIndices: once
     // the machinery has computed it (ReadBuiltin). Whether each of them computes here
     // throughout, and how many expressions the regular way opens for them at most.
     bool m_fBuiltin = false;
@@ -154,6 +156,8 @@ struct SLumFastExpr : SLumFastCallSite
     bool m_fArgsRead = false;
     bool m_fArgsComputed = false;
     uint8_t m_nArgLevels = 0;
+    // The node or a part of it may give a text: a closed run computes it as values.
+    bool m_fText = false;
 };
 
 // Where a statement or a parameter wrote last in a closed run, so that a variable
@@ -283,6 +287,24 @@ LUM_HOT bool LumFastNumber(const CLumsVarValue& value, SLumNumber& out)
     case CLumsVarValue::VT_EMPTY:
         out.m_fDouble = false;
         out.m_nLong = 0;
+        return true;
+    default:
+        return false;
+    }
+}
+
+// A value that is a number (not an empty value) as a number; false for any other.
+LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
+{
+    switch (value.GetType())
+    {
+    case CLumsVarValue::VT_LONG:
+        out.m_fDouble = false;
+        out.m_nLong = value.LongValue();
+        return true;
+    case CLumsVarValue::VT_DOUBLE:
+        out.m_fDouble = true;
+        out.m_dDouble = value.DoubleValue();
         return true;
     default:
         return false;
@@ -482,10 +504,18 @@ private:
     static bool Computes(const SLumFastExpr& expr, int& nLevels);
     bool Builtin(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
     bool Measure(CLumBasic& basic, SLumFastExpr& expr, CLumsVarValue& out);
+    // The cores of both, shared with closed runs: a built-in on its arguments as GetArg
+    // gave them, the first worked on in place; Len, Asc or InStr on texts read in place.
+    static bool ApplyBuiltin(CLumBasic& basic, unsigned short wToken, CLumsVarValue& value,
+                             const CLumsVarValue* pSecond, const CLumsVarValue* pThird);
+    static void MeasureTexts(unsigned short wToken, const std::string_view* pTexts, CLumsVarValue& out);
+    // Whether an argument computed as a value is of the kind (BuiltinKinds) it is read as.
+    static bool ArgumentFits(char cKind, const CLumsVarValue& arg);
     static bool NumberBuiltin(unsigned short wToken, CLumsVarValue& value, const CLumsVarValue* pDigits,
                               const CLumsVarValue* pMode);
     __attribute__((noinline)) void ReadBuiltin(CLumBasic& basic, SLumFastExpr& expr);
     static bool IsNumeric(const SLumFastExpr* pExpr);
+    static bool MayGiveText(const SLumFastExpr& expr);
     static void SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth);
     static bool IsPure(const CLumTermNode* pNode);
 
@@ -550,6 +580,7 @@ private:
     // Statements whose expressions call functions of the program (LumFastFramed.cpp).
     EOutcome AssignCommitted(CLumBasic& basic, SLumFastStep& step);
     __attribute__((noinline)) bool AssignClosed(CLumBasic& basic, SLumFastStep& step);
+    __attribute__((noinline)) bool AssignClosedText(CLumBasic& basic, SLumFastStep& step);
     __attribute__((noinline)) static void StoreUnbalanced(CLumBasic& basic, SLumFastStep& step, bool fResult,
                                                           CLumsVarValue& value);
     __attribute__((noinline)) bool ConditionClosed(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
@@ -584,6 +615,16 @@ private:
         CLumsVarValue* m_pValue;
         SLumNumber m_cNumber;
     };
+    // A text variable's value before a closed run wrote it, taken over, not copied.
+    struct STextUndo
+    {
+        CLumsVarValue* m_pValue = nullptr;
+        CLumsVarValue m_cText;
+        STextUndo() = default;
+        STextUndo(STextUndo&& other) noexcept : m_pValue(other.m_pValue) { m_cText.Swap(other.m_cText); }
+        STextUndo(const STextUndo&) = delete;
+        STextUndo& operator=(const STextUndo&) = delete;
+    };
     // A For loop a closed run holds open.
     struct SClosedFor
     {
@@ -611,6 +652,7 @@ private:
     bool RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     bool RunClosed(CLumBasic& basic, SLumFastStep& step);
     bool RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr& expr, SLumNumber& out);
+    bool RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);
     template <class Site, class Body> bool Closed(CLumBasic& basic, Site& site, Body&& body);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);
@@ -619,15 +661,20 @@ private:
     template <class Site>
     SLumFastStep* ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
                               const SClosedFrame& caller, int nLevel, uint64_t& nScope);
-    bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out);
+    bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out,
+                    CLumsVarValue* pText = nullptr);
     bool ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
+    __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
+                                                         const std::vector<SLumFastExpr*>& args,
+                                                         const SClosedFrame& caller);
     SLumFastStep* ClosedBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& frame);
     SLumFastStep* Onward(CLumBasic& basic, SLumFastStep& step, bool fTaken, unsigned long& nSteps);
     static bool IsStopRequested(const CLumBasic& basic);
     bool MustLeave(const CLumBasic& basic) const;
     static bool PassMarkers(SLumFastStep* pLink, SLumPastMarkers& past);
     bool ClosedAssign(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame);
+    __attribute__((noinline, cold)) bool ClosedAssignText(SLumFastStep& step, const SClosedFrame& frame);
     CLumsVarValue* ClosedStore(SLumFastStep& step, const SLumNumber& n);
     bool IfOnTop(int nIfs, size_t nForBase) const;
     __attribute__((noinline)) bool ClosedFor(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame,
@@ -642,11 +689,29 @@ private:
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
+    // Values that may be texts: an expression's value as EvalValue computes it, a
+    // built-in's as Builtin does (LumFastBuiltin.cpp), a number from them, a text for a
+    // text variable. `pFrame` is null inside a built-in, whose arguments call no
+    // procedure.
+    bool ClosedAny(SLumFastExpr& expr, const SClosedFrame* pFrame, CLumsVarValue& out);
+    static const CLumsVarValue* TextConstant(const SLumFastExpr& expr);
+    bool ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out);
+    bool ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out);
+    __attribute__((noinline, cold)) bool ClosedTextBuiltin(SLumFastExpr& expr, SLumNumber& out);
+    __attribute__((noinline, cold)) bool ClosedTextNumber(SLumFastExpr& expr, const SClosedFrame* pFrame,
+                                                          SLumNumber& out);
+    bool AsText(CLumsVarValue& value);
+    __attribute__((noinline, cold)) bool ClosedTextResult(const CLumsVarValue& result, CLumsVarValue* pText);
+    bool KeepText(CLumsVarValue& target, SLumKept& kept, CLumsVarValue& value);
+    __attribute__((noinline)) void UndoTexts();
+    __attribute__((noinline)) void DropKeptTexts();
+    bool TextsAllowed() const;
     __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedIndices(SLumFastExpr& expr, long* pIndices);
     __attribute__((noinline)) bool ClosedAssignElement(CLumBasic& basic, SLumFastStep& step,
                                                        const SClosedFrame& frame);
-    bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out);
+    bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out,
+                      CLumsVarValue* pText);
     const CLumsVarValue* FindResult(SLumFastStep& end, const SClosedFrame& caller);
     bool Keep(CLumsVarValue& target, SLumKept& kept);
     __attribute__((noinline)) bool KeepMore();
@@ -789,8 +854,15 @@ private:
     // The For loops the procedures of a closed run hold open, the innermost last.
     std::vector<SClosedFor> m_aClosedFors;
     size_t m_nClosedFors = 0; // its size, read at every call
-    const CLumFunctionStack* m_pNames = nullptr;
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;
+    // Text variables apart: a variable a closed run wrote stays a number or a text, so
+    // each is noted in one list only, and the two go back in any order.
+    std::vector<STextUndo> m_aTextUndo;
+    bool m_fTextsKept = false; // the list holds texts
+    // The interpreter of the closed run going on.
+    CLumBasic* m_pClosedBasic = nullptr;
+    // The text result of the function a closed run called from an expression.
+    CLumsVarValue m_cClosedText;
 };

@@ -58,13 +58,29 @@ void CLumFastForm::StoreUnbalanced(CLumBasic& basic, SLumFastStep& step, bool fR
 bool CLumFastForm::AssignClosed(CLumBasic& basic, SLumFastStep& step)
 {
     if (step.m_cType == '$')
-        return false;
+        return AssignClosedText(basic, step);
     m_nScope = basic.m_cFunctionStack.GetScope();
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     SLumNumber n;
     if (pTarget == nullptr || !RunClosed(basic, step, *step.m_pExpr, n))
         return false;
     LumFastStore(*pTarget, n, step.m_cType);
+    return true;
+}
+
+// A text for a text variable found before, computed whole with its calls; the value is
+// made a text inside the run, so that a number, which the handler refuses, gives up.
+bool CLumFastForm::AssignClosedText(CLumBasic& basic, SLumFastStep& step)
+{
+    // Under a memory budget a closed run makes no text: not tried.
+    if ((basic.m_pBudget->m_nWatch.load(std::memory_order_relaxed) & CLumBasic::SLumRunBudget::MEMORY) != 0)
+        return false;
+    m_nScope = basic.m_cFunctionStack.GetScope();
+    CLumsVarValue* pTarget = Cached(step.m_cTarget);
+    CLumsVarValue value;
+    if (pTarget == nullptr || !RunClosed(basic, step, value))
+        return false;
+    pTarget->Swap(value);
     return true;
 }
 
@@ -311,7 +327,10 @@ CLumsVarValue* CLumFastForm::CallClosed(CLumBasic& basic, SLumFastExpr& expr, in
     if (!TryClosed(expr, nRun, [&] { return RunClosed(basic, expr, closed); }))
         return nullptr;
     std::unique_ptr<CLumsVarValue> pResult(new CLumsVarValue());
-    LumFastStore(*pResult, closed);
+    if (__builtin_expect(m_cClosedText.IsString(), 0))
+        pResult->Swap(m_cClosedText);
+    else
+        LumFastStore(*pResult, closed);
     return pResult.release();
 }
 

@@ -381,6 +381,7 @@ SLumFastExpr* CLumFastForm::Compile(CLumBasic& basic, CLumTermNode* pNode, bool 
     // As a value, only an operator's number can stand for the value: a leaf or a
     // function may give the empty value, which a number would lose.
     expr.m_fNumericValue = expr.m_eOp == SLumFastExpr::OPERATOR && IsNumeric(&expr);
+    expr.m_fText = MayGiveText(expr);
     return &expr;
 }
 
@@ -516,6 +517,29 @@ void CLumFastForm::SetDepths(SLumFastExpr* pExpr, int nArgDepth, int nIndexDepth
         break;
     default:
         break;
+    }
+}
+
+// Whether a node or a part of it may give a text: a constant text, a name of a text, a
+// function of the program whose name is one, or a built-in that gives no number.
+bool CLumFastForm::MayGiveText(const SLumFastExpr& expr)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+        return expr.m_pNode->GetConstant().IsString();
+    case SLumFastExpr::VARIABLE:
+    case SLumFastExpr::ELEMENT:
+        return expr.m_cType == '$';
+    case SLumFastExpr::OPERATOR:
+        return expr.m_pLeft->m_fText || expr.m_pRight->m_fText;
+    case SLumFastExpr::USERCALL:
+    {
+        size_t nName = expr.m_pszName != nullptr ? strlen(expr.m_pszName) : 0;
+        return nName == 0 || expr.m_pszName[nName - 1] == '$';
+    }
+    default:
+        return !IsNumeric(&expr);
     }
 }
 

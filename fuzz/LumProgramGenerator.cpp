@@ -50,6 +50,11 @@ struct SProc
     // Only numbers, branches, While and Do and calls: a procedure that the fast form
     // can run whole.
     bool m_fNumbersOnly = false;
+    // Texts and numbers of only what the fast form runs whole as well: constants,
+    // variables, `+`, comparisons and the built-ins the fast form computes, calls of
+    // procedures of this kind or of numbers only; no element of texts, no statement for
+    // a handler.
+    bool m_fPlainTexts = false;
     // The parameters; the first, d%, is the depth that bounds a recursion. Nothing
     // assigns it, so a call with d% - 1 goes one level deeper.
     std::vector<std::string> m_aParams;
@@ -72,6 +77,7 @@ struct SContext
     bool m_fSelf = false;           // behind `If d% > 0`: the procedure may call itself
     bool m_fArrays = true;          // the library declares no arrays
     bool m_fNumbersOnly = false;    // see SProc
+    bool m_fPlainTexts = false;     // see SProc
     // Numbers only, outside the library: elements of numbers are read and written, which
     // functions run whole take on.
     bool m_fReadsArrays = false;
@@ -128,6 +134,7 @@ private:
     std::string Expr(EType eType, const SContext& ctx, int nDepth);
     std::string Number(const SContext& ctx, int nDepth);
     std::string NumberBuiltin(const SContext& ctx, int nDepth);
+    std::string MeasureOfText(const SContext& ctx, int nDepth);
     std::string RoundArg(const SContext& ctx, int nDepth, unsigned nCount, int nFrom);
     std::string Text(const SContext& ctx, int nDepth);
     std::string Variable(EType eType, const SContext& ctx, bool fTarget);
@@ -194,6 +201,27 @@ SLumGeneratedProgram CGenerator::Generate()
     main.m_fNumbersOnly = m_fNumbersOnly;
     for (int i = 1 + static_cast<int>(m_c.Pick(6)); i > 0; --i)
         Statement(main, 0);
+    // A procedure of plain texts called from a loop: the first call makes the links and
+    // the caches, the later ones run whole.
+    std::vector<const SProc*> apPlain;
+    for (const SProc& proc : m_aProcs)
+        if (proc.m_fPlainTexts)
+            apPlain.push_back(&proc);
+    const SProc* pPlain =
+        apPlain.empty() ? nullptr : apPlain[m_c.Pick(static_cast<unsigned>(apPlain.size()))];
+    if (pPlain != nullptr && m_c.Chance(60))
+    {
+        SContext plain = main;
+        plain.m_fPlainTexts = true;
+        plain.m_fArrays = false;
+        Line("For ic% = 1 To 6");
+        ++m_nIndent;
+        Line(pPlain->m_fFunction
+                 ? Variable(TypeOf(pPlain->m_strName), plain, true) + " = " + Call(*pPlain, plain, 1)
+                 : pPlain->m_strName + " " + Arguments(*pPlain, plain, 1));
+        --m_nIndent;
+        Line("Next ic%");
+    }
     // Now and then a text built in a loop until the memory budget ends the run.
     if (m_c.Chance(12))
     {
@@ -236,6 +264,7 @@ void CGenerator::MakeProcedures()
         proc.m_fLibrary = i >= m_nMainProcs;
         proc.m_fFunction = m_c.Chance(60);
         proc.m_fNumbersOnly = m_fNumbersOnly || m_c.Chance(50);
+        proc.m_fPlainTexts = !proc.m_fNumbersOnly && m_c.Chance(50);
         static const char* const s_apszSuffix[] = {"", "%", "$"};
         proc.m_strName = std::string(proc.m_fLibrary ? "L" : "") + (proc.m_fFunction ? "F" : "S") +
                          std::to_string(i) +
@@ -249,7 +278,7 @@ void CGenerator::MakeProcedures()
                 proc.m_aParams.push_back(pszParam);
         // A Dim is a statement the fast form does not run whole; most such procedures
         // do without.
-        bool fLocals = !proc.m_fNumbersOnly || m_c.Chance(30);
+        bool fLocals = !(proc.m_fNumbersOnly || proc.m_fPlainTexts) || m_c.Chance(30);
         for (const char* pszLocal : s_apszLocals)
         {
             bool fParam = false;
@@ -278,8 +307,9 @@ void CGenerator::Procedure(const SProc& proc)
     ++m_nIndent;
     SContext ctx;
     ctx.m_pProc = &proc;
-    ctx.m_fArrays = !proc.m_fLibrary && !proc.m_fNumbersOnly;
+    ctx.m_fArrays = !proc.m_fLibrary && !proc.m_fNumbersOnly && !proc.m_fPlainTexts;
     ctx.m_fNumbersOnly = proc.m_fNumbersOnly;
+    ctx.m_fPlainTexts = proc.m_fPlainTexts;
     ctx.m_fReadsArrays = !proc.m_fLibrary && proc.m_fNumbersOnly;
     if (!proc.m_aLocals.empty())
     {
@@ -309,7 +339,7 @@ void CGenerator::Statement(const SContext& ctx, int nDepth)
 {
     unsigned nKind = m_c.Pick(nDepth >= 3 ? 2 : 10);
     // Main's For is no hindrance: only called procedures run whole.
-    if (ctx.m_fNumbersOnly &&
+    if ((ctx.m_fNumbersOnly || ctx.m_fPlainTexts) &&
         (nKind == 8 || nKind == 9 || (nKind == 4 && ctx.m_pProc != nullptr && m_c.Chance(80))))
         nKind = 5;
     switch (nKind)
@@ -378,6 +408,8 @@ std::string CGenerator::Simple(const SContext& ctx)
     unsigned nKind = m_c.Pick(9);
     if (ctx.m_fNumbersOnly && nKind != 3 && nKind != 4 && !(nKind == 2 && ctx.m_fReadsArrays))
         nKind = 0;
+    if (ctx.m_fPlainTexts && nKind != 3 && nKind != 4 && nKind != 8)
+        nKind = 0;
     switch (nKind)
     {
     case 0:
@@ -399,7 +431,7 @@ std::string CGenerator::Simple(const SContext& ctx)
         {
             std::string strArgs = Arguments(*pSub, ctx, 1);
             // CallEx is for the regular way.
-            switch (m_c.Pick(ctx.m_fNumbersOnly ? 2 : 3))
+            switch (m_c.Pick(ctx.m_fNumbersOnly || ctx.m_fPlainTexts ? 2 : 3))
             {
             case 0:
                 return "Call " + pSub->m_strName + "(" + strArgs + ")";
@@ -541,17 +573,7 @@ std::string CGenerator::Number(const SContext& ctx, int nDepth)
     case 8:
         if (ctx.m_fNumbersOnly || m_c.Chance(50))
             return NumberBuiltin(ctx, nDepth);
-        switch (m_c.Pick(4))
-        {
-        case 0:
-            return (m_c.Chance(50) ? "Len(" : "Asc(") + Text(ctx, nDepth + 1) + ")";
-        case 1:
-            return "Val(" + Text(ctx, nDepth + 1) + ")";
-        case 2:
-            return "InStr(" + Text(ctx, nDepth + 1) + ", " + Text(ctx, nDepth + 1) + ")";
-        default:
-            return "ShowMessage(" + Text(ctx, 4) + ", \"?\", " + PickOf(m_c, s_apszLongs) + ")";
-        }
+        return MeasureOfText(ctx, nDepth);
     case 9:
         if (ctx.m_fArrays || ctx.m_fReadsArrays)
             return Element(m_c.Chance(50) ? EType::Long : EType::Double, ctx, nDepth + 1);
@@ -584,6 +606,26 @@ std::string CGenerator::NumberBuiltin(const SContext& ctx, int nDepth)
                                      (m_c.Chance(60) ? ", " + RoundArg(ctx, nDepth, 5, 0) : "")
                                : "") +
                ")";
+    }
+}
+
+// A number from texts. Val is the machinery's and ShowMessage the host's: with plain
+// texts, Len or Asc and InStr instead.
+std::string CGenerator::MeasureOfText(const SContext& ctx, int nDepth)
+{
+    unsigned nKind = m_c.Pick(4);
+    if (ctx.m_fPlainTexts && (nKind == 1 || nKind == 3))
+        --nKind;
+    switch (nKind)
+    {
+    case 0:
+        return (m_c.Chance(50) ? "Len(" : "Asc(") + Text(ctx, nDepth + 1) + ")";
+    case 1:
+        return "Val(" + Text(ctx, nDepth + 1) + ")";
+    case 2:
+        return "InStr(" + Text(ctx, nDepth + 1) + ", " + Text(ctx, nDepth + 1) + ")";
+    default:
+        return "ShowMessage(" + Text(ctx, 4) + ", \"?\", " + PickOf(m_c, s_apszLongs) + ")";
     }
 }
 
@@ -630,6 +672,8 @@ std::string CGenerator::Text(const SContext& ctx, int nDepth)
         return "Str$(" + Number(ctx, nDepth + 1) +
                (m_c.Chance(50) ? std::string(", ") + PickOf(m_c, s_apszTemplates) : "") + ")";
     case 8:
+        if (ctx.m_fPlainTexts)
+            return PickOf(m_c, s_apszTexts);
         if (ctx.m_fArrays && m_c.Chance(50))
             return "NameOf(" + Element(static_cast<EType>(m_c.Pick(3)), ctx, nDepth + 1) + ")";
         return "NameOf(" + Variable(static_cast<EType>(m_c.Pick(3)), ctx, false) + ")";
@@ -682,9 +726,11 @@ const SProc* CGenerator::Callee(const SContext& ctx, bool fFunction, EType eType
     std::vector<const SProc*> aCandidates;
     size_t nFirst = ctx.m_pProc != nullptr ? ctx.m_pProc->m_nFirstCallee : 0;
     size_t nLast = ctx.m_pProc != nullptr ? ctx.m_pProc->m_nLastCallee : m_aProcs.size();
-    // A procedure of numbers only calls only its kind, so that the calls run whole too.
+    // A procedure of numbers only calls only its kind, and one of plain texts its kind or
+    // numbers only, so that the calls run whole too.
     auto fits = [&](const SProc& proc) {
         return proc.m_fFunction == fFunction && (!ctx.m_fNumbersOnly || proc.m_fNumbersOnly) &&
+               (!ctx.m_fPlainTexts || proc.m_fNumbersOnly || proc.m_fPlainTexts) &&
                (!fFunction || TypeOf(proc.m_strName) == eType ||
                 (eType != EType::Text && TypeOf(proc.m_strName) != EType::Text));
     };

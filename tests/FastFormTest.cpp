@@ -342,3 +342,70 @@ TEST(FastForm, BuiltinsAndElementsFailAsTheyFailPlain)
         EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
     }
 }
+
+// Texts in functions the fast form runs whole, against the plain way: a text function
+// called from a loop with a text parameter, texts made by the built-ins the fast form
+// computes, joined, compared and measured, a recursion of texts, a Sub that writes a
+// global text; and runs that give up after text writes (a division by zero, the
+// statement limit), which leave the store as the plain way does.
+TEST(FastForm, FunctionsRunWholeTakeTextsAsTheyRunPlain)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszBody; // of Function F$(n%, p$)
+        const char* m_pszSeen; // a line the trail or the store must show
+        unsigned long m_nLimit;
+    } aCases[] = {
+        {"a template and a suffix", "  F$ = Str$(Round(n% * 1234.5678, 2, 2), \"999.999,99\") + \" EUR\"\n",
+         "7.407,41 EUR|", 0},
+        {"a line built in a loop",
+         "  l$ = \"\"\n  For i% = 1 To n%\n    l$ = l$ + Left$(p$, i%) + Str$(i%)\n  Next i%\n"
+         "  F$ = RTrim$(LTrim$(l$))\n",
+         "abc,d6|", 0},
+        {"a text parameter measured",
+         "  F$ = Str$(InStr(p$, \",\") * 100 + Len(p$) * 10 + Asc(Mid$(p$, n%, 1)))\n", "S:s$=587|588|", 0},
+        {"texts compared",
+         "  If Left$(p$, n%) = \" ab\" Or Right$(p$, n%) > \"f\" Then\n    F$ = \"yes\"\n  Else\n"
+         "    F$ = p$ + Chr$(64 + n%)\n  End If\n",
+         "|yes|", 0},
+        {"a recursion of texts",
+         "  If n% > 1 Then\n    F$ = F$(n% - 1, p$ + \"-\") + Str$(n%)\n  Else\n    F$ = Mid$(p$, 2, 3)\n"
+         "  End If\n",
+         "bc,11111|", 0},
+        {"a Sub writes a global text", "  G Right$(p$, n%)\n  F$ = g$\n", "S:g$= f ef def ,def c,def \n", 0},
+        {"a division by zero after text writes", "  G \"x\"\n  F$ = p$\n  F$ = F$ + Str$(10 / (n% - 4))\n",
+         "Division durch Null", 0},
+        {"the statement limit inside a line being built",
+         "  l$ = \"\"\n  For i% = 1 To n%\n    l$ = l$ + Left$(p$, i%) + Str$(i%)\n    G \"x\"\n  Next i%\n"
+         "  F$ = l$\n",
+         "S:g$=xxxxxx\n", 140},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource = std::string("Declare Function F$(n%, p$)\nDeclare Sub G(q$)\nSub Main\n"
+                                            "  w$ = \" abc,def \"\n  For k% = 1 To 6\n"
+                                            "    r$ = F$(k%, w$)\n    s$ = s$ + r$ + \"|\"\n"
+                                            "    t = t + Len(r$)\n  Next k%\nEnd Sub\n"
+                                            "Sub G(q$)\n  g$ = g$ + q$\nEnd Sub\nFunction F$(n%, p$)\n") +
+                                c.m_pszBody + "End Function\n";
+        std::vector<uint8_t> aImage;
+        std::string strDiagnostics = CompileText(strSource, aImage);
+        ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
+        std::string aOutcomes[2];
+        for (bool fPlain : {false, true})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(!fPlain);
+            basic.SetStatementLimit(c.m_nLimit);
+            std::string& strOutcome = aOutcomes[fPlain];
+            for (const std::string& str : RunImage(basic, aImage))
+                strOutcome += str + "\n";
+            strOutcome += "statements " + std::to_string(basic.GetStatementCount()) + "\n";
+            vars.MakeString(&strOutcome);
+        }
+        EXPECT_EQ(aOutcomes[0], aOutcomes[1]) << c.m_pszName;
+        EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
+    }
+}

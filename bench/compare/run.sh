@@ -25,6 +25,7 @@ kinds=(
   "sumarray 1000000 a function summing an array, per element"
   "builtin 1000000 Abs, Fix, Round, Sgn in a function, per call"
   "template 300000 Str\$ with a template"
+  "amount 300000 a Function formatting an amount, per call"
   "invoice 200000 invoice lines (realistic program)"
   "build 20000 building a text, s\$ = s\$ + p\$"
 )
