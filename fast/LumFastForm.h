@@ -271,28 +271,6 @@ struct SLumFastStep : SLumFastCallSite
 // The helpers below sit in the innermost loops of a run: always inlined.
 #define LUM_HOT inline __attribute__((always_inline))
 
-// A value as a number (an empty value is the long 0); false for a string.
-LUM_HOT bool LumFastNumber(const CLumsVarValue& value, SLumNumber& out)
-{
-    switch (value.GetType())
-    {
-    case CLumsVarValue::VT_LONG:
-        out.m_fDouble = false;
-        out.m_nLong = value.LongValue();
-        return true;
-    case CLumsVarValue::VT_DOUBLE:
-        out.m_fDouble = true;
-        out.m_dDouble = value.DoubleValue();
-        return true;
-    case CLumsVarValue::VT_EMPTY:
-        out.m_fDouble = false;
-        out.m_nLong = 0;
-        return true;
-    default:
-        return false;
-    }
-}
-
 // A value that is a number (not an empty value) as a number; false for any other.
 LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
 {
@@ -309,6 +287,18 @@ LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
     default:
         return false;
     }
+}
+
+// A value as a number (an empty value is the long 0); false for a string.
+LUM_HOT bool LumFastNumber(const CLumsVarValue& value, SLumNumber& out)
+{
+    if (LumFastNumberOnly(value, out))
+        return true;
+    if (value.GetType() != CLumsVarValue::VT_EMPTY)
+        return false;
+    out.m_fDouble = false;
+    out.m_nLong = 0;
+    return true;
 }
 
 LUM_HOT void LumFastSetLong(SLumNumber& out, int64_t n)
