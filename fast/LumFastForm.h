@@ -355,12 +355,15 @@ LUM_HOT void LumFastStore(CLumsVarValue& target, const SLumNumber& n)
 LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SLumNumber& r, SLumNumber& out)
 {
     bool fLongs = !l.m_fDouble && !r.m_fDouble;
-    switch (wToken)
+    // The most frequent operator ahead of the jump through the table.
+    if (wToken == LBT_PLUS)
     {
-    case LBT_PLUS:
         fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) + r.m_nLong)
                : LumFastSetDouble(out, l.AsDouble() + r.AsDouble());
         return true;
+    }
+    switch (wToken)
+    {
     case LBT_MINUS:
         fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) - r.m_nLong)
                : LumFastSetDouble(out, l.AsDouble() - r.AsDouble());
