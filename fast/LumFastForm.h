@@ -203,6 +203,9 @@ struct SLumFastStep : SLumFastCallSite
     EKind m_eKind = SLOW;
     // The value or condition is a number, computed without values of the store's kind.
     bool m_fNumeric = false;
+    // ASSIGN: a number for a target of numbers, computed without functions of the
+    // program: the assignment the run loop makes most.
+    bool m_fNumberToNumber = false;
     // The value or condition calls functions of the program: it runs to its end or its
     // failure here, with the frames its handler would give it.
     bool m_fCommitted = false;

@@ -286,10 +286,12 @@ bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& 
 // other assignment takes the way of values.
 LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastStep& step)
 {
-    if (step.m_fCommitted)
-        return AssignCommitted(basic, step);
-    if (!step.m_fNumeric || step.m_cType == '$')
+    if (!step.m_fNumberToNumber)
+    {
+        if (step.m_fCommitted)
+            return AssignCommitted(basic, step);
         return step.m_pAppendTo != nullptr ? AssignAppend(basic, step) : AssignValue(basic, step);
+    }
     CLumsVarValue* pTarget = Cached(step.m_cTarget);
     if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty())
         return AssignValue(basic, step);

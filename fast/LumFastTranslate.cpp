@@ -241,6 +241,7 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         SetDepths(pArg, 0, 0);
     step.m_fNumeric = step.m_pExpr != nullptr && IsNumeric(step.m_pExpr);
     step.m_fCommitted = step.m_pExpr != nullptr && !step.m_pExpr->m_fPure;
+    step.m_fNumberToNumber = !step.m_fCommitted && step.m_fNumeric && step.m_cType != '$';
     step.m_eKind = eKind;
     if (eKind == SLumFastStep::ASSIGN && step.m_cType == '$' && !step.m_fCommitted)
         FindAppendedParts(step);
