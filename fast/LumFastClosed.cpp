@@ -815,14 +815,14 @@ int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
     if (m_nClosedFors == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
         return -1;
     SClosedFor& loop = m_aClosedFors.back();
-    SLumNumber counter, ended;
+    SLumNumber counter;
     if (!loop.m_pCounter->IsNumber() || !LumFastNumber(*loop.m_pCounter, counter) ||
         !Keep(*loop.m_pCounter, step.m_cKept))
         return -1;
     LumFastOperate(LBT_PLUS, counter, loop.m_cStep, counter);
-    LumFastOperate(loop.m_cStep.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, loop.m_cEnd, ended);
+    bool fPast = LumFastPastEnd(counter, loop.m_cEnd, loop.m_cStep);
     LumFastStore(*loop.m_pCounter, counter, counter.m_fDouble ? 0 : '%');
-    if (ended.m_nLong == 0)
+    if (!fPast)
         return 1;
     m_aClosedFors.pop_back();
     --m_nClosedFors;

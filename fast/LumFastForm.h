@@ -415,6 +415,15 @@ LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SL
     }
 }
 
+// Whether a For loop's counter has passed its end: above it counting up, below it
+// counting down, as the handler's > and < decide.
+LUM_HOT bool LumFastPastEnd(const SLumNumber& counter, const SLumNumber& end, const SLumNumber& step)
+{
+    SLumNumber past;
+    LumFastOperate(step.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, end, past);
+    return past.m_nLong != 0;
+}
+
 class CLumFastForm
 {
 public:

@@ -309,17 +309,22 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic)
     if (stack.IsEmpty() || stack.Top()->m_nKind != 1)
         return HANDLER;
     CmdData* pCmd = stack.Top();
+    // A cache holds only variables that exist, never a name's null value.
     CLumsVarValue* pCounter = Cached(pCmd->m_cCounter);
     if (pCounter == nullptr)
+    {
         pCounter = basic.CachedVar(pCmd->m_cCounter, pCmd->m_pszVarName);
-    SLumNumber counter, step, end, ended;
-    if (pCounter == nullptr || CLumVariables::IsNullValue(pCounter) || !LumFastNumber(*pCounter, counter) ||
-        !LumFastNumber(*pCmd->m_pStepValue, step) || !LumFastNumber(*pCmd->m_pEndValue, end))
+        if (pCounter == nullptr || CLumVariables::IsNullValue(pCounter))
+            return HANDLER;
+    }
+    SLumNumber counter, step, end;
+    if (!LumFastNumber(*pCounter, counter) || !LumFastNumber(*pCmd->m_pStepValue, step) ||
+        !LumFastNumber(*pCmd->m_pEndValue, end))
         return HANDLER;
     LumFastOperate(LBT_PLUS, counter, step, counter);
-    LumFastOperate(step.AsDouble() < 0 ? LBT_LT : LBT_GT, counter, end, ended);
+    bool fPast = LumFastPastEnd(counter, end, step);
     LumFastStore(*pCounter, counter, counter.m_fDouble ? 0 : '%');
-    if (ended.m_nLong == 0)
+    if (!fPast)
         return JUMP;
     // The last increment stays in the store.
     delete stack.Pop();
