@@ -358,19 +358,21 @@ LUM_HOT void LumFastStore(CLumsVarValue& target, const SLumNumber& n)
 LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SLumNumber& r, SLumNumber& out)
 {
     bool fLongs = !l.m_fDouble && !r.m_fDouble;
-    // The most frequent operator ahead of the jump through the table.
+    // The most frequent operators ahead of the jump through the table.
     if (wToken == LBT_PLUS)
     {
         fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) + r.m_nLong)
                : LumFastSetDouble(out, l.AsDouble() + r.AsDouble());
         return true;
     }
-    switch (wToken)
+    if (wToken == LBT_MINUS)
     {
-    case LBT_MINUS:
         fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) - r.m_nLong)
                : LumFastSetDouble(out, l.AsDouble() - r.AsDouble());
         return true;
+    }
+    switch (wToken)
+    {
     case LBT_MUL:
         fLongs ? LumFastSetLong(out, int64_t(l.m_nLong) * r.m_nLong)
                : LumFastSetDouble(out, l.AsDouble() * r.AsDouble());
