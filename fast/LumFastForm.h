@@ -540,6 +540,22 @@ private:
     EOutcome Next(CLumBasic& basic);
     bool Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     bool EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
+    // An operator's number: EvalNumber's own case, inlined where a statement's whole
+    // expression is most often one operator.
+    LUM_HOT bool EvalOperator(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+    {
+        bool fDone;
+        if (OperateOnLong(expr, out, fDone))
+            return fDone;
+        SLumNumber r;
+        return Leaf(basic, *expr.m_pLeft, out) && Leaf(basic, *expr.m_pRight, r) &&
+               LumFastOperate(expr.m_wToken, out, r, out);
+    }
+    // A statement's expression as a number.
+    LUM_HOT bool EvalStatement(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
+    {
+        return expr.m_eOp == SLumFastExpr::OPERATOR ? EvalOperator(basic, expr, out) : EvalNumber(basic, expr, out);
+    }
     // Constants and variables, the leaves of nearly every tree, without a call.
     LUM_HOT bool Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
     {

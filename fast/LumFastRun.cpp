@@ -267,14 +267,7 @@ bool CLumFastForm::EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& 
     case SLumFastExpr::VARIABLE:
         return Leaf(basic, expr, out);
     case SLumFastExpr::OPERATOR:
-    {
-        bool fDone;
-        if (OperateOnLong(expr, out, fDone))
-            return fDone;
-        SLumNumber r;
-        return Leaf(basic, *expr.m_pLeft, out) && Leaf(basic, *expr.m_pRight, r) &&
-               LumFastOperate(expr.m_wToken, out, r, out);
-    }
+        return EvalOperator(basic, expr, out);
     case SLumFastExpr::ELEMENT:
         return LumFastNumber(*Element(basic, expr), out);
     default:
@@ -296,7 +289,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastSt
     if (pTarget == nullptr || basic.m_cFunctionStack.IsEmpty())
         return AssignValue(basic, step);
     SLumNumber n;
-    if (!EvalNumber(basic, *step.m_pExpr, n))
+    if (!EvalStatement(basic, *step.m_pExpr, n))
         return HANDLER;
     LumFastStore(*pTarget, n, step.m_cType);
     return GO_ON;
@@ -341,7 +334,7 @@ bool CLumFastForm::Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue)
     if (step.m_fNumeric)
     {
         SLumNumber n;
-        if (!EvalNumber(basic, *step.m_pExpr, n))
+        if (!EvalStatement(basic, *step.m_pExpr, n))
             return false;
         fTrue = LumFastTruth(n);
         return true;

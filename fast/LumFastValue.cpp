@@ -122,7 +122,7 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     SLumNumber n;
     if (fSimple && step.m_fNumeric && step.m_cType != '$')
     {
-        if (!EvalNumber(basic, *step.m_pExpr, n))
+        if (!EvalStatement(basic, *step.m_pExpr, n))
             return HANDLER;
         LumFastStore(*store.ObtainElement(name, static_cast<uint32_t>(aIndices[0]), target.m_cElements), n,
                      step.m_cType);
