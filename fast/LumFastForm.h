@@ -271,8 +271,14 @@ struct SLumFastStep : SLumFastCallSite
     SLumPastMarkers m_cPastTaken;
 };
 
-// The helpers below sit in the innermost loops of a run: always inlined.
+// The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
+// builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
+// grow by the sanitizers' padding of every helper's locals at once.
+#ifdef __OPTIMIZE__
 #define LUM_HOT inline __attribute__((always_inline))
+#else
+#define LUM_HOT inline
+#endif
 
 // A value that is a number (not an empty value) as a number; false for any other.
 LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
@@ -528,6 +534,8 @@ private:
 
     // Execution (LumFastRun.cpp).
     SLumFastStep* RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
+    SLumFastStep* RunStepsCounting(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
+                                   int& nResult);
     // The run of steps itself; `fAddingUp`: lines are counted, and hits may be added up.
     template <bool fAddingUp>
     SLumFastStep* RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
@@ -554,7 +562,8 @@ private:
     // A statement's expression as a number.
     LUM_HOT bool EvalStatement(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)
     {
-        return expr.m_eOp == SLumFastExpr::OPERATOR ? EvalOperator(basic, expr, out) : EvalNumber(basic, expr, out);
+        return expr.m_eOp == SLumFastExpr::OPERATOR ? EvalOperator(basic, expr, out)
+                                                    : EvalNumber(basic, expr, out);
     }
     // Constants and variables, the leaves of nearly every tree, without a call.
     LUM_HOT bool Leaf(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out)

@@ -393,8 +393,9 @@ CLumFastForm::EOutcome CLumFastForm::Branch(CLumBasic& basic, SLumFastStep& step
 // for the handler, or null where the links end, with the raw position in `pLeaveAt`,
 // or where a statement ended the run loop, with `nResult` set. Whatever fails in a
 // statement sends it to its handler: nothing was changed before.
-SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
-                                     int& nResult)
+// Inlined into Run: a nested run of a recursion stacks no frame of its own for it.
+LUM_HOT SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
+                                             int& nResult)
 {
     // Near the nesting limit of expressions, where a statement's own expression or an
     // index might pass it, the handlers run every statement and report it at its place.
@@ -402,24 +403,30 @@ SLumFastStep* CLumFastForm::RunSteps(CLumBasic& basic, SLumFastStep* pStep, unsi
         return pStep;
     // A plain run pays nothing for the adding up of hits.
     if (basic.m_fDebugMode && basic.m_pDebugger != nullptr)
-        return RunStepsOf<true>(basic, pStep, pLeaveAt, nResult);
+        return RunStepsCounting(basic, pStep, pLeaveAt, nResult);
     return RunStepsOf<false>(basic, pStep, pLeaveAt, nResult);
+}
+
+// Whatever way the run of steps ends, the hits added up go to the profiler.
+SLumFastStep* CLumFastForm::RunStepsCounting(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
+                                             int& nResult)
+{
+    struct SHandIn
+    {
+        CLumFastForm& m_form;
+        ~SHandIn()
+        {
+            if (m_form.m_pAddingUp != nullptr)
+                m_form.HandInHits();
+        }
+    } handIn{*this};
+    return RunStepsOf<true>(basic, pStep, pLeaveAt, nResult);
 }
 
 template <bool fAddingUp>
 SLumFastStep* CLumFastForm::RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
                                        int& nResult)
 {
-    // Whatever way the run of steps ends, the hits added up go to the profiler.
-    struct SHandIn
-    {
-        CLumFastForm& m_form;
-        ~SHandIn()
-        {
-            if (fAddingUp && m_form.m_pAddingUp != nullptr)
-                m_form.HandInHits();
-        }
-    } handIn{*this};
     CLumBasicFile& file = *basic.m_pQuelle;
     int nDepth = file.GetStackDepth();
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
