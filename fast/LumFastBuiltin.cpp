@@ -11,16 +11,6 @@
 
 #include <algorithm>
 
-namespace
-{
-// One more level of arguments held open in a closed run while it lives.
-struct SNested
-{
-    int& m_nNested;
-    ~SNested() { --m_nNested; }
-};
-} // namespace
-
 // What a built-in reads, a letter for each argument as GetArg reads it: "T" a text,
 // "N" a number; a small letter for one that HasArg finds or not. Null for a built-in
 // that only the machinery computes.
@@ -247,7 +237,7 @@ bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
         return GiveUp();
     if (expr.m_wToken == LBT_LEN || expr.m_wToken == LBT_ASC || expr.m_wToken == LBT_INSTR)
         return ClosedMeasure(expr, out);
-    SNested nested{++m_nClosedNested};
+    CLumFastNested nested(m_nClosedNested);
     // The first argument is worked on in place; a text constant further on (a template)
     // is read where it stands.
     CLumsVarValue aArgs[3];
@@ -274,7 +264,7 @@ bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
 // where it stands.
 bool CLumFastForm::ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out)
 {
-    SNested nested{++m_nClosedNested};
+    CLumFastNested nested(m_nClosedNested);
     size_t nArgs = expr.m_apIndices.size();
     CLumsVarValue aCopies[2];
     std::string_view aTexts[2];

@@ -46,18 +46,6 @@ const size_t MAX_UNDO = 65536;
 // limit.
 const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 
-// One more level of arguments or indices held open while it lives.
-class CNested
-{
-public:
-    explicit CNested(int& nNested) : m_nNested(++nNested) {}
-    ~CNested() { --m_nNested; }
-    CNested(const CNested&) = delete;
-    CNested& operator=(const CNested&) = delete;
-
-private:
-    int& m_nNested;
-};
 } // namespace
 
 // Each marker that enters its line, as the regular way's EntersLine decides at the
@@ -964,7 +952,7 @@ bool CLumFastForm::ClosedIndices(SLumFastExpr& expr, long* pIndices)
     if (m_nClosedNested >= MAX_LEVELS || expr.m_nNameLength > CLumVariables::MAX_KEY ||
         m_pStore->HasScopedElements())
         return GiveUp();
-    CNested nested(m_nClosedNested);
+    CLumFastNested nested(m_nClosedNested);
     if (!SingleIndex(expr, pIndices))
         for (size_t i = 0; i < expr.m_apIndices.size(); ++i)
         {
@@ -1021,7 +1009,7 @@ bool CLumFastForm::ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out)
     SLumNumber aArgs[3];
     if (nArgs == 0 || nArgs > 3 || m_nClosedNested >= MAX_LEVELS)
         return GiveUp();
-    CNested nested(m_nClosedNested);
+    CLumFastNested nested(m_nClosedNested);
     for (size_t i = 0; i < nArgs; ++i)
         if (!ClosedPure(*expr.m_apIndices[i], true, aArgs[i]))
             return false;

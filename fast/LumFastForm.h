@@ -271,6 +271,19 @@ struct SLumFastStep : SLumFastCallSite
     SLumPastMarkers m_cPastTaken;
 };
 
+// One more level of arguments or indices a closed run holds open, while it lives.
+class CLumFastNested
+{
+public:
+    explicit CLumFastNested(int& nNested) : m_nNested(++nNested) {}
+    ~CLumFastNested() { --m_nNested; }
+    CLumFastNested(const CLumFastNested&) = delete;
+    CLumFastNested& operator=(const CLumFastNested&) = delete;
+
+private:
+    int& m_nNested;
+};
+
 // The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
 // builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
 // grow by the sanitizers' padding of every helper's locals at once.

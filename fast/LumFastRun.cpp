@@ -126,16 +126,11 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFas
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
     if (!debugger.OnlyCounts())
         return HANDLER;
-    CLumBasicProfiler* pProfiler = debugger.CountsInto();
     // The handler finds its cursor behind the marker's token.
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
-    {
-        debugger.NoteLine(step.m_nLine);
-        if (pProfiler != nullptr)
-            pProfiler->CountHit(step.m_nLine);
-    }
+        debugger.CountLine(step.m_nLine);
     if (fAddingUp && !debugger.HasWindow())
-        m_pAddingUp = pProfiler;
+        m_pAddingUp = debugger.CountsInto();
     return GO_ON;
 }
 
