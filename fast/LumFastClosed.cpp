@@ -803,9 +803,8 @@ int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
     if (m_nClosedFors == nForBase || m_aClosedFors.back().m_nIfs != nIfs)
         return -1;
     SClosedFor& loop = m_aClosedFors.back();
-    SLumNumber counter;
-    if (!loop.m_pCounter->IsNumber() || !LumFastNumber(*loop.m_pCounter, counter) ||
-        !Keep(*loop.m_pCounter, step.m_cKept))
+    SLumNumber counter{}; // set by the read below; GCC cannot follow the type through its bits
+    if (!LumFastNumberOnly(*loop.m_pCounter, counter) || !Keep(*loop.m_pCounter, step.m_cKept))
         return -1;
     LumFastOperate(LBT_PLUS, counter, loop.m_cStep, counter);
     bool fPast = LumFastPastEnd(counter, loop.m_cEnd, loop.m_cStep);

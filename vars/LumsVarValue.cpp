@@ -47,7 +47,7 @@ int32_t WrapLong(int64_t n)
 } // namespace
 
 // Out of line: inlined with a literal, GCC 12 warns of an overlap it imagines.
-CLumsVarValue::CLumsVarValue(const char* psz) : m_nType(VT_STRING), m_nLong(0)
+CLumsVarValue::CLumsVarValue(const char* psz) : m_nLong(0), m_nTextAndType(VT_STRING)
 {
     Text().assign(psz ? psz : "");
 }
@@ -119,7 +119,15 @@ void LumTextFree(void* p, size_t nBytes) noexcept
 
 LumText* CLumsVarValue::NewText()
 {
-    LumText* pText = new (CTextList::Alloc(sizeof(LumText))) LumText();
+    static_assert(sizeof(CLumsVarValue) == 3 * sizeof(void*));
+    void* p = CTextList::Alloc(sizeof(LumText));
+    // The pointer shares a word with the type: it must come back whole.
+    if ((reinterpret_cast<uintptr_t>(p) << TEXT_SHIFT >> TEXT_SHIFT) != reinterpret_cast<uintptr_t>(p))
+    {
+        CTextList::Free(p, sizeof(LumText));
+        throw std::bad_alloc();
+    }
+    LumText* pText = new (p) LumText();
     LumValueBytes() += static_cast<int64_t>(sizeof(LumText));
     return pText;
 }
@@ -219,7 +227,7 @@ int32_t LumDoubleToLong(double d) noexcept
 
 int32_t CLumsVarValue::GetLong() const noexcept
 {
-    switch (m_nType)
+    switch (GetType())
     {
     case VT_LONG:
         return m_nLong;
@@ -234,7 +242,7 @@ int32_t CLumsVarValue::GetLong() const noexcept
 
 double CLumsVarValue::GetDouble() const noexcept
 {
-    switch (m_nType)
+    switch (GetType())
     {
     case VT_LONG:
         return m_nLong;
@@ -250,7 +258,7 @@ double CLumsVarValue::GetDouble() const noexcept
 const char* CLumsVarValue::GetText() const
 {
     char buffer[400];
-    switch (m_nType)
+    switch (GetType())
     {
     case VT_STRING:
         return Text().c_str();
@@ -259,15 +267,15 @@ const char* CLumsVarValue::GetText() const
         if (CLumVariables::IsNullValue(this))
             return NULL_LONG_TEXT;
         Text().assign(buffer, LumFormatLong(buffer, m_nLong));
-        return m_pStr->c_str();
+        return TextPointer()->c_str();
     case VT_DOUBLE:
         if (CLumVariables::IsNullValue(this))
             return NULL_DOUBLE_TEXT;
         Text().assign(buffer, LumFormatDouble(buffer, m_dDouble));
-        return m_pStr->c_str();
+        return TextPointer()->c_str();
     default:
-        if (m_pStr != nullptr)
-            m_pStr->clear();
+        if (TextPointer() != nullptr)
+            TextPointer()->clear();
         return "";
     }
 }
@@ -275,9 +283,10 @@ const char* CLumsVarValue::GetText() const
 size_t CLumsVarValue::GetTextLength() const
 {
     const char* psz = GetText();
-    if (m_nType == VT_EMPTY)
+    if (GetType() == VT_EMPTY)
         return 0;
-    return m_pStr != nullptr && psz == m_pStr->c_str() ? m_pStr->size() : strlen(psz);
+    const LumText* pText = TextPointer();
+    return pText != nullptr && psz == pText->c_str() ? pText->size() : strlen(psz);
 }
 
 void LumAppendTexts(LumText& text, const std::string_view* pParts, size_t nParts)
@@ -304,17 +313,17 @@ void LumAppendTexts(LumText& text, const std::string_view* pParts, size_t nParts
 
 LumText& CLumsVarValue::GetStringRef()
 {
-    if (m_nType != VT_STRING)
+    if (GetType() != VT_STRING)
     {
         GetText();
-        m_nType = VT_STRING;
+        SetType(VT_STRING);
     }
     return Text();
 }
 
 bool CLumsVarValue::IsTrue() const noexcept
 {
-    switch (m_nType)
+    switch (GetType())
     {
     case VT_LONG:
         return m_nLong != 0;
@@ -329,8 +338,8 @@ bool CLumsVarValue::IsTrue() const noexcept
 
 int CLumsVarValue::Compare(const CLumsVarValue& l, const CLumsVarValue& r, const char* pszOperator)
 {
-    bool fLeftString = l.m_nType == VT_STRING;
-    bool fRightString = r.m_nType == VT_STRING;
+    bool fLeftString = l.GetType() == VT_STRING;
+    bool fRightString = r.GetType() == VT_STRING;
     if (fLeftString && fRightString)
     {
         int n = l.Text().compare(r.Text());
@@ -381,7 +390,7 @@ int CLumsVarValue::operator>=(const CLumsVarValue& r) const
 
 void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
 {
-    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+    if (l.GetType() == VT_STRING || r.GetType() == VT_STRING)
     {
         // Build aside first: `out` may be an operand.
         LumText str;
@@ -391,7 +400,7 @@ void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVar
         size_t nRight = r.GetTextLength();
         str.reserve(LumTextRoom(nLeft + nRight));
         str.append(pszLeft, nLeft).append(pszRight, nRight);
-        out.m_nType = VT_STRING;
+        out.SetType(VT_STRING);
         out.Text().swap(str);
     }
     else if (IsLongLike(l) && IsLongLike(r))
@@ -402,7 +411,7 @@ void CLumsVarValue::Add(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVar
 
 void CLumsVarValue::Subtract(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
 {
-    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+    if (l.GetType() == VT_STRING || r.GetType() == VT_STRING)
         RaiseStringOperator("-");
     if (IsLongLike(l) && IsLongLike(r))
         out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) - r.GetLong()));
@@ -412,7 +421,7 @@ void CLumsVarValue::Subtract(const CLumsVarValue& l, const CLumsVarValue& r, CLu
 
 void CLumsVarValue::Multiply(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
 {
-    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+    if (l.GetType() == VT_STRING || r.GetType() == VT_STRING)
         RaiseStringOperator("*");
     if (IsLongLike(l) && IsLongLike(r))
         out = static_cast<long>(WrapLong(static_cast<int64_t>(l.GetLong()) * r.GetLong()));
@@ -422,7 +431,7 @@ void CLumsVarValue::Multiply(const CLumsVarValue& l, const CLumsVarValue& r, CLu
 
 void CLumsVarValue::Divide(const CLumsVarValue& l, const CLumsVarValue& r, CLumsVarValue& out)
 {
-    if (l.m_nType == VT_STRING || r.m_nType == VT_STRING)
+    if (l.GetType() == VT_STRING || r.GetType() == VT_STRING)
         RaiseStringOperator("/");
     double dDivisor = r.GetDouble();
     if (dDivisor == 0.0)

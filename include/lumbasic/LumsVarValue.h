@@ -58,30 +58,31 @@ public:
         VT_EMPTY = 3,
     };
 
-    CLumsVarValue() noexcept : m_nType(VT_EMPTY), m_nLong(0) {}
-    explicit CLumsVarValue(long n) noexcept : m_nType(VT_LONG), m_nLong(static_cast<int32_t>(n)) {}
-    explicit CLumsVarValue(int n) noexcept : m_nType(VT_LONG), m_nLong(n) {}
-    explicit CLumsVarValue(double d) noexcept : m_nType(VT_DOUBLE), m_dDouble(d) {}
+    CLumsVarValue() noexcept : m_nLong(0), m_nTextAndType(VT_EMPTY) {}
+    explicit CLumsVarValue(long n) noexcept : m_nLong(static_cast<int32_t>(n)), m_nTextAndType(VT_LONG) {}
+    explicit CLumsVarValue(int n) noexcept : m_nLong(n), m_nTextAndType(VT_LONG) {}
+    explicit CLumsVarValue(double d) noexcept : m_dDouble(d), m_nTextAndType(VT_DOUBLE) {}
     explicit CLumsVarValue(const char* psz);
     // Copies skip the text cache of a number: copies happen at every variable read.
-    CLumsVarValue(const CLumsVarValue& src) : CLumObject(), m_nType(src.m_nType), m_dDouble(src.m_dDouble)
+    CLumsVarValue(const CLumsVarValue& src)
+        : CLumObject(), m_dDouble(src.m_dDouble), m_nTextAndType(static_cast<uintptr_t>(src.GetType()))
     {
-        if (src.m_nType == VT_STRING)
-            Text() = *src.m_pStr;
+        if (src.GetType() == VT_STRING)
+            Text() = *src.TextPointer();
     }
     ~CLumsVarValue() override
     {
-        if (m_pStr != nullptr)
-            FreeText(m_pStr);
+        if (TextPointer() != nullptr)
+            FreeText(TextPointer());
     }
 
     CLumsVarValue& operator=(const CLumsVarValue& src)
     {
-        if (src.m_nType == VT_STRING && &src != this)
-            Text() = *src.m_pStr;
-        else if (src.m_nType != VT_STRING)
+        if (src.GetType() == VT_STRING && &src != this)
+            Text() = *src.TextPointer();
+        else if (src.GetType() != VT_STRING)
             DropText();
-        m_nType = src.m_nType;
+        SetType(src.GetType());
         m_dDouble = src.m_dDouble;
         return *this;
     }
@@ -89,7 +90,7 @@ public:
     CLumsVarValue& operator=(long n) noexcept
     {
         DropText();
-        m_nType = VT_LONG;
+        m_nTextAndType = VT_LONG;
         m_nLong = static_cast<int32_t>(static_cast<uint32_t>(n));
         return *this;
     }
@@ -97,42 +98,41 @@ public:
     CLumsVarValue& operator=(double d) noexcept
     {
         DropText();
-        m_nType = VT_DOUBLE;
+        m_nTextAndType = VT_DOUBLE;
         m_dDouble = d;
         return *this;
     }
     CLumsVarValue& operator=(const char* psz)
     {
         Text().assign(psz ? psz : "");
-        m_nType = VT_STRING;
+        SetType(VT_STRING);
         return *this;
     }
     CLumsVarValue& operator=(const std::string& str)
     {
         Text().assign(str.data(), str.size());
-        m_nType = VT_STRING;
+        SetType(VT_STRING);
         return *this;
     }
     // Exchanges contents; the store uses it to keep a variable's object when it
     // takes a new value, so that pointers to the variable stay valid.
     void Swap(CLumsVarValue& other) noexcept
     {
-        std::swap(m_nType, other.m_nType);
         std::swap(m_dDouble, other.m_dDouble);
-        std::swap(m_pStr, other.m_pStr);
+        std::swap(m_nTextAndType, other.m_nTextAndType);
     }
     void SetString(const char* p, size_t n)
     {
         Text().assign(p, n);
-        m_nType = VT_STRING;
+        SetType(VT_STRING);
     }
 
-    int GetType() const noexcept { return m_nType; }
+    int GetType() const noexcept { return static_cast<uint8_t>(m_nTextAndType); }
     // The number a long or a double holds, for code that has looked at the type.
     int32_t LongValue() const noexcept { return m_nLong; }
     double DoubleValue() const noexcept { return m_dDouble; }
-    bool IsString() const noexcept { return m_nType == VT_STRING; }
-    bool IsNumber() const noexcept { return m_nType == VT_LONG || m_nType == VT_DOUBLE; }
+    bool IsString() const noexcept { return GetType() == VT_STRING; }
+    bool IsNumber() const noexcept { return GetType() == VT_LONG || GetType() == VT_DOUBLE; }
 
     // A double is cut towards zero and saturates; NaN gives 0; a string reads as atol.
     int32_t GetLong() const noexcept;
@@ -179,35 +179,46 @@ public:
     static void operator delete(void* p, size_t n) noexcept;
 
 private:
-    int m_nType;
+    // The type is the low byte of a word whose other bits hold the text's pointer, which
+    // a user-space address leaves room for: a value is three words, so a store of many
+    // values is smaller, and reading the type is still one byte's load.
+    static constexpr unsigned TEXT_SHIFT = 8;
+    static constexpr uintptr_t TYPE_BITS = 0xFF;
+
     union
     {
         int32_t m_nLong;
         double m_dDouble;
     };
-    // The string content; for a number, the cache of its text form. Made when first
-    // needed, so that a number, most values of a store, carries no string.
+    // The string content, or for a number the cache of its text form, with the type.
+    // The text is made when first needed, so that a number, most values of a store,
+    // carries no string.
+    mutable uintptr_t m_nTextAndType;
+
+    LumText* TextPointer() const noexcept { return reinterpret_cast<LumText*>(m_nTextAndType >> TEXT_SHIFT); }
+    void SetType(int nType) noexcept
+    {
+        m_nTextAndType = (m_nTextAndType & ~TYPE_BITS) | static_cast<uintptr_t>(nType);
+    }
     LumText& Text() const
     {
-        if (m_pStr == nullptr)
-            m_pStr = NewText();
-        return *m_pStr;
+        if (TextPointer() == nullptr)
+            m_nTextAndType |= reinterpret_cast<uintptr_t>(NewText()) << TEXT_SHIFT;
+        return *TextPointer();
     }
     // A value that becomes a number lets its text go: the text it held, however
     // long, is stale, and a memory budget must not count it in one way of running a
     // statement and not in the other.
     void DropText() noexcept
     {
-        if (m_pStr != nullptr)
+        if (TextPointer() != nullptr)
         {
-            FreeText(m_pStr);
-            m_pStr = nullptr;
+            FreeText(TextPointer());
+            m_nTextAndType &= TYPE_BITS;
         }
     }
     static LumText* NewText();
     static void FreeText(LumText* pStr) noexcept;
-
-    mutable LumText* m_pStr = nullptr;
 };
 
 LUM_API CLumsVarValue operator+(const CLumsVarValue& l, const CLumsVarValue& r);
