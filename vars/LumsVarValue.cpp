@@ -117,7 +117,9 @@ void LumTextFree(void* p, size_t nBytes) noexcept
         ::operator delete(p);
 }
 
-LumText* CLumsVarValue::NewText()
+// Apart from its callers: the readers of a value's number would otherwise save
+// registers for it at every call.
+__attribute__((noinline)) LumText* CLumsVarValue::NewText()
 {
     static_assert(sizeof(CLumsVarValue) == 3 * sizeof(void*));
     void* p = CTextList::Alloc(sizeof(LumText));
