@@ -253,3 +253,31 @@ TEST(ParallelHost, AThreadForEachRunReusesWhatEndedThreadsFreed)
         ASSERT_EQ(RunOnThread(i), "");
     EXPECT_EQ(CLumFreeList<sizeof(CLumsVarValue)>::GetBlockCount(), nBlocks);
 }
+
+// A store's elements get their keys' bytes when first listed: threads that list one
+// store at once, while none changes it, all see every key, as one thread alone does.
+TEST(ParallelHost, ThreadsListOneStoreAtOnce)
+{
+    CLumVariables vars;
+    vars.SetValuesFromString("L:n%=3000\n");
+    CLumBasic basic(&vars, nullptr);
+    const std::vector<uint8_t> aImage = LumCompile("Sub Main\n"
+                                                   "    Dim a(1), t$(1)\n"
+                                                   "    For i% = 1 To n%\n"
+                                                   "        a(i%) = i%: t$(n% - i% + 1) = Str$(i%)\n"
+                                                   "    Next i%\n"
+                                                   "End Sub\n");
+    basic.DoMemory(aImage.data(), aImage.size());
+    const CLumVariables& store = vars;
+    std::vector<std::string> aDumps(4);
+    std::vector<std::thread> aThreads;
+    for (std::string& strDump : aDumps)
+        aThreads.emplace_back([&store, &strDump] { store.MakeString(&strDump); });
+    for (std::thread& thread : aThreads)
+        thread.join();
+    std::string strAlone;
+    store.MakeString(&strAlone);
+    EXPECT_EQ(aDumps, std::vector<std::string>(4, strAlone));
+    EXPECT_NE(strAlone.find("D:a:3000=3000.000000\nS:t$:1=3000\n"), std::string::npos)
+        << strAlone.substr(0, 200);
+}

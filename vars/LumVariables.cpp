@@ -29,14 +29,12 @@ CLumVariables::CLumVariables(const CLumVariables& src) : CLumObject()
 
 CLumVariables::~CLumVariables()
 {
-    for (auto& entry : m_map)
-        delete entry.m_value;
+    m_map.ForEachValue([](CLumsVarValue* pValue) noexcept { delete pValue; });
 }
 
 void CLumVariables::Clear() noexcept
 {
-    for (auto& entry : m_map)
-        delete entry.m_value;
+    m_map.ForEachValue([](CLumsVarValue* pValue) noexcept { delete pValue; });
     m_map.Reset();
     m_nGeneration = NextGeneration();
     m_nScopedElements = 0;

@@ -20,13 +20,17 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 template <class T> class CLumStringMap;
 
-// A key of the map: its bytes, zero-terminated, in the map's own blocks.
+// A key of the map: its bytes, zero-terminated, in the map's own blocks. An element
+// made by its name and index gets its bytes when an iteration first reaches it, as
+// most elements are never listed: until then it holds the name's number and the index.
 class LUM_API CLumKey
 {
     template <class T> friend class CLumStringMap;
@@ -44,10 +48,15 @@ public:
     friend bool operator==(const CLumKey& a, std::string_view b) noexcept { return std::string_view(a) == b; }
 
 private:
+    // Null while the key has no bytes yet; then m_nLength is the name's number and
+    // m_nHash the index.
     const char* m_psz = "";
     uint32_t m_nLength = 0;
     // The map's hash of the key, which fits where the key would leave padding.
     uint32_t m_nHash = 0;
+
+    // Read by iterations on several threads at once, of which one may give the bytes.
+    bool HasBytes() const noexcept { return __atomic_load_n(&m_psz, __ATOMIC_ACQUIRE) != nullptr; }
 };
 
 // Where a map found the elements of a name last: the number of the name and the page
@@ -163,7 +172,9 @@ public:
         if (nPage == EMPTY)
             nPage = AddPage(PageKey(nName, nIndex));
         fInserted = true;
-        T& value = Append(StoreElementKey(name, nIndex), 0, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
+        CLumKey cKey(nullptr, nName);
+        cKey.m_nHash = nIndex;
+        T& value = Append(cKey, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
         return *Remember(nName, nIndex, &value);
     }
 
@@ -220,7 +231,14 @@ public:
     {
     public:
         Iterator(Map* pMap, size_t n) : m_pMap(pMap), m_n(n) {}
-        E& operator*() const { return m_pMap->At(static_cast<uint32_t>(m_n)); }
+        // May allocate the bytes of an element's key, and so throw std::bad_alloc.
+        E& operator*() const
+        {
+            E& e = m_pMap->At(static_cast<uint32_t>(m_n));
+            if (!e.m_strKey.HasBytes())
+                m_pMap->GiveBytes(const_cast<CLumKey&>(e.m_strKey));
+            return e;
+        }
         E* operator->() const { return &**this; }
         Iterator& operator++()
         {
@@ -236,6 +254,13 @@ public:
     };
     using iterator = Iterator<Entry, CLumStringMap>;
     using const_iterator = Iterator<const Entry, const CLumStringMap>;
+
+    // Each value in insertion order, without the keys: no element's key gets its bytes.
+    template <class F> void ForEachValue(F&& f) noexcept(noexcept(f(std::declval<T&>())))
+    {
+        for (uint32_t n = 0; n < m_nCount; ++n)
+            f(At(n).m_value);
+    }
 
     iterator begin() { return iterator(this, 0); }
     iterator end() { return iterator(this, m_nCount); }
@@ -268,34 +293,31 @@ private:
         // Everything that may fail to allocate comes first, so a failure leaves the
         // map as it was.
         if (fElement)
-            return Append(key, 0, std::move(value),
+            return Append(StoreKey(key), std::move(value),
                           &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES]);
         uint32_t nHash = Hash(key);
         // At most four slots in five in use: probes stay short.
         if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
             Grow();
-        return Append(key, nHash, std::move(value), nullptr);
+        CLumKey cKey = StoreKey(key);
+        cKey.m_nHash = nHash;
+        return Append(cKey, std::move(value), nullptr);
     }
 
     // A new entry, found by its page entry where given, else by its hash.
-    T& Append(std::string_view key, uint32_t nHash, T value, uint32_t* pPageEntry)
-    {
-        return Append(StoreKey(key), nHash, std::move(value), pPageEntry);
-    }
-    T& Append(CLumKey cKey, uint32_t nHash, T value, uint32_t* pPageEntry)
+    T& Append(CLumKey cKey, T value, uint32_t* pPageEntry)
     {
         if (m_nCount % BLOCK_ENTRIES == 0 && m_nCount / BLOCK_ENTRIES == m_aBlocks.size())
             m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
         uint32_t nEntry = static_cast<uint32_t>(m_nCount);
         Entry& e = At(nEntry);
         e.m_strKey = cKey;
-        e.m_strKey.m_nHash = nHash;
         e.m_value = std::move(value);
         if (pPageEntry != nullptr)
             *pPageEntry = nEntry;
         else
         {
-            Place(m_aSlots, nEntry, nHash);
+            Place(m_aSlots, nEntry, cKey.m_nHash);
             ++m_nHashed;
         }
         ++m_nCount;
@@ -369,8 +391,11 @@ private:
         std::string_view name;
         uint32_t nIndex;
         for (uint32_t n = 0; n < m_nCount; ++n)
-            if (!SplitElement(At(n).m_strKey, name, nIndex))
-                Place(aSlots, n, At(n).m_strKey.m_nHash);
+        {
+            const CLumKey& k = At(n).m_strKey;
+            if (k.m_psz != nullptr && !SplitElement(k, name, nIndex))
+                Place(aSlots, n, k.m_nHash);
+        }
         m_aSlots.swap(aSlots);
     }
 
@@ -384,7 +409,7 @@ private:
     }
 
     // NAME:INDEX written straight into the key blocks.
-    CLumKey StoreElementKey(std::string_view name, uint32_t nIndex)
+    CLumKey StoreElementKey(std::string_view name, uint32_t nIndex) const
     {
         // Every element made formats its index: two digits at a time, from the end.
         static const char* const pszPairs = "00010203040506070809101112131415161718192021222324"
@@ -433,8 +458,19 @@ private:
             memcpy(p, s, n);
     }
 
+    // The bytes of an element's key, given once, whichever iteration comes first.
+    void GiveBytes(CLumKey& cKey) const
+    {
+        std::lock_guard<std::mutex> lock(m_cKeyLock);
+        if (cKey.m_psz != nullptr)
+            return;
+        CLumKey cFull = StoreElementKey(m_aNames[cKey.m_nLength], cKey.m_nHash);
+        cKey.m_nLength = cFull.m_nLength;
+        __atomic_store_n(&cKey.m_psz, cFull.m_psz, __ATOMIC_RELEASE);
+    }
+
     // Room for a key of `nNeed` bytes with its terminator.
-    char* ReserveKey(size_t nNeed)
+    char* ReserveKey(size_t nNeed) const
     {
         char* p;
         if (nNeed > KEY_BLOCK / 4)
@@ -589,11 +625,13 @@ private:
     std::vector<std::unique_ptr<Entry[]>> m_aBlocks;
     // Entry numbers of the keys that are no element's, by their hash.
     std::vector<uint32_t> m_aSlots;
-    std::vector<std::unique_ptr<char[]>> m_aKeyBlocks;
+    // The keys' bytes: an iteration of a map it may not change gives an element's.
+    mutable std::vector<std::unique_ptr<char[]>> m_aKeyBlocks;
+    mutable std::mutex m_cKeyLock;
     size_t m_nCount = 0;
     size_t m_nHashed = 0;
-    char* m_pKeyFree = nullptr;
-    size_t m_nKeyFree = 0;
+    mutable char* m_pKeyFree = nullptr;
+    mutable size_t m_nKeyFree = 0;
     std::vector<CLumKey> m_aNames;
     std::vector<uint32_t> m_aNameSlots;
     std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
