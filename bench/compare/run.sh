@@ -5,7 +5,8 @@
 # packages of those names) and a built tree:
 #     bench/compare/run.sh [path/to/lumbasic]
 # Each program reads its number of passes n (LumBasic: n% from --vars; Lua: arg[1]);
-# the time of a run with n = 0, the start-up, is subtracted.
+# the time of a run with n = 0, the start-up, is subtracted. The start-up itself has a row
+# of its own (ONLY=startup for that row alone).
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 lumbasic="$(realpath "${1:-$here/../../build/cli/lumbasic}")"
@@ -78,6 +79,32 @@ echo
 printf '%-44s %14s %14s %8s\n' "counting line hits (run --profile)" "plain run ns" "counting ns" "ratio"
 for row in "${profiled[@]}"; do echo "$row"; done
 echo
+
+# Start-up: an empty program (a Sub Main with nothing in it) against Lua running an
+# empty chunk, the whole process each. A run is short against the machine's noise, so
+# the two alternate in rounds of 30 runs (START_ROUNDS rounds, 10 by default) and the
+# median is taken over all runs of each: a stretch of load falls on both.
+times_of() { # runs command...: the seconds of each run, one a line
+  hyperfine -N --warmup 1 --runs "$1" --export-json "$work/t.json" "${*:2}" >/dev/null 2>&1
+  awk '/"times"/ { f = 1; next } f && /\]/ { f = 0 } f { gsub(/[ ,]/, ""); if ($0 != "") print }' "$work/t.json"
+}
+median_in() { # file of numbers
+  sort -g "$1" | awk '{ a[NR] = $1 } END { print (NR % 2 ? a[(NR + 1) / 2] : (a[NR / 2] + a[NR / 2 + 1]) / 2) }'
+}
+if [ -z "${ONLY:-}" ] || [[ " $ONLY " == *" startup "* ]]; then
+  printf 'Sub Main\nEnd Sub\n' > "$work/empty.lbd"
+  "$lumbasic" compile "$work/empty.lbd" -o "$work/empty.lbc" >/dev/null
+  : > "$work/lum.times"
+  : > "$work/lua.times"
+  for ((round = 0; round < ${START_ROUNDS:-10}; round++)); do
+    times_of 30 "$lumbasic" run "$work/empty.lbc" >> "$work/lum.times"
+    times_of 30 lua5.4 -e "''" >> "$work/lua.times"
+  done
+  printf '%-44s %14s %14s %8s\n' "start-up" "LumBasic us" "Lua 5.4 us" "ratio"
+  awk -v a="$(median_in "$work/lum.times")" -v b="$(median_in "$work/lua.times")" 'BEGIN {
+    printf "%-44s %14.0f %14.0f %8.2f\n", "empty program, the whole process", a * 1e6, b * 1e6, a / b }'
+  echo
+fi
 
 # Peak memory of 400,000 array elements, half numbers and half short strings.
 cp "$here/memory.lbd" "$work/"
