@@ -46,24 +46,16 @@ struct SLumNumber
     double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
 };
 
-// What a call's fitness for closed runs depends on: the store and its generation, the
-// procedure table and its generation, the interpreter, its source and its debugger.
+// What a call's fitness for closed runs depends on: the store's generation, the
+// procedure table's generation (no two stores or tables share one), the interpreter,
+// its source and its debugger.
 struct SLumClosedCheck
 {
-    const void* m_pStore = nullptr;
     uint64_t m_nStoreGeneration = 0;
-    const void* m_pTable = nullptr;
     uint64_t m_nTableGeneration = 0;
     const void* m_pBasic = nullptr;
     uint64_t m_nSourceSerial = 0;
     const void* m_pDebugger = nullptr;
-
-    bool operator==(const SLumClosedCheck& o) const
-    {
-        return m_pStore == o.m_pStore && m_nStoreGeneration == o.m_nStoreGeneration &&
-               m_pTable == o.m_pTable && m_nTableGeneration == o.m_nTableGeneration &&
-               m_pBasic == o.m_pBasic && m_nSourceSerial == o.m_nSourceSerial && m_pDebugger == o.m_pDebugger;
-    }
 };
 
 // A place that calls a procedure: a function's call in an expression (USERCALL), a
