@@ -773,7 +773,15 @@ private:
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
     void TranslateHead(CLumBasicFile& file, SLumFastStep& step);
-    EOutcome Call(CLumBasic& basic, SLumFastStep& step);
+    // A Sub run whole returns behind its call at once, without the frame of the regular
+    // way's (a template only so that the interpreter's stacks are known where it runs).
+    template <class Basic> LUM_HOT EOutcome Call(Basic& basic, SLumFastStep& step)
+    {
+        if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
+            return GO_ON;
+        return CallStatement(basic, step);
+    }
+    EOutcome CallStatement(CLumBasic& basic, SLumFastStep& step);
     CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
     bool IsDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info);
     EOutcome CallDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info, SLumNumber* pNumbers);
