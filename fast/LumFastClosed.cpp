@@ -823,8 +823,7 @@ int CLumFastForm::ClosedNext(SLumFastStep& step, int nIfs, size_t nForBase)
         return -1;
     SClosedFor& loop = m_aClosedFors.back();
     SLumNumber counter;
-    if (!loop.m_pCounter->IsNumber() || !LumFastNumber(*loop.m_pCounter, counter) ||
-        !Keep(*loop.m_pCounter, step.m_cKept))
+    if (!LumFastNumberOnly(*loop.m_pCounter, counter) || !Keep(*loop.m_pCounter, step.m_cKept))
         return -1;
     LumFastOperate(LBT_PLUS, counter, loop.m_cStep, counter);
     bool fPast = LumFastPastEnd(counter, loop.m_cEnd, loop.m_cStep);
