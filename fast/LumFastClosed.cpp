@@ -859,7 +859,42 @@ LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step
     bool fDone;
     if (QuickOnLong(*step.m_pExpr, out, fDone))
         return fDone;
-    return ClosedLeaf(*step.m_pExpr, out);
+    return step.m_pExpr->m_eOp == SLumFastExpr::OPERATOR ? ClosedTree(*step.m_pExpr, out)
+                                                         : ClosedLeaf(*step.m_pExpr, out);
+}
+
+// A statement's operator that is not on a long variable and a long constant, with an
+// operand that is an operator itself (t + i% * 1.5) computed here, not by a call of its
+// own.
+bool CLumFastForm::ClosedTree(SLumFastExpr& expr, SLumNumber& out)
+{
+    SLumNumber r;
+    if (!ClosedTreeOperand(*expr.m_pLeft, out) || !ClosedTreeOperand(*expr.m_pRight, r))
+        return false;
+    return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
+}
+
+LUM_HOT bool CLumFastForm::ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+    case SLumFastExpr::VARIABLE:
+        return ClosedLeaf(expr, out);
+    case SLumFastExpr::OPERATOR:
+        break;
+    case SLumFastExpr::ELEMENT:
+        return ClosedElement(expr, out);
+    default:
+        return ClosedNumber(expr, out);
+    }
+    bool fDone;
+    if (OperateOnLong(expr, out, fDone))
+        return fDone || GiveUp();
+    SLumNumber r;
+    if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
+        return false;
+    return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
 }
 
 // The most frequent operation, a long variable and a long constant (k% > 0), without
