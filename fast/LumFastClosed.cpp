@@ -864,8 +864,8 @@ LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step
 }
 
 // A statement's operator that is not on a long variable and a long constant, with an
-// operand that is an operator itself (t + i% * 1.5) computed here, not by a call of its
-// own.
+// operand that is an operator or an element itself (t + i% * 1.5, t + a(e%)) computed
+// here, not by a call of ClosedNumber: the same steps in the same order, one frame less.
 bool CLumFastForm::ClosedTree(SLumFastExpr& expr, SLumNumber& out)
 {
     SLumNumber r;
