@@ -43,6 +43,10 @@ public:
             t_pHead = *static_cast<void**>(p);
             return p;
         }
+        // A store that grows takes every object fresh: without a call. Only a thread
+        // that went the slow way, and so hands its lists back when it ends, has a block.
+        if (n == SIZE && t_pFresh != t_pFreshEnd)
+            return TakeFresh();
         return AllocSlow(n);
     }
 

@@ -87,11 +87,8 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
 
 // Everything a handler would refuse, and a call that switches the debugger's source,
 // goes to the handler before anything is changed.
-CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
+CLumFastForm::EOutcome CLumFastForm::CallStatement(CLumBasic& basic, SLumFastStep& step)
 {
-    // A Sub run whole returns behind its call at once.
-    if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
-        return GO_ON;
     CallInfo* pInfo = Callee(basic, step);
     if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
         basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||

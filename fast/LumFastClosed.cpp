@@ -127,12 +127,8 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
-    m_nUndo = 0;
-    m_aClosedFors.clear();
-    m_nClosedFors = 0;
-    m_nClosedDepth = 0;
-    m_nClosedIfs = 0;
-    m_nClosedNested = 0;
+    // The undo list, the depth, the Ifs, the Fors and the levels open are empty here: a
+    // run that ends whole closes all it opened, one that gives up empties them.
     m_fWarmUp = false;
     m_pClosedBasic = &basic;
     // Before the call and run limits of the regular way, which then reports them; the
@@ -140,12 +136,13 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nClosedDepthLimit = std::min(CLumBasic::MAX_CALL_DEPTH - basic.m_cCallStack.GetCount(),
                                    CLumBasic::MAX_NESTING - 1 - pDepths[CLumDepthGuard::RUN]);
     m_nStackFloor = CLumDepthGuard::GetStackFloor();
-    SLumClosedCheck check{
-        m_pStore, m_pStore->GetGeneration(), basic.m_pFunctions, basic.m_pFunctions->GetGeneration(),
-        &basic,   basic.m_nSourceSerial,     basic.m_pDebugger};
-    if (!(check == m_cCheck))
+    // Generations are never shared, by stores nor tables: each stands for its owner too.
+    if (m_cCheck.m_nStoreGeneration != m_pStore->GetGeneration() ||
+        m_cCheck.m_nTableGeneration != basic.m_pFunctions->GetGeneration() || m_cCheck.m_pBasic != &basic ||
+        m_cCheck.m_nSourceSerial != basic.m_nSourceSerial || m_cCheck.m_pDebugger != basic.m_pDebugger)
     {
-        m_cCheck = check;
+        m_cCheck = SLumClosedCheck{m_pStore->GetGeneration(), basic.m_pFunctions->GetGeneration(), &basic,
+                                   basic.m_nSourceSerial, basic.m_pDebugger};
         ++m_nCheckEpoch;
     }
     m_nClosedIfLimit = CLumBasic::MAX_OPEN_COMMANDS - basic.m_cCmdStack.GetCount();
@@ -166,6 +163,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     m_nScope = caller.m_nScope;
     if (fDone && m_nClosedSteps <= m_nClosedStepLimit)
     {
+        m_nUndo = 0;
         // The statements it ran count as the regular way counts them.
         if (fCounted)
             budget.m_nCount += m_nClosedSteps;
@@ -182,6 +180,11 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     Undo();
     if (m_fCounting)
         DropHits();
+    m_aClosedFors.clear();
+    m_nClosedFors = 0;
+    m_nClosedDepth = 0;
+    m_nClosedIfs = 0;
+    m_nClosedNested = 0;
     basic.m_nLine = nLine;
     if (m_fWarmUp)
         ++site.m_nClosedWarmups;
@@ -297,11 +300,12 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
-    if (!target.IsNumber() || (m_nUndo == m_nUndoRoom && !KeepMore()))
+    if (m_nUndo == m_nUndoRoom && !KeepMore())
         return GiveUp();
     SUndo& undo = m_aUndo[m_nUndo];
+    if (!LumFastNumberOnly(target, undo.m_cNumber))
+        return GiveUp();
     undo.m_pValue = &target;
-    LumFastNumber(target, undo.m_cNumber);
     ++m_nUndo;
     kept = SLumKept{m_nClosedRun, &target};
     return true;
@@ -458,10 +462,25 @@ LUM_HOT bool CLumFastForm::ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, c
                                           SLumNumber& out)
 {
     // An empty variable reads as 0 for a number parameter, as in a direct call.
+    if (!arg.m_fPure)
+        return ClosedValue(basic, arg, caller, out);
     bool fDone;
-    if (arg.m_fPure && arg.m_fNumericValue && QuickOnLong(arg, out, fDone))
+    if (arg.m_fNumericValue && QuickOnLong(arg, out, fDone))
         return fDone;
-    return arg.m_fPure ? ClosedPure(arg, true, out) : ClosedValue(basic, arg, caller, out);
+    // A variable and a constant, the most frequent arguments, without a detour.
+    if (arg.m_eOp == SLumFastExpr::VARIABLE)
+    {
+        const CLumsVarValue* pValue = Cached(arg.m_cCache);
+        if (pValue == nullptr)
+            return WarmUp();
+        return LumFastNumber(*pValue, out) || GiveUp();
+    }
+    if (arg.m_eOp == SLumFastExpr::CONSTANT)
+    {
+        out = arg.m_cNumber;
+        return arg.m_fNumber || GiveUp();
+    }
+    return ClosedPure(arg, true, out);
 }
 
 // Arguments for a procedure with text parameters, all computed before any is bound, as
@@ -840,7 +859,42 @@ LUM_HOT bool CLumFastForm::ClosedExpression(CLumBasic& basic, SLumFastStep& step
     bool fDone;
     if (QuickOnLong(*step.m_pExpr, out, fDone))
         return fDone;
-    return ClosedLeaf(*step.m_pExpr, out);
+    return step.m_pExpr->m_eOp == SLumFastExpr::OPERATOR ? ClosedTree(*step.m_pExpr, out)
+                                                         : ClosedLeaf(*step.m_pExpr, out);
+}
+
+// A statement's operator that is not on a long variable and a long constant, with an
+// operand that is an operator or an element itself (t + i% * 1.5, t + a(e%)) computed
+// here, not by a call of ClosedNumber: the same steps in the same order, one frame less.
+bool CLumFastForm::ClosedTree(SLumFastExpr& expr, SLumNumber& out)
+{
+    SLumNumber r;
+    if (!ClosedTreeOperand(*expr.m_pLeft, out) || !ClosedTreeOperand(*expr.m_pRight, r))
+        return false;
+    return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
+}
+
+LUM_HOT bool CLumFastForm::ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out)
+{
+    switch (expr.m_eOp)
+    {
+    case SLumFastExpr::CONSTANT:
+    case SLumFastExpr::VARIABLE:
+        return ClosedLeaf(expr, out);
+    case SLumFastExpr::OPERATOR:
+        break;
+    case SLumFastExpr::ELEMENT:
+        return ClosedElement(expr, out);
+    default:
+        return ClosedNumber(expr, out);
+    }
+    bool fDone;
+    if (OperateOnLong(expr, out, fDone))
+        return fDone || GiveUp();
+    SLumNumber r;
+    if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
+        return false;
+    return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
 }
 
 // The most frequent operation, a long variable and a long constant (k% > 0), without

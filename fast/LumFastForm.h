@@ -46,24 +46,16 @@ struct SLumNumber
     double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
 };
 
-// What a call's fitness for closed runs depends on: the store and its generation, the
-// procedure table and its generation, the interpreter, its source and its debugger.
+// What a call's fitness for closed runs depends on: the store's generation, the
+// procedure table's generation (no two stores or tables share one), the interpreter,
+// its source and its debugger.
 struct SLumClosedCheck
 {
-    const void* m_pStore = nullptr;
     uint64_t m_nStoreGeneration = 0;
-    const void* m_pTable = nullptr;
     uint64_t m_nTableGeneration = 0;
     const void* m_pBasic = nullptr;
     uint64_t m_nSourceSerial = 0;
     const void* m_pDebugger = nullptr;
-
-    bool operator==(const SLumClosedCheck& o) const
-    {
-        return m_pStore == o.m_pStore && m_nStoreGeneration == o.m_nStoreGeneration &&
-               m_pTable == o.m_pTable && m_nTableGeneration == o.m_nTableGeneration &&
-               m_pBasic == o.m_pBasic && m_nSourceSerial == o.m_nSourceSerial && m_pDebugger == o.m_pDebugger;
-    }
 };
 
 // A place that calls a procedure: a function's call in an expression (USERCALL), a
@@ -732,6 +724,8 @@ private:
     bool ClosedLeaf(SLumFastExpr& expr, SLumNumber& out);
     bool QuickOnLong(const SLumFastExpr& expr, SLumNumber& out, bool& fDone);
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
+    __attribute__((noinline)) bool ClosedTree(SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
     // Values that may be texts: an expression's value as EvalValue computes it, a
@@ -781,7 +775,15 @@ private:
     // Calls (LumFastCall.cpp).
     void TranslateCall(CLumBasic& basic, SLumFastStep& step);
     void TranslateHead(CLumBasicFile& file, SLumFastStep& step);
-    EOutcome Call(CLumBasic& basic, SLumFastStep& step);
+    // A Sub run whole returns behind its call at once, without the frame of the regular
+    // way's (a template only so that the interpreter's stacks are known where it runs).
+    template <class Basic> LUM_HOT EOutcome Call(Basic& basic, SLumFastStep& step)
+    {
+        if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
+            return GO_ON;
+        return CallStatement(basic, step);
+    }
+    EOutcome CallStatement(CLumBasic& basic, SLumFastStep& step);
     CallInfo* Callee(CLumBasic& basic, SLumFastStep& step);
     bool IsDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info);
     EOutcome CallDirect(CLumBasic& basic, SLumFastStep& step, const CallInfo& info, SLumNumber* pNumbers);
