@@ -882,12 +882,17 @@ LUM_HOT bool CLumFastForm::ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out
     case SLumFastExpr::VARIABLE:
         return ClosedLeaf(expr, out);
     case SLumFastExpr::OPERATOR:
-        break;
+        return ClosedOperatorOfLeaves(expr, out);
     case SLumFastExpr::ELEMENT:
         return ClosedElement(expr, out);
     default:
         return ClosedNumber(expr, out);
     }
+}
+
+// An operator whose operands are leaves, or else one for ClosedNumber's recursion.
+LUM_HOT bool CLumFastForm::ClosedOperatorOfLeaves(SLumFastExpr& expr, SLumNumber& out)
+{
     bool fDone;
     if (OperateOnLong(expr, out, fDone))
         return fDone || GiveUp();
@@ -965,15 +970,7 @@ bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
     case SLumFastExpr::VARIABLE:
         return ClosedLeaf(expr, out);
     case SLumFastExpr::OPERATOR:
-    {
-        bool fDone;
-        if (OperateOnLong(expr, out, fDone))
-            return fDone || GiveUp();
-        SLumNumber r;
-        if (!ClosedLeaf(*expr.m_pLeft, out) || !ClosedLeaf(*expr.m_pRight, r))
-            return false;
-        return LumFastOperate(expr.m_wToken, out, r, out) || GiveUp();
-    }
+        return ClosedOperatorOfLeaves(expr, out);
     case SLumFastExpr::OTHER:
         return ClosedBuiltin(expr, out);
     case SLumFastExpr::ELEMENT:

@@ -726,6 +726,7 @@ private:
     bool ClosedNumber(SLumFastExpr& expr, SLumNumber& out);
     __attribute__((noinline)) bool ClosedTree(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out);
+    bool ClosedOperatorOfLeaves(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedOperand(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& frame, SLumNumber& out);
     __attribute__((noinline)) bool ClosedBuiltin(SLumFastExpr& expr, SLumNumber& out);
     // Values that may be texts: an expression's value as EvalValue computes it, a
