@@ -21,6 +21,7 @@
 #include "core/LumAddressMap.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -213,11 +214,14 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fMarkerFollows = false;
     // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
     bool m_fMarkerUncounted = false;
+    // MARKER: either of the two: it passes no line to the debugger.
+    bool m_fMarkerPassive = false;
+    // The statement may run code of the program, a module's, the host's or the
+    // debugger's, any of which might look at the counts of line hits (not IsPureStep):
+    // the hits added up go to the profiler before it runs.
+    bool m_fHandsIn = true;
     // MARKER: the hits added up here, not yet handed to the profiler (AddUpHit).
     uint32_t m_nHits = 0;
-    // MARKER: whether the statement it leads to is pure (IsPureStep): 0 not known yet,
-    // 1 pure, 2 not.
-    uint8_t m_nLeadsToPure = 0;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -800,9 +804,12 @@ private:
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
     template <bool fAddingUp> EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
     // While the run loop counts lines and nothing can look at the counts, a hit is added
-    // up on its marker; the sums go to the profiler before anything runs that could
-    // look (HandInHits).
-    void AddUpHit(CLumBasic& basic, SLumFastStep& step);
+    // up on its marker, and the level's line mark and the debugger's line are kept
+    // here; the sums, the mark and the line go where they belong before anything runs
+    // that could look (HandInHits).
+    void StartAddingUp(CLumBasic& basic, CLumBasicDebugger& debugger, SLumFastStep& step, uint32_t nTurns);
+    void AddUpHit(SLumFastStep& step);
+    void AddFirstHit(SLumFastStep& step);
     void HandInHits() noexcept;
     EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
     // The parts of a string assignment that appends to its own target, into the step.
@@ -887,13 +894,21 @@ private:
     int m_nBuiltinsRead = 0;
     // Counting: by depth of closed calls, the marker passed last there, as the regular
     // way keeps one for each level of calls; the markers whose hits are added up, in
-    // the order of their first, and the last one counted in a closed run; the profiler
-    // the run loop adds up hits for, null while it counts them one by one.
+    // the order of their first, and the last one counted in a closed run.
     std::vector<SLumLineMark> m_aClosedMarks{SLumLineMark()};
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
+    // The run loop adding up hits: the debugger it counts for, null while the markers
+    // go to the debugger one by one; the profiler, null where lines are only noted; the
+    // last marker that passed the line mark, and the mark it stands for; the window's
+    // count of turns to watch, null without a window, and its value when it began.
+    CLumBasicDebugger* m_pAddingUpFor = nullptr;
     CLumBasicProfiler* m_pAddingUp = nullptr;
+    const SLumFastStep* m_pMarkAt = nullptr;
+    SLumLineMark* m_pAddingUpMark = nullptr;
+    const std::atomic<uint32_t>* m_pTurns = nullptr;
+    uint32_t m_nTurnsSeen = 0;
     bool m_fCounting = false;
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     // The For loops the procedures of a closed run hold open, the innermost last.

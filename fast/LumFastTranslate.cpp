@@ -119,6 +119,8 @@ void CLumFastForm::Translate(CLumBasic& basic, SLumFastStep& step)
         fRead = false;
     if (!fRead)
         step.m_eKind = SLumFastStep::SLOW;
+    step.m_fMarkerPassive = step.m_fMarkerFollows || step.m_fMarkerUncounted;
+    step.m_fHandsIn = !IsPureStep(step);
 
     while (file.GetStackDepth() > nDepth)
         file.SetMemoryMode(nullptr);

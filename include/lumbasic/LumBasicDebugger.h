@@ -64,6 +64,17 @@ public:
         return (m_pDlg == nullptr || !m_pDlg->FollowsEveryLine()) && m_mapBreakpoints.empty();
     }
     bool HasWindow() const { return m_pDlg != nullptr; }
+    // Whether a run may go on counting where OnlyCounts held without asking again at
+    // each line: no window is open, or the window's turns are watched instead
+    // (CLumBasicDebugWindow::FollowTurns). Breakpoints change only where the run stops.
+    bool MayOnlyCountOn() const { return m_pDlg == nullptr || m_pFollowTurns != nullptr; }
+    // The window's count of turns, null without a window. Read before OnlyCounts: a
+    // turn after that shows as a new count.
+    const std::atomic<uint32_t>* FollowTurns() const { return m_pFollowTurns; }
+    uint32_t FollowTurnsNow() const
+    {
+        return m_pFollowTurns != nullptr ? m_pFollowTurns->load(std::memory_order_acquire) : 0;
+    }
     void CountLine(long nLine)
     {
         m_nLineNr = nLine;
@@ -138,6 +149,8 @@ private:
     void SetTitle(const char* pszFormat, const std::string& strName);
 
     std::unique_ptr<CLumBasicDebugWindow> m_pDlg;
+    // The window's FollowTurns, taken when it was made.
+    const std::atomic<uint32_t>* m_pFollowTurns = nullptr;
     CLumBasic* m_pBasic = nullptr;
     std::unique_ptr<char[]> m_pszSource;
     std::set<long> m_mapBreakpoints;
