@@ -92,6 +92,9 @@ CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
     // A Sub run whole returns behind its call at once.
     if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
         return GO_ON;
+    // The regular way enters another level or runs code that may look at the counts.
+    if (m_pAddingUpFor != nullptr)
+        HandInHits();
     CallInfo* pInfo = Callee(basic, step);
     if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
         basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||

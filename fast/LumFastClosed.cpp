@@ -53,23 +53,32 @@ const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    SLumLineMark& mark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    // The depth's last marker passed stands for its mark, null for none yet.
+    const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    const SLumFastStep* pCounted = nullptr;
     for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
-        if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
-            mark.Enters(pMarker->m_nLine, pMarker->m_pAt + 2))
+    {
+        if (pMarker->m_fMarkerPassive)
+            continue;
+        bool fEnters =
+            pMark == nullptr || pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
+        pMark = pMarker;
+        if (!fEnters)
+            continue;
+        // Listed before the count rises, which a failed growth must not leave
+        // unlisted. Hits wrap around as the profiler's counts do, so a sum added
+        // at the end counts what the hits one by one would have.
+        if (pMarker->m_nHits == 0)
         {
-            // Listed before the count rises, which a failed growth must not leave
-            // unlisted. Hits wrap around as the profiler's counts do, so a sum added
-            // at the end counts what the hits one by one would have.
-            if (pMarker->m_nHits == 0)
-            {
-                if (m_nCounted == m_aCounted.size())
-                    CountMore(pMarker);
-                m_aCounted[m_nCounted++] = pMarker;
-            }
-            ++pMarker->m_nHits;
-            m_pLastCounted = pMarker;
+            if (m_nCounted == m_aCounted.size())
+                CountMore(pMarker);
+            m_aCounted[m_nCounted++] = pMarker;
         }
+        ++pMarker->m_nHits;
+        pCounted = pMarker;
+    }
+    if (pCounted != nullptr)
+        m_pLastCounted = pCounted;
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
@@ -79,7 +88,7 @@ LUM_HOT void CLumFastForm::EnterMarks()
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
         m_aClosedMarks.resize(nDepth + 1);
-    m_aClosedMarks[nDepth] = SLumLineMark();
+    m_aClosedMarks[nDepth] = nullptr;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -665,6 +674,8 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
 // comes in the order of the run's, which is the order a profile takes new lines.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
+    if (m_pAddingUpFor != nullptr)
+        return AddUpClosedHits();
     // No host code ran since the closed run began: counting cannot have been switched.
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
     CLumBasicProfiler* pProfiler = debugger.CountsInto();

@@ -220,8 +220,10 @@ struct SLumFastStep : SLumFastCallSite
     // debugger's, any of which might look at the counts of line hits (not IsPureStep):
     // the hits added up go to the profiler before it runs.
     bool m_fHandsIn = true;
-    // MARKER: the hits added up here, not yet handed to the profiler (AddUpHit).
+    // MARKER: the hits a closed run counted here, not yet handed on (NoteHits), and
+    // those the run loop added up, not yet handed to the profiler (AddUpHit).
     uint32_t m_nHits = 0;
+    uint32_t m_nAddedUp = 0;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -810,7 +812,10 @@ private:
     void StartAddingUp(CLumBasic& basic, CLumBasicDebugger& debugger, SLumFastStep& step, uint32_t nTurns);
     void AddUpHit(SLumFastStep& step);
     void AddFirstHit(SLumFastStep& step);
+    __attribute__((noinline)) void AddedUpMore(SLumFastStep* pMarker);
     void HandInHits() noexcept;
+    // A closed run that ended whole while the run loop adds up: its hits join the sums.
+    void AddUpClosedHits() noexcept;
     EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
     // The parts of a string assignment that appends to its own target, into the step.
     static void FindAppendedParts(SLumFastStep& step);
@@ -895,17 +900,22 @@ private:
     // Counting: by depth of closed calls, the marker passed last there, as the regular
     // way keeps one for each level of calls; the markers whose hits are added up, in
     // the order of their first, and the last one counted in a closed run.
-    std::vector<SLumLineMark> m_aClosedMarks{SLumLineMark()};
+    std::vector<const SLumFastStep*> m_aClosedMarks{nullptr};
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
     // The run loop adding up hits: the debugger it counts for, null while the markers
     // go to the debugger one by one; the profiler, null where lines are only noted; the
-    // last marker that passed the line mark, and the mark it stands for; the window's
-    // count of turns to watch, null without a window, and its value when it began.
+    // markers whose sums it holds, in the order of their first; the last marker that
+    // passed the line mark, and the mark it stands for; the last that entered its line,
+    // a closed run's included, whose line the debugger notes; the window's count of
+    // turns to watch, null without a window, and its value when it began.
     CLumBasicDebugger* m_pAddingUpFor = nullptr;
     CLumBasicProfiler* m_pAddingUp = nullptr;
+    std::vector<SLumFastStep*> m_aAddedUp;
+    size_t m_nAddedUpCount = 0;
     const SLumFastStep* m_pMarkAt = nullptr;
+    const SLumFastStep* m_pLastEntered = nullptr;
     SLumLineMark* m_pAddingUpMark = nullptr;
     const std::atomic<uint32_t>* m_pTurns = nullptr;
     uint32_t m_nTurnsSeen = 0;

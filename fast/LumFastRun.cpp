@@ -147,6 +147,7 @@ void CLumFastForm::StartAddingUp(CLumBasic& basic, CLumBasicDebugger& debugger, 
     m_pAddingUpFor = &debugger;
     m_pAddingUp = debugger.CountsInto();
     m_pMarkAt = &step;
+    m_pLastEntered = &step;
     m_pAddingUpMark = &basic.m_cCallStack.LineMark();
     m_pTurns = debugger.FollowTurns();
     m_nTurnsSeen = nTurns;
@@ -165,8 +166,9 @@ LUM_HOT void CLumFastForm::AddUpHit(SLumFastStep& step)
     m_pMarkAt = &step;
     if (!fEnters)
         return;
-    if (step.m_nHits != 0)
-        ++step.m_nHits;
+    m_pLastEntered = &step;
+    if (step.m_nAddedUp != 0)
+        ++step.m_nAddedUp;
     else if (m_pAddingUp != nullptr)
         AddFirstHit(step);
 }
@@ -181,10 +183,43 @@ void CLumFastForm::AddFirstHit(SLumFastStep& step)
         m_pAddingUp->CountHit(step.m_nLine);
         return;
     }
-    if (m_nCounted == m_aCounted.size())
-        CountMore(&step);
-    m_aCounted[m_nCounted++] = &step;
-    step.m_nHits = 1;
+    if (m_nAddedUpCount == m_aAddedUp.size())
+        AddedUpMore(&step);
+    m_aAddedUp[m_nAddedUpCount++] = &step;
+    step.m_nAddedUp = 1;
+}
+
+void CLumFastForm::AddedUpMore(SLumFastStep* pMarker)
+{
+    m_aAddedUp.resize(std::max<size_t>(16, 2 * m_aAddedUp.size()), pMarker);
+}
+
+// In the order of the closed run's first hits: a line without an entry gets it now,
+// after those of the sums, whose lines all have one. Nothing is allocated but those
+// entries: with the list full, a hit goes to the profiler at once.
+void CLumFastForm::AddUpClosedHits() noexcept
+{
+    for (size_t i = 0; i < m_nCounted; ++i)
+    {
+        SLumFastStep& marker = *m_aCounted[i];
+        uint32_t nHits = marker.m_nHits;
+        marker.m_nHits = 0;
+        if (m_pAddingUp == nullptr || nHits == 0)
+            continue;
+        if (marker.m_nAddedUp != 0)
+            marker.m_nAddedUp += nHits;
+        else if (m_nAddedUpCount < m_aAddedUp.size() && m_pAddingUp->HasSlot(marker.m_nLine))
+        {
+            m_aAddedUp[m_nAddedUpCount++] = &marker;
+            marker.m_nAddedUp = nHits;
+        }
+        else
+            m_pAddingUp->CountHits(marker.m_nLine, nHits);
+    }
+    m_nCounted = 0;
+    if (m_pLastCounted != nullptr)
+        m_pLastEntered = m_pLastCounted;
+    m_pLastCounted = nullptr;
 }
 
 // Only lines with entries were added up: handing them in allocates nothing.
@@ -195,17 +230,15 @@ void CLumFastForm::HandInHits() noexcept
     const SLumFastStep& last = *m_pMarkAt;
     m_pAddingUpMark->m_pAt = last.m_pAt + 2;
     m_pAddingUpMark->m_nLine = last.m_nLine;
-    // Adding up began where a marker entered its line, and a marker that does not
-    // enter stands on the line of the last that did.
-    debugger.NoteLine(last.m_nLine);
-    for (size_t i = 0; i < m_nCounted; ++i)
+    debugger.NoteLine(m_pLastEntered->m_nLine);
+    for (size_t i = 0; i < m_nAddedUpCount; ++i)
     {
-        SLumFastStep& marker = *m_aCounted[i];
-        uint32_t nHits = marker.m_nHits;
-        marker.m_nHits = 0;
+        SLumFastStep& marker = *m_aAddedUp[i];
+        uint32_t nHits = marker.m_nAddedUp;
+        marker.m_nAddedUp = 0;
         m_pAddingUp->CountHits(marker.m_nLine, nHits);
     }
-    m_nCounted = 0;
+    m_nAddedUpCount = 0;
 }
 
 template <bool fAddingUp> LUM_HOT bool CLumFastForm::PassMarker(CLumBasic& basic, SLumFastStep& step)
@@ -449,6 +482,9 @@ SLumFastStep* CLumFastForm::RunStepsCounting(CLumBasic& basic, SLumFastStep* pSt
                 m_form.HandInHits();
         }
     } handIn{*this};
+    // A run of another level inside a statement that did not hand in.
+    if (m_pAddingUpFor != nullptr)
+        HandInHits();
     return RunStepsOf<true>(basic, pStep, pLeaveAt, nResult);
 }
 

@@ -120,7 +120,9 @@ void CLumFastForm::Translate(CLumBasic& basic, SLumFastStep& step)
     if (!fRead)
         step.m_eKind = SLumFastStep::SLOW;
     step.m_fMarkerPassive = step.m_fMarkerFollows || step.m_fMarkerUncounted;
-    step.m_fHandsIn = !IsPureStep(step);
+    // A call run whole runs nothing that could look: a call hands in where it takes the
+    // regular way (Call).
+    step.m_fHandsIn = !IsPureStep(step) && step.m_eKind != SLumFastStep::CALL;
 
     while (file.GetStackDepth() > nDepth)
         file.SetMemoryMode(nullptr);
