@@ -90,8 +90,13 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
 CLumFastForm::EOutcome CLumFastForm::Call(CLumBasic& basic, SLumFastStep& step)
 {
     // A Sub run whole returns behind its call at once.
+    // The run loop hands in ahead of a call that took the regular way last time.
     if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
+    {
+        step.m_fHandsIn = false;
         return GO_ON;
+    }
+    step.m_fHandsIn = true;
     // The regular way enters another level or runs code that may look at the counts.
     if (m_pAddingUpFor != nullptr)
         HandInHits();

@@ -134,8 +134,8 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFas
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
     {
         debugger.CountLine(step.m_nLine);
-        // Begun where the marker entered its line: the debugger's line is the mark's then.
-        if (fAddingUp && debugger.MayOnlyCountOn())
+        // Not ahead of a statement that would hand in at once.
+        if (fAddingUp && !step.m_pNext->m_fHandsIn && debugger.MayOnlyCountOn())
             StartAddingUp(basic, debugger, step, nTurns);
     }
     return GO_ON;
