@@ -25,6 +25,7 @@
 #include "expr/LumExpression.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace
 {
@@ -53,15 +54,13 @@ const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    // The depth's last marker passed stands for its mark, null for none yet.
+    // The depth's last marker passed stands for its mark.
     const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
-    const SLumFastStep* pCounted = nullptr;
     for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
     {
         if (pMarker->m_fMarkerPassive)
             continue;
-        bool fEnters =
-            pMark == nullptr || pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
+        bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
         pMark = pMarker;
         if (!fEnters)
             continue;
@@ -75,20 +74,23 @@ LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
             m_aCounted[m_nCounted++] = pMarker;
         }
         ++pMarker->m_nHits;
-        pCounted = pMarker;
+        m_pLastCounted = pMarker;
     }
-    if (pCounted != nullptr)
-        m_pLastCounted = pCounted;
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
-// way's call drops the marks of the levels below.
+// way's call drops the marks of the levels below: its mark is a marker of no line.
 LUM_HOT void CLumFastForm::EnterMarks()
 {
+    static const SLumFastStep s_cFresh = [] {
+        SLumFastStep fresh;
+        fresh.m_nLine = std::numeric_limits<long>::min();
+        return fresh;
+    }();
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
-        m_aClosedMarks.resize(nDepth + 1);
-    m_aClosedMarks[nDepth] = nullptr;
+        m_aClosedMarks.resize(nDepth + 1, &s_cFresh);
+    m_aClosedMarks[nDepth] = &s_cFresh;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then

@@ -900,7 +900,7 @@ private:
     // Counting: by depth of closed calls, the marker passed last there, as the regular
     // way keeps one for each level of calls; the markers whose hits are added up, in
     // the order of their first, and the last one counted in a closed run.
-    std::vector<const SLumFastStep*> m_aClosedMarks{nullptr};
+    std::vector<const SLumFastStep*> m_aClosedMarks;
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
