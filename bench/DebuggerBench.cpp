@@ -49,9 +49,12 @@ public:
     void RefreshLine(long) override {}
     void ExportProfile() override {}
     bool FollowsEveryLine() const override { return m_fFollows; }
+    // Its answer never turns, as the debug adapter's does not while nothing could stop.
+    const std::atomic<uint32_t>* FollowTurns() const override { return &m_nTurns; }
 
 private:
     bool m_fFollows;
+    std::atomic<uint32_t> m_nTurns{0};
 };
 
 enum EMode

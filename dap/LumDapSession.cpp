@@ -127,7 +127,7 @@ bool CLumDapSession::Launch(const json& args, std::string& strWhy)
         for (const std::string& strArg : m_aArgs)
             m_strCommand += " " + strArg;
         m_fStopOnEntry = args.value("stopOnEntry", false);
-        m_fFollow = m_fStopOnEntry;
+        SetFollow(m_fStopOnEntry);
         if (args.contains("cwd") && chdir(args.at("cwd").get<std::string>().c_str()) != 0)
             throw std::runtime_error("cwd: " + args.at("cwd").get<std::string>());
     }
@@ -237,6 +237,7 @@ bool CLumDapSession::Resume(EStep eStep)
 void CLumDapSession::Terminate()
 {
     m_fTerminate = true;
+    Turn();
     Resume(EStep::Continue);
 }
 
@@ -293,7 +294,7 @@ void CLumDapSession::AtLine(CLumBasicDebugger& debugger, long nLine)
     else if (StepDue(nDepth))
         strReason = "step";
     m_fStopOnEntry = false;
-    m_fFollow = m_eStep != EStep::Continue;
+    SetFollow(m_eStep != EStep::Continue);
     if (!strReason.empty())
         Stop(inspector, nDepth, strReason);
 }
@@ -390,7 +391,7 @@ void CLumDapSession::Stop(CLumDapInspector& inspector, size_t nDepth, const std:
     m_pInspector = nullptr;
     m_eStep = m_eResume;
     m_nStepDepth = nDepth;
-    m_fFollow = m_eStep != EStep::Continue;
+    SetFollow(m_eStep != EStep::Continue);
 }
 
 void CLumDapSession::AtFailure(CLumBasicDebugger& debugger, const CLumsException& e) noexcept

@@ -48,7 +48,12 @@ public:
     // The configuration is done: the run starts.
     void Start();
     bool HasStarted() const { return m_thread.joinable(); }
-    json SetBreakpoints(const json& args) { return m_breakpoints.Set(args, m_extensions); }
+    json SetBreakpoints(const json& args)
+    {
+        json answer = m_breakpoints.Set(args, m_extensions);
+        Turn();
+        return answer;
+    }
     void SetStopOnFailure(bool fStop) { m_fStopOnFailure = fStop; }
     bool IsStopped();
     // Waits until the run stands at a stop or has ended; at once when it has not started.
@@ -60,7 +65,11 @@ public:
     // Releases a stopped program; false when it does not stand at a stop.
     bool Resume(EStep eStep);
     // Stops a running program at its next line.
-    void Pause() { m_fPause = true; }
+    void Pause()
+    {
+        m_fPause = true;
+        Turn();
+    }
     // Whether the run must come to the session at every line: something may stop it
     // (a breakpoint, a step, a pause, the stop on entry) or end it. Any thread.
     bool FollowsLines() const
@@ -70,6 +79,9 @@ public:
     }
     // Ends the run at its next line, a stopped one at once.
     void Terminate();
+    // Rises after each change that may turn FollowsLines to yes: the run, which adds up
+    // the lines between while nothing could stop it, watches it at each line.
+    const std::atomic<uint32_t>* FollowTurns() const { return &m_nTurns; }
 
     // The run thread's side, from the window.
     void AtLine(CLumBasicDebugger& debugger, long nLine);
@@ -82,6 +94,12 @@ private:
     // Whether a breakpoint that was hit stops: its hit count and condition hold and it
     // logs nothing; a log point writes its message.
     bool BreakpointStops(CLumDapInspector& inspector, const SLumDapBreakpoint& breakpoint);
+    void Turn() { m_nTurns.fetch_add(1, std::memory_order_release); }
+    void SetFollow(bool fFollow)
+    {
+        m_fFollow = fFollow;
+        Turn();
+    }
     std::string LogMessage(CLumDapInspector& inspector, const std::string& strMessage) const;
     // Stops the program for the client until it is released.
     void Stop(CLumDapInspector& inspector, size_t nDepth, const std::string& strReason,
@@ -113,6 +131,7 @@ private:
     std::atomic<bool> m_fStopOnFailure{true};
     // The stop on entry is due or a step goes on: the run's thread writes it.
     std::atomic<bool> m_fFollow{false};
+    std::atomic<uint32_t> m_nTurns{0};
 
     // The run thread's own.
     CLumDapInspector* m_pInspector = nullptr;

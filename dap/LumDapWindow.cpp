@@ -18,6 +18,12 @@ bool CLumDapWindow::FollowsEveryLine() const
     return m_session.FollowsLines();
 }
 
+// The session outlives the window, which a pause from the reading thread may meet gone.
+const std::atomic<uint32_t>* CLumDapWindow::FollowTurns() const
+{
+    return m_session.FollowTurns();
+}
+
 void CLumDapWindow::ExportProfile()
 {
     m_debugger.WriteProfileListing();

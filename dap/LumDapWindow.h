@@ -23,6 +23,7 @@ public:
     void ExportProfile() override;
     void OnFailure(const CLumsException& e) override;
     bool FollowsEveryLine() const override;
+    const std::atomic<uint32_t>* FollowTurns() const override;
 
 private:
     CLumDapSession& m_session;

@@ -62,7 +62,10 @@ void CLumBasicDebugger::Start(CLumBasic* pBasic, const char* pszSource, const ch
     m_pBasic = pBasic;
     SetSource(pszSource ? pszSource : "", pszText);
     m_pDlg.reset();
+    m_pFollowTurns = nullptr;
     m_pDlg = LumMakeDebugWindow(this, m_pszSource.get());
+    m_pFollowTurns = m_pDlg ? m_pDlg->FollowTurns() : nullptr;
+    m_nQuietAt = ~uint64_t(0);
     SetTitle(LoadMessage(LUM_MSG_TITLE_START).c_str(), m_strMainSource);
 }
 
@@ -342,6 +345,7 @@ void CLumBasicDebugger::End()
     }
     m_pBasic = nullptr;
     m_pszSource.reset();
+    m_pFollowTurns = nullptr;
     m_pDlg.reset();
 }
 

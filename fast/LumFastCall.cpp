@@ -89,6 +89,9 @@ CallInfo* CLumFastForm::Callee(CLumBasic& basic, SLumFastStep& step)
 // goes to the handler before anything is changed.
 CLumFastForm::EOutcome CLumFastForm::CallStatement(CLumBasic& basic, SLumFastStep& step)
 {
+    // The regular way enters another level or runs code that may look at the counts.
+    if (m_pAddingUpFor != nullptr)
+        HandInHits();
     CallInfo* pInfo = Callee(basic, step);
     if (pInfo == nullptr || (pInfo->m_pImage && pInfo->m_pImage->m_pBegin == nullptr) ||
         basic.m_cCallStack.GetCount() >= CLumBasic::MAX_CALL_DEPTH ||

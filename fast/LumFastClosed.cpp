@@ -25,6 +25,7 @@
 #include "expr/LumExpression.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace
 {
@@ -53,33 +54,43 @@ const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
-    SLumLineMark& mark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    // The depth's last marker passed stands for its mark.
+    const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
     for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
-        if (!pMarker->m_fMarkerFollows && !pMarker->m_fMarkerUncounted &&
-            mark.Enters(pMarker->m_nLine, pMarker->m_pAt + 2))
+    {
+        if (pMarker->m_fMarkerPassive)
+            continue;
+        bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
+        pMark = pMarker;
+        if (!fEnters)
+            continue;
+        // Listed before the count rises, which a failed growth must not leave
+        // unlisted. Hits wrap around as the profiler's counts do, so a sum added
+        // at the end counts what the hits one by one would have.
+        if (pMarker->m_nHits == 0)
         {
-            // Listed before the count rises, which a failed growth must not leave
-            // unlisted. Hits wrap around as the profiler's counts do, so a sum added
-            // at the end counts what the hits one by one would have.
-            if (pMarker->m_nHits == 0)
-            {
-                if (m_nCounted == m_aCounted.size())
-                    CountMore(pMarker);
-                m_aCounted[m_nCounted++] = pMarker;
-            }
-            ++pMarker->m_nHits;
-            m_pLastCounted = pMarker;
+            if (m_nCounted == m_aCounted.size())
+                CountMore(pMarker);
+            m_aCounted[m_nCounted++] = pMarker;
         }
+        ++pMarker->m_nHits;
+        m_pLastCounted = pMarker;
+    }
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
-// way's call drops the marks of the levels below.
+// way's call drops the marks of the levels below: its mark is a marker of no line.
 LUM_HOT void CLumFastForm::EnterMarks()
 {
+    static const SLumFastStep s_cFresh = [] {
+        SLumFastStep fresh;
+        fresh.m_nLine = std::numeric_limits<long>::min();
+        return fresh;
+    }();
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
-        m_aClosedMarks.resize(nDepth + 1);
-    m_aClosedMarks[nDepth] = SLumLineMark();
+        m_aClosedMarks.resize(nDepth + 1, &s_cFresh);
+    m_aClosedMarks[nDepth] = &s_cFresh;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -684,6 +695,8 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
 // comes in the order of the run's, which is the order a profile takes new lines.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
+    if (m_pAddingUpFor != nullptr)
+        return AddUpClosedHits();
     // No host code ran since the closed run began: counting cannot have been switched.
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
     CLumBasicProfiler* pProfiler = debugger.CountsInto();

@@ -21,6 +21,7 @@
 #include "core/LumAddressMap.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -205,11 +206,16 @@ struct SLumFastStep : SLumFastCallSite
     bool m_fMarkerFollows = false;
     // MARKER: a declaration or a procedure's head stands behind, which counts no hit.
     bool m_fMarkerUncounted = false;
-    // MARKER: the hits added up here, not yet handed to the profiler (AddUpHit).
+    // MARKER: either of the two: it passes no line to the debugger.
+    bool m_fMarkerPassive = false;
+    // The statement may run code of the program, a module's, the host's or the
+    // debugger's, any of which might look at the counts of line hits (not IsPureStep):
+    // the hits added up go to the profiler before it runs.
+    bool m_fHandsIn = true;
+    // MARKER: the hits a closed run counted here, not yet handed on (NoteHits), and
+    // those the run loop added up, not yet handed to the profiler (AddUpHit).
     uint32_t m_nHits = 0;
-    // MARKER: whether the statement it leads to is pure (IsPureStep): 0 not known yet,
-    // 1 pure, 2 not.
-    uint8_t m_nLeadsToPure = 0;
+    uint32_t m_nAddedUp = 0;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -780,8 +786,14 @@ private:
     // way's (a template only so that the interpreter's stacks are known where it runs).
     template <class Basic> LUM_HOT EOutcome Call(Basic& basic, SLumFastStep& step)
     {
+        // A Sub run whole returns behind its call at once; the run loop hands in ahead
+        // of a call that took the regular way last time.
         if (TryClosed(step, basic.m_cCallStack.GetCount(), [&] { return RunClosed(basic, step); }))
+        {
+            step.m_fHandsIn = false;
             return GO_ON;
+        }
+        step.m_fHandsIn = true;
         return CallStatement(basic, step);
     }
     EOutcome CallStatement(CLumBasic& basic, SLumFastStep& step);
@@ -803,10 +815,16 @@ private:
     EOutcome AssignValue(CLumBasic& basic, SLumFastStep& step);
     template <bool fAddingUp> EOutcome CountLine(CLumBasic& basic, SLumFastStep& step);
     // While the run loop counts lines and nothing can look at the counts, a hit is added
-    // up on its marker; the sums go to the profiler before anything runs that could
-    // look (HandInHits).
-    void AddUpHit(CLumBasic& basic, SLumFastStep& step);
+    // up on its marker, and the level's line mark and the debugger's line are kept
+    // here; the sums, the mark and the line go where they belong before anything runs
+    // that could look (HandInHits).
+    void StartAddingUp(CLumBasic& basic, CLumBasicDebugger& debugger, SLumFastStep& step, uint32_t nTurns);
+    void AddUpHit(SLumFastStep& step);
+    void AddFirstHit(SLumFastStep& step);
+    __attribute__((noinline)) void AddedUpMore(SLumFastStep* pMarker);
     void HandInHits() noexcept;
+    // A closed run that ended whole while the run loop adds up: its hits join the sums.
+    void AddUpClosedHits() noexcept;
     EOutcome AssignAppend(CLumBasic& basic, SLumFastStep& step);
     // The parts of a string assignment that appends to its own target, into the step.
     static void FindAppendedParts(SLumFastStep& step);
@@ -890,13 +908,26 @@ private:
     int m_nBuiltinsRead = 0;
     // Counting: by depth of closed calls, the marker passed last there, as the regular
     // way keeps one for each level of calls; the markers whose hits are added up, in
-    // the order of their first, and the last one counted in a closed run; the profiler
-    // the run loop adds up hits for, null while it counts them one by one.
-    std::vector<SLumLineMark> m_aClosedMarks{SLumLineMark()};
+    // the order of their first, and the last one counted in a closed run.
+    std::vector<const SLumFastStep*> m_aClosedMarks;
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
+    // The run loop adding up hits: the debugger it counts for, null while the markers
+    // go to the debugger one by one; the profiler, null where lines are only noted; the
+    // markers whose sums it holds, in the order of their first; the last marker that
+    // passed the line mark, and the mark it stands for; the last that entered its line,
+    // a closed run's included, whose line the debugger notes; the window's count of
+    // turns to watch, null without a window, and its value when it began.
+    CLumBasicDebugger* m_pAddingUpFor = nullptr;
     CLumBasicProfiler* m_pAddingUp = nullptr;
+    std::vector<SLumFastStep*> m_aAddedUp;
+    size_t m_nAddedUpCount = 0;
+    const SLumFastStep* m_pMarkAt = nullptr;
+    const SLumFastStep* m_pLastEntered = nullptr;
+    SLumLineMark* m_pAddingUpMark = nullptr;
+    const std::atomic<uint32_t>* m_pTurns = nullptr;
+    uint32_t m_nTurnsSeen = 0;
     bool m_fCounting = false;
     const CLumBasicDebugger* m_pWatchedDebugger = nullptr;
     // The For loops the procedures of a closed run hold open, the innermost last.

@@ -117,75 +117,142 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
 }
 
 // A marker in debug mode does what its handler does, SetDebugInfo, where the debugger
-// can only count the line: the hit costs no dispatch. With a window open it may stop
-// there, which the handler does in its frame. Without a window, where the run loop may
-// add up hits, the following ones are added up.
+// can only count the line: the hit costs no dispatch. Where a window might stop there,
+// the handler does that in its frame. Where nothing can change that before the next
+// statement that is not pure, the run loop adds up the following hits.
 template <bool fAddingUp>
 LUM_HOT CLumFastForm::EOutcome CLumFastForm::CountLine(CLumBasic& basic, SLumFastStep& step)
 {
+    // An unlinked marker while hits are added up: the mark it reads must be current.
+    if (!fAddingUp && m_pAddingUpFor != nullptr)
+        HandInHits();
     CLumBasicDebugger& debugger = *basic.m_pDebugger;
+    uint32_t nTurns = fAddingUp ? debugger.FollowTurnsNow() : 0;
     if (!debugger.OnlyCounts())
         return HANDLER;
     // The handler finds its cursor behind the marker's token.
     if (!step.m_fMarkerUncounted && basic.EntersLine(step.m_nLine, step.m_pAt + 2))
+    {
         debugger.CountLine(step.m_nLine);
-    if (fAddingUp && !debugger.HasWindow())
-        m_pAddingUp = debugger.CountsInto();
+        // Not ahead of a statement that would hand in at once.
+        if (fAddingUp && !step.m_pNext->m_fHandsIn && debugger.MayOnlyCountOn())
+            StartAddingUp(basic, debugger, step, nTurns);
+    }
     return GO_ON;
 }
 
-// A hit of a line that has its entry is added up on the marker; the first hit of a
-// line is counted at once, so that the profile takes new lines in the order the run
-// meets them. The debugger notes the line at once, as CountLine does. Called for a
-// marker linked to the statement behind.
-LUM_HOT void CLumFastForm::AddUpHit(CLumBasic& basic, SLumFastStep& step)
+void CLumFastForm::StartAddingUp(CLumBasic& basic, CLumBasicDebugger& debugger, SLumFastStep& step,
+                                 uint32_t nTurns)
 {
-    if (step.m_fMarkerUncounted || !basic.EntersLine(step.m_nLine, step.m_pAt + 2))
-        return;
-    basic.m_pDebugger->NoteLine(step.m_nLine);
-    if (step.m_nHits == 0)
-    {
-        // Ahead of a statement that hands the hits in at once, adding up costs more.
-        if (step.m_nLeadsToPure == 0)
-            step.m_nLeadsToPure = IsPureStep(*step.m_pNext) ? 1 : 2;
-        if (step.m_nLeadsToPure != 1 || !m_pAddingUp->HasSlot(step.m_nLine))
-        {
-            m_pAddingUp->CountHit(step.m_nLine);
-            // Nothing added up yet: the statement behind need not hand anything in.
-            if (step.m_nLeadsToPure != 1 && m_nCounted == 0)
-                m_pAddingUp = nullptr;
-            return;
-        }
-        if (m_nCounted == m_aCounted.size())
-            CountMore(&step);
-        m_aCounted[m_nCounted++] = &step;
-    }
-    ++step.m_nHits;
+    m_pAddingUpFor = &debugger;
+    m_pAddingUp = debugger.CountsInto();
+    m_pMarkAt = &step;
+    m_pLastEntered = &step;
+    m_pAddingUpMark = &basic.m_cCallStack.LineMark();
+    m_pTurns = debugger.FollowTurns();
+    m_nTurnsSeen = nTurns;
 }
 
-// Only lines with entries were added up: handing them in allocates nothing.
-void CLumFastForm::HandInHits() noexcept
+// A marker passes the line mark as EntersLine would, against the last marker passed,
+// which stands for the mark; a hit of a line that has its entry is added up on the
+// marker. All markers passed are of the running level and of this form's image: a
+// statement that might call or return hands in first.
+LUM_HOT void CLumFastForm::AddUpHit(SLumFastStep& step)
 {
-    CLumBasicProfiler& profiler = *m_pAddingUp;
-    m_pAddingUp = nullptr;
+    if (step.m_fMarkerPassive)
+        return;
+    const SLumFastStep& last = *m_pMarkAt;
+    bool fEnters = last.m_nLine != step.m_nLine || step.m_pAt <= last.m_pAt;
+    m_pMarkAt = &step;
+    if (!fEnters)
+        return;
+    m_pLastEntered = &step;
+    if (step.m_nAddedUp != 0)
+        ++step.m_nAddedUp;
+    else if (m_pAddingUp != nullptr)
+        AddFirstHit(step);
+}
+
+// The first hit of a line is counted at once, so that the profile takes new lines in
+// the order the run meets them; so is a hit whose marker leads to a statement that
+// hands in at once, where adding up would cost more.
+void CLumFastForm::AddFirstHit(SLumFastStep& step)
+{
+    if (step.m_pNext->m_fHandsIn || !m_pAddingUp->HasSlot(step.m_nLine))
+    {
+        m_pAddingUp->CountHit(step.m_nLine);
+        return;
+    }
+    if (m_nAddedUpCount == m_aAddedUp.size())
+        AddedUpMore(&step);
+    m_aAddedUp[m_nAddedUpCount++] = &step;
+    step.m_nAddedUp = 1;
+}
+
+void CLumFastForm::AddedUpMore(SLumFastStep* pMarker)
+{
+    m_aAddedUp.resize(std::max<size_t>(16, 2 * m_aAddedUp.size()), pMarker);
+}
+
+// In the order of the closed run's first hits: a line without an entry gets it now,
+// after those of the sums, whose lines all have one. Nothing is allocated but those
+// entries: with the list full, a hit goes to the profiler at once.
+void CLumFastForm::AddUpClosedHits() noexcept
+{
     for (size_t i = 0; i < m_nCounted; ++i)
     {
         SLumFastStep& marker = *m_aCounted[i];
         uint32_t nHits = marker.m_nHits;
         marker.m_nHits = 0;
-        profiler.CountHits(marker.m_nLine, nHits);
+        if (m_pAddingUp == nullptr || nHits == 0)
+            continue;
+        if (marker.m_nAddedUp != 0)
+            marker.m_nAddedUp += nHits;
+        else if (m_nAddedUpCount < m_aAddedUp.size() && m_pAddingUp->HasSlot(marker.m_nLine))
+        {
+            m_aAddedUp[m_nAddedUpCount++] = &marker;
+            marker.m_nAddedUp = nHits;
+        }
+        else
+            m_pAddingUp->CountHits(marker.m_nLine, nHits);
     }
     m_nCounted = 0;
+    if (m_pLastCounted != nullptr)
+        m_pLastEntered = m_pLastCounted;
+    m_pLastCounted = nullptr;
+}
+
+// Only lines with entries were added up: handing them in allocates nothing.
+void CLumFastForm::HandInHits() noexcept
+{
+    CLumBasicDebugger& debugger = *m_pAddingUpFor;
+    m_pAddingUpFor = nullptr;
+    const SLumFastStep& last = *m_pMarkAt;
+    m_pAddingUpMark->m_pAt = last.m_pAt + 2;
+    m_pAddingUpMark->m_nLine = last.m_nLine;
+    debugger.NoteLine(m_pLastEntered->m_nLine);
+    for (size_t i = 0; i < m_nAddedUpCount; ++i)
+    {
+        SLumFastStep& marker = *m_aAddedUp[i];
+        uint32_t nHits = marker.m_nAddedUp;
+        marker.m_nAddedUp = 0;
+        m_pAddingUp->CountHits(marker.m_nLine, nHits);
+    }
+    m_nAddedUpCount = 0;
 }
 
 template <bool fAddingUp> LUM_HOT bool CLumFastForm::PassMarker(CLumBasic& basic, SLumFastStep& step)
 {
-    if (fAddingUp && m_pAddingUp != nullptr)
+    if (fAddingUp && m_pAddingUpFor != nullptr)
     {
-        // Nothing that ran since the hits began to be added up could switch counting.
-        if (!step.m_fMarkerFollows)
-            AddUpHit(basic, step);
-        return true;
+        // Nothing that ran since the hits began to be added up could switch counting; a
+        // window may have turned to following the lines, and is asked here then.
+        if (m_pTurns == nullptr || m_pTurns->load(std::memory_order_acquire) == m_nTurnsSeen)
+        {
+            AddUpHit(step);
+            return true;
+        }
+        HandInHits();
     }
     return !basic.m_fDebugMode || step.m_fMarkerFollows || basic.m_pDebugger == nullptr ||
            CountLine<fAddingUp>(basic, step) == GO_ON;
@@ -411,10 +478,13 @@ SLumFastStep* CLumFastForm::RunStepsCounting(CLumBasic& basic, SLumFastStep* pSt
         CLumFastForm& m_form;
         ~SHandIn()
         {
-            if (m_form.m_pAddingUp != nullptr)
+            if (m_form.m_pAddingUpFor != nullptr)
                 m_form.HandInHits();
         }
     } handIn{*this};
+    // A run of another level inside a statement that did not hand in.
+    if (m_pAddingUpFor != nullptr)
+        HandInHits();
     return RunStepsOf<true>(basic, pStep, pLeaveAt, nResult);
 }
 
@@ -446,7 +516,7 @@ SLumFastStep* CLumFastForm::RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, un
                 pStep = pStep->m_pNext;
                 continue;
             }
-            if (fAddingUp && m_pAddingUp != nullptr && !IsPureStep(*pStep))
+            if (fAddingUp && pStep->m_fHandsIn && m_pAddingUpFor != nullptr)
                 HandInHits();
             EOutcome eOutcome = Execute(basic, *pStep);
             // The links already made, first: most statements lead on, the rest jump.

@@ -119,6 +119,10 @@ void CLumFastForm::Translate(CLumBasic& basic, SLumFastStep& step)
         fRead = false;
     if (!fRead)
         step.m_eKind = SLumFastStep::SLOW;
+    step.m_fMarkerPassive = step.m_fMarkerFollows || step.m_fMarkerUncounted;
+    // A call run whole runs nothing that could look: a call hands in where it takes the
+    // regular way (Call), which it then notes here for the next time.
+    step.m_fHandsIn = !IsPureStep(step) && step.m_eKind != SLumFastStep::CALL;
 
     while (file.GetStackDepth() > nDepth)
         file.SetMemoryMode(nullptr);

@@ -4,7 +4,11 @@
 
 #include <lumbasic/LumMessageBox.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <sstream>
+#include <thread>
 
 using namespace lumtest;
 
@@ -337,4 +341,90 @@ TEST_F(Debugger, AFailureInAFunctionLeavesTheNextRunItsDebugger)
     m_vars.SetValuesFromString("S:lib$=lib.lbc\n");
     EXPECT_EQ(RunImage(*m_pBasic, Compile("main.lbd")), std::vector<std::string>());
     EXPECT_EQ(m_log.Lines("stop"), s_aStopCases[0].m_aStops);
+}
+
+namespace
+{
+// A window that need not follow the lines until another thread turns it, and says so
+// with a count of its turns or not at all (asked at every line then). Its one stop
+// notes the line, the hits of the loop's body and i%, and ends the loop.
+class CTurningWindow : public CLumBasicDebugWindow
+{
+public:
+    CTurningWindow(CLumBasicDebugger& debugger, CLumVariables& vars, std::atomic<bool>& fFollows,
+                   const std::atomic<uint32_t>* pTurns, std::vector<std::string>& aStops)
+        : m_debugger(debugger), m_vars(vars), m_fFollows(fFollows), m_pTurns(pTurns), m_aStops(aStops)
+    {
+    }
+    void SetTitle(const std::string&) override {}
+    void SetSourceText(const char*) override {}
+    void RefreshDebugWindow() override {}
+    void RefreshLine(long) override {}
+    void ExportProfile() override {}
+    int EnterModalMode(long nLine) override
+    {
+        if (m_debugger.IsEnding())
+            return 0;
+        m_aStops.push_back(std::to_string(nLine) + " " + std::to_string(m_debugger.GetHits(3)) + " " +
+                           std::to_string(m_vars.GetValue("i%", nullptr)->GetLong()));
+        m_fFollows = false;
+        m_debugger.ChangeVar("stop%", "1");
+        return 0;
+    }
+    bool FollowsEveryLine() const override { return m_fFollows; }
+    const std::atomic<uint32_t>* FollowTurns() const override { return m_pTurns; }
+
+private:
+    CLumBasicDebugger& m_debugger;
+    CLumVariables& m_vars;
+    std::atomic<bool>& m_fFollows;
+    const std::atomic<uint32_t>* m_pTurns;
+    std::vector<std::string>& m_aStops;
+};
+} // namespace
+
+// A window turned to following from another thread while the loop runs at the speed of
+// counting stops it at the next line, with every hit before counted; one that gives a
+// count of its turns adds up the hits between, one without is asked at every line.
+TEST_F(Debugger, AWindowTurnedFromAnotherThreadStopsAtTheNextLine)
+{
+    Write("spin.lbd", "Sub Main\n"
+                      "    While stop% = 0\n"
+                      "        i% = i% + 1\n"
+                      "    Wend\n"
+                      "End Sub\n");
+    std::vector<uint8_t> aImage = Compile("spin.lbd");
+    CLumBasicDebugger::m_fProfile = 1;
+    for (bool fCounted : {true, false})
+    {
+        std::atomic<bool> fFollows{false};
+        std::atomic<uint32_t> nTurns{0};
+        std::vector<std::string> aStops;
+        LumDebugWindowFactory fnBefore =
+            LumSetDebugWindowFactory([&](CLumBasicDebugger* pDebugger, const char*) {
+                return std::make_unique<CTurningWindow>(*pDebugger, m_vars, fFollows,
+                                                        fCounted ? &nTurns : nullptr, aStops);
+            });
+        m_vars.SetValuesFromString("L:stop%=0\nL:i%=0\n");
+        CLumBasic basic(&m_vars, nullptr);
+        // A window never asked again ends the run here rather than never.
+        basic.SetStatementLimit(200000000);
+        std::thread turner([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            fFollows = true;
+            nTurns.fetch_add(1, std::memory_order_release);
+        });
+        std::vector<std::string> aTrail = RunImage(basic, aImage);
+        turner.join();
+        LumSetDebugWindowFactory(std::move(fnBefore));
+        EXPECT_EQ(aTrail, std::vector<std::string>()) << fCounted;
+        ASSERT_EQ(aStops.size(), 1u) << fCounted;
+        long nLine = 0, nHits = 0, nI = 0;
+        std::istringstream(aStops[0]) >> nLine >> nHits >> nI;
+        EXPECT_TRUE(nLine >= 2 && nLine <= 4) << aStops[0];
+        // At line 3 its hit came before its statement.
+        EXPECT_EQ(nHits, nI + (nLine == 3 ? 1 : 0)) << aStops[0];
+        EXPECT_GT(nI, 0) << aStops[0];
+    }
+    CLumBasicDebugger::m_fProfile = 0;
 }

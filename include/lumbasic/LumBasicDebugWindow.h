@@ -5,6 +5,8 @@
 
 #include <lumbasic/LumExport.h>
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -46,6 +48,12 @@ public:
     // whole included; it asks again at each line, from the run's thread, so it must
     // answer quickly and may change its answer from any thread.
     virtual bool FollowsEveryLine() const { return true; }
+    // A count that rises each time the answer of FollowsEveryLine may have turned to
+    // yes, raised after the change that turns it (a breakpoint set, a pause asked for),
+    // from any thread; it must outlive the window. With one, the run asks
+    // FollowsEveryLine again only once the count has changed, and reads the count alone
+    // at the lines between. Null (the default): the window is asked at every line.
+    virtual const std::atomic<uint32_t>* FollowTurns() const { return nullptr; }
 };
 
 // Makes the window of a debugger that starts, showing `pszText` (null for none).

@@ -59,11 +59,19 @@ public:
     // could stop there, or the window need not follow the lines, and no breakpoint is
     // set. The fast form then counts a line with
     // CountLine, without the marker's handler.
-    bool OnlyCounts() const
-    {
-        return (m_pDlg == nullptr || !m_pDlg->FollowsEveryLine()) && m_mapBreakpoints.empty();
-    }
+    bool OnlyCounts() const { return (m_pDlg == nullptr || !WindowFollows()) && m_mapBreakpoints.empty(); }
     bool HasWindow() const { return m_pDlg != nullptr; }
+    // Whether a run may go on counting where OnlyCounts held without asking again at
+    // each line: no window is open, or the window's turns are watched instead
+    // (CLumBasicDebugWindow::FollowTurns). Breakpoints change only where the run stops.
+    bool MayOnlyCountOn() const { return m_pDlg == nullptr || m_pFollowTurns != nullptr; }
+    // The window's count of turns, null without a window. Read before OnlyCounts: a
+    // turn after that shows as a new count.
+    const std::atomic<uint32_t>* FollowTurns() const { return m_pFollowTurns; }
+    uint32_t FollowTurnsNow() const
+    {
+        return m_pFollowTurns != nullptr ? m_pFollowTurns->load(std::memory_order_acquire) : 0;
+    }
     void CountLine(long nLine)
     {
         m_nLineNr = nLine;
@@ -138,6 +146,22 @@ private:
     void SetTitle(const char* pszFormat, const std::string& strName);
 
     std::unique_ptr<CLumBasicDebugWindow> m_pDlg;
+    // The window's FollowTurns, taken when it was made, and its value when the window
+    // last said it need not follow (beyond any count while it has not).
+    const std::atomic<uint32_t>* m_pFollowTurns = nullptr;
+    mutable uint64_t m_nQuietAt = ~uint64_t(0);
+    // A window that gives its turns is asked again only once they changed.
+    bool WindowFollows() const
+    {
+        if (m_pFollowTurns == nullptr)
+            return m_pDlg->FollowsEveryLine();
+        uint32_t nTurns = m_pFollowTurns->load(std::memory_order_acquire);
+        if (nTurns == m_nQuietAt)
+            return false;
+        bool fFollows = m_pDlg->FollowsEveryLine();
+        m_nQuietAt = fFollows ? ~uint64_t(0) : nTurns;
+        return fFollows;
+    }
     CLumBasic* m_pBasic = nullptr;
     std::unique_ptr<char[]> m_pszSource;
     std::set<long> m_mapBreakpoints;
