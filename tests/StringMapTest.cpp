@@ -20,9 +20,20 @@ std::string RandomKey(std::mt19937& random, std::string& strName, uint32_t& nInd
     fElement = random() % 8 != 0;
     if (!fElement)
         return s_apszOthers[random() % 8];
-    // Mostly near each other, so that pages fill; now and then far apart.
-    nIndex = random() % 4 == 0 ? static_cast<uint32_t>(random() % 999999999)
-                               : static_cast<uint32_t>(random() % 300);
+    // Mostly near each other, so that pages fill; now and then far apart, or a little
+    // ahead of the pages a name has, where a page is hashed first and its neighbours
+    // later go to the name's table.
+    switch (random() % 8)
+    {
+    case 0:
+        nIndex = static_cast<uint32_t>(random() % 999999999);
+        break;
+    case 1:
+        nIndex = static_cast<uint32_t>(random() % 20000);
+        break;
+    default:
+        nIndex = static_cast<uint32_t>(random() % 300);
+    }
     return strName + ":" + std::to_string(nIndex);
 }
 } // namespace

@@ -222,7 +222,9 @@ public:
         m_aNameSlots.clear();
         m_aPageBlocks.clear();
         m_aPageSlots.clear();
+        m_aNamePages.clear();
         m_nPages = 0;
+        m_nHashedPages = 0;
         m_nLastName = EMPTY;
         m_nSerial = NewSerial();
     }
@@ -550,10 +552,12 @@ private:
             m_aNameSlots.swap(aSlots);
         }
         m_aNames.reserve(m_aNames.size() + 1);
+        m_aNamePages.reserve(m_aNames.size() + 1);
         CLumKey cName = StoreKey(name);
         cName.m_nHash = nHash;
         uint32_t n = static_cast<uint32_t>(m_aNames.size());
         m_aNames.push_back(cName);
+        m_aNamePages.emplace_back();
         Place(m_aNameSlots, n, nHash);
         return n;
     }
@@ -575,6 +579,10 @@ private:
     }
     uint32_t FindPage(uint64_t nKey) const noexcept
     {
+        const SNamePages& pages = m_aNamePages[nKey >> 32];
+        uint32_t nAt = static_cast<uint32_t>(nKey);
+        if (nAt < pages.m_aDense.size() && pages.m_aDense[nAt] != EMPTY)
+            return pages.m_aDense[nAt];
         if (m_aPageSlots.empty())
             return EMPTY;
         size_t nMask = m_aPageSlots.size() - 1;
@@ -603,7 +611,16 @@ private:
     }
     uint32_t AddPage(uint64_t nKey)
     {
-        if ((m_nPages + 1) * 4 > m_aPageSlots.size() * 3)
+        // Everything that may fail to allocate comes first, so a failure leaves the
+        // map as it was.
+        SNamePages& pages = m_aNamePages[nKey >> 32];
+        uint32_t nAt = static_cast<uint32_t>(nKey);
+        // Near the pages the name has, a page is found by its place in the name's
+        // table; far from them (an index of millions in a small array), by its hash.
+        bool fDense = nAt < 2 * (size_t(pages.m_nPages) + 32);
+        if (fDense && nAt >= pages.m_aDense.size())
+            pages.m_aDense.resize(std::max<size_t>(nAt + 1, 2 * pages.m_aDense.size()), EMPTY);
+        if (!fDense && (m_nHashedPages + 1) * 4 > m_aPageSlots.size() * 3)
         {
             std::vector<PageSlot> aSlots(m_aPageSlots.empty() ? 16 : m_aPageSlots.size() * 2,
                                          PageSlot{NO_PAGE, 0});
@@ -618,7 +635,14 @@ private:
             std::fill_n(m_aPageBlocks.back().get(), BLOCK_PAGES * PAGE_ENTRIES, EMPTY);
         }
         uint32_t n = m_nPages++;
-        PlacePage(m_aPageSlots, nKey, n);
+        ++pages.m_nPages;
+        if (fDense)
+            pages.m_aDense[nAt] = n;
+        else
+        {
+            PlacePage(m_aPageSlots, nKey, n);
+            ++m_nHashedPages;
+        }
         return n;
     }
 
@@ -636,7 +660,16 @@ private:
     std::vector<uint32_t> m_aNameSlots;
     std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
     std::vector<PageSlot> m_aPageSlots;
+    // The pages of each name, by the name's number: those near its others in a table
+    // by the index divided by the page size, the rest in m_aPageSlots.
+    struct SNamePages
+    {
+        std::vector<uint32_t> m_aDense;
+        uint32_t m_nPages = 0;
+    };
+    std::vector<SNamePages> m_aNamePages;
     uint32_t m_nPages = 0;
+    uint32_t m_nHashedPages = 0;
     uint32_t m_nLastName = EMPTY;
     uint32_t m_nLastIndex = 0;
     T* m_pLastElement = nullptr;
