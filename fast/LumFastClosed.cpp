@@ -896,10 +896,12 @@ LUM_HOT bool CLumFastForm::ClosedTreeOperand(SLumFastExpr& expr, SLumNumber& out
         return ClosedLeaf(expr, out);
     case SLumFastExpr::OPERATOR:
         return ClosedOperatorOfLeaves(expr, out);
+    case SLumFastExpr::OTHER:
+        return ClosedBuiltin(expr, out);
     case SLumFastExpr::ELEMENT:
         return ClosedElement(expr, out);
     default:
-        return ClosedNumber(expr, out);
+        return GiveUp();
     }
 }
 
@@ -975,22 +977,11 @@ LUM_HOT bool CLumFastForm::ClosedLeaf(SLumFastExpr& expr, SLumNumber& out)
     return LumFastNumber(*pValue, out) || GiveUp();
 }
 
+// The operand of ClosedTree, not inlined: for the built-ins' arguments and the
+// other places an expression's number is wanted.
 bool CLumFastForm::ClosedNumber(SLumFastExpr& expr, SLumNumber& out)
 {
-    switch (expr.m_eOp)
-    {
-    case SLumFastExpr::CONSTANT:
-    case SLumFastExpr::VARIABLE:
-        return ClosedLeaf(expr, out);
-    case SLumFastExpr::OPERATOR:
-        return ClosedOperatorOfLeaves(expr, out);
-    case SLumFastExpr::OTHER:
-        return ClosedBuiltin(expr, out);
-    case SLumFastExpr::ELEMENT:
-        return ClosedElement(expr, out);
-    default:
-        return GiveUp();
-    }
+    return ClosedTreeOperand(expr, out);
 }
 
 // An element read as Element reads it, where it holds a number: its indices as numbers,
