@@ -81,8 +81,6 @@ private:
         // when it ends.
         static thread_local SHandBack t_cHandBack;
         (void)t_cHandBack;
-        if (t_pFresh != t_pFreshEnd)
-            return TakeFresh();
         SPool& pool = Pool();
         {
             std::lock_guard<std::mutex> lock(pool.m_cLock);
