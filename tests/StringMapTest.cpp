@@ -80,10 +80,18 @@ TEST(StringMap, FindsWhatAPlainMapFindsInInsertionOrder)
         }
     }
     ASSERT_EQ(map.GetCount(), reference.size());
-    size_t i = 0;
+    // An iteration gives each value where Find finds it, and a second one the same
+    // key bytes, which an element's key gets once.
+    std::vector<const char*> aKeys;
     for (const auto& entry : map)
     {
-        ASSERT_EQ(std::string(entry.m_strKey), aOrder[i++]);
-        EXPECT_EQ(entry.m_value, reference[aOrder[i - 1]]);
+        const std::string& strKey = aOrder[aKeys.size()];
+        ASSERT_EQ(std::string(entry.m_strKey), strKey);
+        EXPECT_EQ(entry.m_value, reference[strKey]);
+        EXPECT_EQ(&entry.m_value, map.Find(strKey)) << strKey;
+        aKeys.push_back(entry.m_strKey.c_str());
     }
+    size_t i = 0;
+    for (const auto& entry : map)
+        EXPECT_EQ(entry.m_strKey.c_str(), aKeys[i++]);
 }

@@ -24,7 +24,7 @@ void CLumFunctions::SetAt(const std::string& strName, CallInfo* pInfo)
 void CLumFunctions::RemoveAll()
 {
     m_nGeneration = CLumVariables::NextGeneration();
-    for (auto& entry : m_map)
+    for (const auto& entry : m_map)
         Retire(entry.m_value);
     m_map.RemoveAll();
 }

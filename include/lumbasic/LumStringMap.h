@@ -21,6 +21,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,9 +29,7 @@
 
 template <class T> class CLumStringMap;
 
-// A key of the map: its bytes, zero-terminated, in the map's own blocks. An element
-// made by its name and index gets its bytes when an iteration first reaches it, as
-// most elements are never listed: until then it holds the name's number and the index.
+// A key of the map: its bytes, zero-terminated, in the map's own blocks.
 class LUM_API CLumKey
 {
     template <class T> friend class CLumStringMap;
@@ -48,15 +47,10 @@ public:
     friend bool operator==(const CLumKey& a, std::string_view b) noexcept { return std::string_view(a) == b; }
 
 private:
-    // Null while the key has no bytes yet; then m_nLength is the name's number and
-    // m_nHash the index.
     const char* m_psz = "";
     uint32_t m_nLength = 0;
     // The map's hash of the key, which fits where the key would leave padding.
     uint32_t m_nHash = 0;
-
-    // Read by iterations on several threads at once, of which one may give the bytes.
-    bool HasBytes() const noexcept { return __atomic_load_n(&m_psz, __ATOMIC_ACQUIRE) != nullptr; }
 };
 
 // Where a map found the elements of a name last: the number of the name and the page
@@ -73,11 +67,15 @@ struct LUM_API CLumElementCache
 template <class T> class LUM_API CLumStringMap
 {
 public:
-    struct Entry
+    // What an iteration gives: the key, and the value where the map holds it, which is
+    // where Find finds it.
+    template <class V> struct BasicEntry
     {
         CLumKey m_strKey;
-        T m_value;
+        V& m_value;
     };
+    using Entry = BasicEntry<T>;
+    using ConstEntry = BasicEntry<const T>;
 
     CLumStringMap() = default;
     CLumStringMap(const CLumStringMap&) = delete;
@@ -98,7 +96,7 @@ public:
         if (SplitElement(key, name, nIndex))
             return FindElement(name, nIndex);
         uint32_t n = FindSlot(m_aSlots, key, Hash(key), m_aBlocks);
-        return n == EMPTY ? nullptr : &At(n).m_value;
+        return n == EMPTY ? nullptr : &Keyed(n).m_value;
     }
     // The element NAME:INDEX, for an index below MAX_ELEMENT_INDEX, without composing
     // its key.
@@ -108,10 +106,7 @@ public:
         if (nName == EMPTY)
             return nullptr;
         uint32_t nPage = FindPage(PageKey(nName, nIndex));
-        if (nPage == EMPTY)
-            return nullptr;
-        uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
-        return n == EMPTY ? nullptr : &At(n).m_value;
+        return nPage == EMPTY ? nullptr : Page(nPage).Find(nIndex);
     }
     const T* Find(std::string_view key) const noexcept { return const_cast<CLumStringMap*>(this)->Find(key); }
     const T* FindElement(std::string_view name, uint32_t nIndex) const noexcept
@@ -122,16 +117,30 @@ public:
     // Inserts a key that is not in the map yet.
     T& Insert(std::string_view key, T value)
     {
+        // Everything that may fail to allocate comes first, so a failure leaves the
+        // map as it was.
         std::string_view name;
         uint32_t nIndex = 0;
-        bool fElement = SplitElement(key, name, nIndex);
-        return Insert(key, fElement, name, nIndex, std::move(value));
-    }
-    // Inserts the element NAME:INDEX that is not in the map yet, under `key`, the
-    // two composed.
-    T& InsertElement(std::string_view key, std::string_view name, uint32_t nIndex, T value)
-    {
-        return Insert(key, true, name, nIndex, std::move(value));
+        if (SplitElement(key, name, nIndex))
+            return AddElement(ObtainPage(ObtainName(name), nIndex), nIndex, std::move(value));
+        if (m_nKeyed >= MAX_KEYED)
+            throw std::bad_alloc();
+        uint32_t nHash = Hash(key);
+        // At most four slots in five in use: probes stay short.
+        if ((m_nKeyed + 1) * 5 > m_aSlots.size() * 4)
+            Grow();
+        ReserveOrder();
+        if (m_nKeyed % BLOCK_ENTRIES == 0 && m_nKeyed / BLOCK_ENTRIES == m_aBlocks.size())
+            AddBlock(m_aBlocks, BLOCK_ENTRIES);
+        CLumKey cKey = StoreKey(key);
+        cKey.m_nHash = nHash;
+        uint32_t n = m_nKeyed++;
+        SKeyed& e = Keyed(n);
+        e.m_strKey = cKey;
+        e.m_value = std::move(value);
+        Place(m_aSlots, n, nHash);
+        AppendOrder(n);
+        return e.m_value;
     }
 
     // FindElement, helped by where the name's elements were found before.
@@ -143,10 +152,7 @@ public:
         if (nName == m_nLastName && nIndex == m_nLastIndex)
             return m_pLastElement;
         uint32_t nPage = CachedPage(nName, nIndex, cache);
-        if (nPage == EMPTY)
-            return nullptr;
-        uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
-        return n == EMPTY ? nullptr : &At(n).m_value;
+        return nPage == EMPTY ? nullptr : Page(nPage).Find(nIndex);
     }
 
     // The element NAME:INDEX; where it is missing, inserted with a null value under that
@@ -161,20 +167,15 @@ public:
                 return *m_pLastElement;
             nPage = CachedPage(nName, nIndex, cache);
             if (nPage != EMPTY)
-            {
-                uint32_t n = Page(nPage)[nIndex % PAGE_ENTRIES];
-                if (n != EMPTY)
-                    return *Remember(nName, nIndex, &At(n).m_value);
-            }
+                if (T* pValue = Page(nPage).Find(nIndex))
+                    return *Remember(nName, nIndex, pValue);
         }
         if (nName == EMPTY)
             nName = AddName(name, Hash(name));
         if (nPage == EMPTY)
             nPage = AddPage(PageKey(nName, nIndex));
+        T& value = AddElement(nPage, nIndex, T());
         fInserted = true;
-        CLumKey cKey(nullptr, nName);
-        cKey.m_nHash = nIndex;
-        T& value = Append(cKey, T(), &Page(nPage)[nIndex % PAGE_ENTRIES]);
         return *Remember(nName, nIndex, &value);
     }
 
@@ -185,20 +186,23 @@ public:
         m_aBlocks.clear();
         m_aSlots.clear();
         m_aKeyBlocks.clear();
+        m_aOrderBlocks.clear();
         Reset();
     }
 
-    // Empties the map as RemoveAll does, but keeps its first block of entries, its
-    // first block of keys and a small index for the entries to come: a map emptied and
+    // Empties the map as RemoveAll does, but keeps its first blocks of entries, of their
+    // order and of keys, and a small index for the entries to come: a map emptied and
     // filled again for each of many runs allocates nothing after the first.
     void Reset() noexcept
     {
-        size_t nUsed = std::min(m_nCount, BLOCK_ENTRIES);
+        size_t nUsed = std::min<size_t>(m_nKeyed, BLOCK_ENTRIES);
         if (!m_aBlocks.empty())
             for (size_t n = 0; n < nUsed; ++n)
                 m_aBlocks[0][n].m_value = T();
         if (m_aBlocks.size() > 1)
             m_aBlocks.resize(1);
+        if (m_aOrderBlocks.size() > 1)
+            m_aOrderBlocks.resize(1);
         // The first key block is kept when it is the one keys are taken from.
         bool fKeepKeys =
             m_aKeyBlocks.size() == 1 && m_pKeyFree + m_nKeyFree == m_aKeyBlocks[0].get() + KEY_BLOCK;
@@ -213,11 +217,12 @@ public:
             m_pKeyFree = nullptr;
             m_nKeyFree = 0;
         }
+        std::vector<const char*>().swap(m_aGivenKeys);
         if (m_aSlots.size() > 256)
             m_aSlots.clear();
         std::fill(m_aSlots.begin(), m_aSlots.end(), EMPTY);
         m_nCount = 0;
-        m_nHashed = 0;
+        m_nKeyed = 0;
         m_aNames.clear();
         m_aNameSlots.clear();
         m_aPageBlocks.clear();
@@ -229,19 +234,20 @@ public:
         m_nSerial = NewSerial();
     }
 
+    // Gives each entry, in insertion order, as an Entry made on the spot: hold it while
+    // the map is unchanged, not the iterator's own.
     template <class E, class Map> class Iterator
     {
     public:
         Iterator(Map* pMap, size_t n) : m_pMap(pMap), m_n(n) {}
         // May allocate the bytes of an element's key, and so throw std::bad_alloc.
-        E& operator*() const
+        E operator*() const { return m_pMap->template EntryAt<E>(m_n); }
+        struct Arrow
         {
-            E& e = m_pMap->At(static_cast<uint32_t>(m_n));
-            if (!e.m_strKey.HasBytes())
-                m_pMap->GiveBytes(const_cast<CLumKey&>(e.m_strKey));
-            return e;
-        }
-        E* operator->() const { return &**this; }
+            E m_entry;
+            const E* operator->() const noexcept { return &m_entry; }
+        };
+        Arrow operator->() const { return Arrow{**this}; }
         Iterator& operator++()
         {
             ++m_n;
@@ -255,13 +261,20 @@ public:
         size_t m_n;
     };
     using iterator = Iterator<Entry, CLumStringMap>;
-    using const_iterator = Iterator<const Entry, const CLumStringMap>;
+    using const_iterator = Iterator<ConstEntry, const CLumStringMap>;
 
-    // Each value in insertion order, without the keys: no element's key gets its bytes.
+    // Each value, in no particular order and without the keys: no element's key gets
+    // its bytes.
     template <class F> void ForEachValue(F&& f) noexcept(noexcept(f(std::declval<T&>())))
     {
-        for (uint32_t n = 0; n < m_nCount; ++n)
-            f(At(n).m_value);
+        for (uint32_t n = 0; n < m_nKeyed; ++n)
+            f(Keyed(n).m_value);
+        for (uint32_t n = 0; n < m_nPages; ++n)
+        {
+            SPage& page = Page(n);
+            for (uint32_t nPresent = page.m_nPresent; nPresent != 0; nPresent &= nPresent - 1)
+                f(page.m_aValue[__builtin_ctz(nPresent)]);
+        }
     }
 
     iterator begin() { return iterator(this, 0); }
@@ -290,49 +303,41 @@ public:
     }
 
 private:
-    T& Insert(std::string_view key, bool fElement, std::string_view name, uint32_t nIndex, T value)
-    {
-        // Everything that may fail to allocate comes first, so a failure leaves the
-        // map as it was.
-        if (fElement)
-            return Append(StoreKey(key), std::move(value),
-                          &Page(ObtainPage(ObtainName(name), nIndex))[nIndex % PAGE_ENTRIES]);
-        uint32_t nHash = Hash(key);
-        // At most four slots in five in use: probes stay short.
-        if ((m_nHashed + 1) * 5 > m_aSlots.size() * 4)
-            Grow();
-        CLumKey cKey = StoreKey(key);
-        cKey.m_nHash = nHash;
-        return Append(cKey, std::move(value), nullptr);
-    }
-
-    // A new entry, found by its page entry where given, else by its hash.
-    T& Append(CLumKey cKey, T value, uint32_t* pPageEntry)
-    {
-        if (m_nCount % BLOCK_ENTRIES == 0 && m_nCount / BLOCK_ENTRIES == m_aBlocks.size())
-            m_aBlocks.emplace_back(new Entry[BLOCK_ENTRIES]);
-        uint32_t nEntry = static_cast<uint32_t>(m_nCount);
-        Entry& e = At(nEntry);
-        e.m_strKey = cKey;
-        e.m_value = std::move(value);
-        if (pPageEntry != nullptr)
-            *pPageEntry = nEntry;
-        else
-        {
-            Place(m_aSlots, nEntry, cKey.m_nHash);
-            ++m_nHashed;
-        }
-        ++m_nCount;
-        return e.m_value;
-    }
-
     static constexpr uint32_t EMPTY = ~uint32_t(0);
     static constexpr size_t BLOCK_ENTRIES = 1024;
     static constexpr size_t KEY_BLOCK = 16384;
-    // Sixteen entry numbers make a page of one cache line.
     static constexpr uint32_t PAGE_ENTRIES = 16;
-    static constexpr size_t BLOCK_PAGES = 256;
+    static constexpr size_t BLOCK_PAGES = 64;
+    static constexpr size_t ORDER_BLOCK = 4096;
     static constexpr uint64_t NO_PAGE = ~uint64_t(0);
+    // An entry of the order is an element's place (its page's number times the page
+    // size, plus its slot) with this bit, or else the number of an entry with a key.
+    static constexpr uint32_t ELEMENT = 0x80000000u;
+    static constexpr uint32_t MAX_PAGES = ELEMENT / PAGE_ENTRIES;
+    static constexpr uint32_t MAX_KEYED = ELEMENT;
+
+    // A key that is no element's, with its value.
+    struct SKeyed
+    {
+        CLumKey m_strKey;
+        T m_value;
+    };
+
+    // Sixteen consecutive indices of one name: their values, with a bit for each that
+    // is in the map. An element has no entry of its own: its key is made from the
+    // page's name and index when an iteration asks for it.
+    struct SPage
+    {
+        T m_aValue[PAGE_ENTRIES];
+        uint64_t m_nKey = NO_PAGE;
+        uint32_t m_nPresent = 0;
+
+        T* Find(uint32_t nIndex) noexcept
+        {
+            uint32_t n = nIndex % PAGE_ENTRIES;
+            return (m_nPresent >> n) & 1 ? &m_aValue[n] : nullptr;
+        }
+    };
 
     struct PageSlot
     {
@@ -340,8 +345,73 @@ private:
         uint32_t m_nPage;
     };
 
-    Entry& At(uint32_t n) { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
-    const Entry& At(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
+    SKeyed& Keyed(uint32_t n) { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
+    const SKeyed& Keyed(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
+    SPage& Page(uint32_t n) noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
+    const SPage& Page(uint32_t n) const noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
+    uint32_t Order(size_t k) const noexcept { return m_aOrderBlocks[k / ORDER_BLOCK][k % ORDER_BLOCK]; }
+
+    // A block that a vector of blocks takes over; a failure leaves both as they were.
+    template <class Block> static void AddBlock(std::vector<std::unique_ptr<Block[]>>& aBlocks, size_t nSize)
+    {
+        std::unique_ptr<Block[]> pBlock(new Block[nSize]);
+        aBlocks.push_back(std::move(pBlock));
+    }
+
+    // Room for one more entry of the order, made before anything else changes.
+    void ReserveOrder()
+    {
+        if (m_nCount == EMPTY)
+            throw std::bad_alloc();
+        if (m_nCount % ORDER_BLOCK == 0 && m_nCount / ORDER_BLOCK == m_aOrderBlocks.size())
+            AddBlock(m_aOrderBlocks, ORDER_BLOCK);
+    }
+    void AppendOrder(uint32_t nOrder) noexcept
+    {
+        m_aOrderBlocks[m_nCount / ORDER_BLOCK][m_nCount % ORDER_BLOCK] = nOrder;
+        ++m_nCount;
+    }
+
+    // The element of `nIndex` into its page, which the map has.
+    T& AddElement(uint32_t nPage, uint32_t nIndex, T value)
+    {
+        ReserveOrder();
+        SPage& page = Page(nPage);
+        uint32_t nSlot = nIndex % PAGE_ENTRIES;
+        page.m_aValue[nSlot] = std::move(value);
+        page.m_nPresent |= 1u << nSlot;
+        AppendOrder(ELEMENT | (nPage * PAGE_ENTRIES + nSlot));
+        return page.m_aValue[nSlot];
+    }
+
+    // The entry at place `k` of the order. An element's key gets its bytes the first
+    // time an iteration asks for it, under a lock: threads listing one map at once
+    // get the same bytes.
+    template <class E> E EntryAt(size_t k) const
+    {
+        auto& map = const_cast<CLumStringMap&>(*this);
+        uint32_t nOrder = Order(k);
+        if ((nOrder & ELEMENT) == 0)
+        {
+            SKeyed& e = map.Keyed(nOrder);
+            return E{e.m_strKey, e.m_value};
+        }
+        uint32_t nPlace = nOrder & ~ELEMENT;
+        SPage& page = map.Page(nPlace / PAGE_ENTRIES);
+        uint32_t nIndex = static_cast<uint32_t>(page.m_nKey) * PAGE_ENTRIES + nPlace % PAGE_ENTRIES;
+        const CLumKey& name = m_aNames[page.m_nKey >> 32];
+        const char* psz;
+        {
+            std::lock_guard<std::mutex> lock(m_cKeyLock);
+            if (m_aGivenKeys.size() <= k)
+                m_aGivenKeys.resize(m_nCount, nullptr);
+            if (m_aGivenKeys[k] == nullptr)
+                m_aGivenKeys[k] = StoreElementKey(name, nIndex).m_psz;
+            psz = m_aGivenKeys[k];
+        }
+        return E{CLumKey(psz, static_cast<uint32_t>(name.size() + 1 + Digits(nIndex))),
+                 page.m_aValue[nPlace % PAGE_ENTRIES]};
+    }
 
     // Open addressing over entry numbers of `aRecords`, which hold keys and hashes.
     template <class Records>
@@ -362,7 +432,7 @@ private:
                 return n;
         }
     }
-    static const CLumKey& KeyOf(const std::vector<std::unique_ptr<Entry[]>>& aBlocks, uint32_t n)
+    static const CLumKey& KeyOf(const std::vector<std::unique_ptr<SKeyed[]>>& aBlocks, uint32_t n)
     {
         return aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES].m_strKey;
     }
@@ -390,14 +460,8 @@ private:
     void Grow()
     {
         std::vector<uint32_t> aSlots(m_aSlots.empty() ? 32 : m_aSlots.size() * 2, EMPTY);
-        std::string_view name;
-        uint32_t nIndex;
-        for (uint32_t n = 0; n < m_nCount; ++n)
-        {
-            const CLumKey& k = At(n).m_strKey;
-            if (k.m_psz != nullptr && !SplitElement(k, name, nIndex))
-                Place(aSlots, n, k.m_nHash);
-        }
+        for (uint32_t n = 0; n < m_nKeyed; ++n)
+            Place(aSlots, n, Keyed(n).m_strKey.m_nHash);
         m_aSlots.swap(aSlots);
     }
 
@@ -410,6 +474,14 @@ private:
         return CLumKey(p, static_cast<uint32_t>(key.size()));
     }
 
+    static size_t Digits(uint32_t nIndex) noexcept
+    {
+        size_t nDigits = 1;
+        for (uint64_t nBound = 10; nDigits < 10 && nIndex >= nBound; nBound *= 10)
+            ++nDigits;
+        return nDigits;
+    }
+
     // NAME:INDEX written straight into the key blocks.
     CLumKey StoreElementKey(std::string_view name, uint32_t nIndex) const
     {
@@ -418,10 +490,7 @@ private:
                                             "25262728293031323334353637383940414243444546474849"
                                             "50515253545556575859606162636465666768697071727374"
                                             "75767778798081828384858687888990919293949596979899";
-        size_t nDigits = 1;
-        for (uint64_t nBound = 10; nDigits < 10 && nIndex >= nBound; nBound *= 10)
-            ++nDigits;
-        size_t nLength = name.size() + 1 + nDigits;
+        size_t nLength = name.size() + 1 + Digits(nIndex);
         char* p = ReserveKey(nLength + 1);
         CopyName(p, name);
         p[name.size()] = ':';
@@ -458,17 +527,6 @@ private:
         }
         else
             memcpy(p, s, n);
-    }
-
-    // The bytes of an element's key, given once, whichever iteration comes first.
-    void GiveBytes(CLumKey& cKey) const
-    {
-        std::lock_guard<std::mutex> lock(m_cKeyLock);
-        if (cKey.m_psz != nullptr)
-            return;
-        CLumKey cFull = StoreElementKey(m_aNames[cKey.m_nLength], cKey.m_nHash);
-        cKey.m_nLength = cFull.m_nLength;
-        __atomic_store_n(&cKey.m_psz, cFull.m_psz, __ATOMIC_RELEASE);
     }
 
     // Room for a key of `nNeed` bytes with its terminator.
@@ -573,10 +631,6 @@ private:
         nKey *= 0x9E3779B97F4A7C15ull;
         return static_cast<size_t>(nKey ^ (nKey >> 29));
     }
-    uint32_t* Page(uint32_t n) noexcept
-    {
-        return m_aPageBlocks[n / BLOCK_PAGES].get() + (n % BLOCK_PAGES) * PAGE_ENTRIES;
-    }
     uint32_t FindPage(uint64_t nKey) const noexcept
     {
         const SNamePages& pages = m_aNamePages[nKey >> 32];
@@ -613,6 +667,8 @@ private:
     {
         // Everything that may fail to allocate comes first, so a failure leaves the
         // map as it was.
+        if (m_nPages >= MAX_PAGES)
+            throw std::bad_alloc();
         SNamePages& pages = m_aNamePages[nKey >> 32];
         uint32_t nAt = static_cast<uint32_t>(nKey);
         // Near the pages the name has, a page is found by its place in the name's
@@ -630,11 +686,9 @@ private:
             m_aPageSlots.swap(aSlots);
         }
         if (m_nPages % BLOCK_PAGES == 0 && m_nPages / BLOCK_PAGES == m_aPageBlocks.size())
-        {
-            m_aPageBlocks.emplace_back(new uint32_t[BLOCK_PAGES * PAGE_ENTRIES]);
-            std::fill_n(m_aPageBlocks.back().get(), BLOCK_PAGES * PAGE_ENTRIES, EMPTY);
-        }
+            AddBlock(m_aPageBlocks, BLOCK_PAGES);
         uint32_t n = m_nPages++;
+        Page(n).m_nKey = nKey;
         ++pages.m_nPages;
         if (fDense)
             pages.m_aDense[nAt] = n;
@@ -646,19 +700,24 @@ private:
         return n;
     }
 
-    std::vector<std::unique_ptr<Entry[]>> m_aBlocks;
-    // Entry numbers of the keys that are no element's, by their hash.
+    // The entries with keys, the keys that are no element's.
+    std::vector<std::unique_ptr<SKeyed[]>> m_aBlocks;
+    // Their numbers by their hash.
     std::vector<uint32_t> m_aSlots;
+    // What was inserted, in its order: an entry's number or an element's place.
+    std::vector<std::unique_ptr<uint32_t[]>> m_aOrderBlocks;
     // The keys' bytes: an iteration of a map it may not change gives an element's.
     mutable std::vector<std::unique_ptr<char[]>> m_aKeyBlocks;
+    // The bytes given to elements' keys, by their place in the order, under the lock.
+    mutable std::vector<const char*> m_aGivenKeys;
     mutable std::mutex m_cKeyLock;
-    size_t m_nCount = 0;
-    size_t m_nHashed = 0;
+    uint32_t m_nCount = 0;
+    uint32_t m_nKeyed = 0;
     mutable char* m_pKeyFree = nullptr;
     mutable size_t m_nKeyFree = 0;
     std::vector<CLumKey> m_aNames;
     std::vector<uint32_t> m_aNameSlots;
-    std::vector<std::unique_ptr<uint32_t[]>> m_aPageBlocks;
+    std::vector<std::unique_ptr<SPage[]>> m_aPageBlocks;
     std::vector<PageSlot> m_aPageSlots;
     // The pages of each name, by the name's number: those near its others in a table
     // by the index divided by the page size, the rest in m_aPageSlots.
