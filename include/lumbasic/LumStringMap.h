@@ -10,7 +10,9 @@
 // The keys of elements, NAME:INDEX with the index in decimal, are not hashed whole:
 // they are found by their name and then by their index in pages of consecutive
 // indices. A loop over an array then walks memory in order instead of jumping
-// through a table the size of the array.
+// through a table the size of the array. An element has no entry at all: its value
+// sits in its page, and its key is made from the page's name and index when an
+// iteration asks for it.
 #pragma once
 
 #include <lumbasic/LumExport.h>
@@ -306,8 +308,8 @@ private:
     static constexpr uint32_t EMPTY = ~uint32_t(0);
     static constexpr size_t BLOCK_ENTRIES = 1024;
     static constexpr size_t KEY_BLOCK = 16384;
-    static constexpr uint32_t PAGE_ENTRIES = 16;
-    static constexpr size_t BLOCK_PAGES = 64;
+    static constexpr uint32_t PAGE_ENTRIES = 8;
+    static constexpr size_t BLOCK_PAGES = 128;
     static constexpr size_t ORDER_BLOCK = 4096;
     static constexpr uint64_t NO_PAGE = ~uint64_t(0);
     // An entry of the order is an element's place (its page's number times the page
@@ -323,7 +325,7 @@ private:
         T m_value;
     };
 
-    // Sixteen consecutive indices of one name: their values, with a bit for each that
+    // Eight consecutive indices of one name: their values, with a bit for each that
     // is in the map. An element has no entry of its own: its key is made from the
     // page's name and index when an iteration asks for it.
     struct SPage
