@@ -265,8 +265,14 @@ TEST(CliErrors, DebugWithoutItsTerminalPluginSaysSoAndRunsNothing)
 {
     CImageDir dir;
     Write(dir, "prog.lbd", "Sub Main\n  Print \"ran\"\nEnd Sub\n");
-    std::filesystem::create_directory(dir.Path("bin"));
-    std::filesystem::copy_file(LUM_CLI_PATH, dir.Path("bin/lumbasic"));
+    // The command with its library where its run path looks, and no plugin beside it.
+    namespace fs = std::filesystem;
+    fs::create_directory(dir.Path("bin"));
+    fs::copy_file(LUM_CLI_PATH, dir.Path("bin/lumbasic"));
+    fs::path lib = fs::path(dir.Path("bin")) / fs::relative(fs::path(LUM_LIBRARY).parent_path(),
+                                                           fs::path(LUM_CLI_PATH).parent_path());
+    fs::create_directories(lib);
+    fs::create_symlink(LUM_LIBRARY, lib / "liblumbasic.so.0");
     std::string strCommand =
         "cd '" + dir.Dir() + "' && bin/lumbasic debug prog.lbd </dev/null >cli.out 2>cli.err";
     int nStatus = std::system(strCommand.c_str());
