@@ -51,28 +51,31 @@ const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
+    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+        if (!pMarker->m_fMarkerPassive)
+            NoteHit(pMarker);
+}
+
+// One marker that is not passive.
+LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
+{
     // The depth's last marker passed stands for its mark.
     const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
-    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+    bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
+    pMark = pMarker;
+    if (!fEnters)
+        return;
+    // Listed before the count rises, which a failed growth must not leave unlisted.
+    // Hits wrap around as the profiler's counts do, so a sum added at the end counts
+    // what the hits one by one would have.
+    if (pMarker->m_nHits == 0)
     {
-        if (pMarker->m_fMarkerPassive)
-            continue;
-        bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
-        pMark = pMarker;
-        if (!fEnters)
-            continue;
-        // Listed before the count rises, which a failed growth must not leave
-        // unlisted. Hits wrap around as the profiler's counts do, so a sum added
-        // at the end counts what the hits one by one would have.
-        if (pMarker->m_nHits == 0)
-        {
-            if (m_nCounted == m_aCounted.size())
-                CountMore(pMarker);
-            m_aCounted[m_nCounted++] = pMarker;
-        }
-        ++pMarker->m_nHits;
-        m_pLastCounted = pMarker;
+        if (m_nCounted == m_aCounted.size())
+            CountMore(pMarker);
+        m_aCounted[m_nCounted++] = pMarker;
     }
+    ++pMarker->m_nHits;
+    m_pLastCounted = pMarker;
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
@@ -600,11 +603,10 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
 // known from the code (SLumSlotOp::m_nOpen): Else, End If, Next and End that the walker
 // would find out of their order were made into ops that give up, and the room for them
 // under the limit of open commands was looked at on entry (Slots). The run's count of
-// them is set where a call could read it.
+// them goes up and down as the walker's does, for the calls inside.
 LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
 {
     uint64_t nConditions = 0;
-    const int nOpenBase = m_nClosedIfs;
     unsigned long nSteps = 0;
     auto Count = [&] {
         m_nClosedSteps += nSteps;
@@ -618,12 +620,16 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         {
             basic.m_nLine = pEdge->m_nLine;
             if (__builtin_expect(m_fCounting, 0))
-                NoteHits(pEdge->m_pMarkers, pEdge->m_nMarkers);
+            {
+                // Passive markers note nothing: one alone among them at once.
+                if (pEdge->m_pCounted != nullptr)
+                    NoteHit(pEdge->m_pCounted);
+                else
+                    NoteHits(pEdge->m_pMarkers, pEdge->m_nMarkers);
+            }
         }
         nSteps += pEdge->m_nSteps;
         const SLumSlotOp& op = *pEdge->m_pTo;
-        if (op.m_fCalls)
-            m_nClosedIfs = nOpenBase + op.m_nOpen;
         bool fTaken = false;
         switch (op.m_eKind)
         {
@@ -646,6 +652,7 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             if (!SlotTruth(*op.m_pValue, frame, fTrue))
                 return nullptr;
             nConditions = (nConditions << 1) | (fTrue ? 1 : 0);
+            ++m_nClosedIfs;
             fTaken = !fTrue;
             break;
         }
@@ -654,6 +661,7 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             break;
         case SLumSlotOp::ENDIF:
             nConditions >>= 1;
+            --m_nClosedIfs;
             break;
         case SLumSlotOp::WHILE:
             if (!SlotTruth(*op.m_pValue, frame, fTaken))
@@ -687,13 +695,12 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             break;
         }
         case SLumSlotOp::CALL:
-            if (!ClosedSubOf(basic, *op.m_pFastStep, frame, [&](SLumNumber* pOut) {
+            if (!ClosedSubOf(basic, *op.m_pFastStep, frame, [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
                     return SlotNumbers(op.m_ppArgs, op.m_nArgs, frame, pOut);
                 }))
                 return nullptr;
             break;
         case SLumSlotOp::END:
-            m_nClosedIfs = nOpenBase;
             return Count() ? op.m_pFastStep : (GiveUp(), nullptr);
         case SLumSlotOp::MISSING:
             // Made again at the next entry, where the regular way made the link since.
@@ -707,37 +714,60 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
     }
 }
 
-// A node's number where it is a constant, a variable holding a number, or a variable
-// holding a long and a constant long, at once; a call at once too; anything else as
-// SlotNumber computes it.
-LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+// A leaf's number where it is a constant or a variable holding a number, at once, by
+// tests of the kinds in the order they come most often; anything else as SlotNumber
+// computes it.
+LUM_HOT bool CLumFastForm::SlotLeaf(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
 {
-    switch (node.m_eKind)
+    if (node.m_eKind == SLumSlotNode::SLOT_ANY || node.m_eKind == SLumSlotNode::SLOT_NUMBER)
     {
-    case SLumSlotNode::CONSTANT:
+        const CLumsVarValue& value = *node.m_pSlot->m_pValue;
+        if (value.GetType() == CLumsVarValue::VT_DOUBLE)
+        {
+            out.m_fDouble = true;
+            out.m_dDouble = value.DoubleValue();
+            return true;
+        }
+        if (value.GetType() == CLumsVarValue::VT_LONG)
+        {
+            out.m_fDouble = false;
+            out.m_nLong = value.LongValue();
+            return true;
+        }
+    }
+    else if (node.m_eKind == SLumSlotNode::CONSTANT)
+    {
         out = node.m_cNumber;
         return true;
-    case SLumSlotNode::SLOT_ANY:
-    case SLumSlotNode::SLOT_NUMBER:
-        if (LumFastNumberOnly(*node.m_pSlot->m_pValue, out))
-            return true;
-        break;
-    case SLumSlotNode::OPERATOR_LONG:
+    }
+    return SlotNumber(node, frame, out);
+}
+
+// As SlotLeaf, and at once too a long variable and a constant long, an operator of two
+// leaves, a call and an element.
+LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+{
+    if (node.m_eKind == SLumSlotNode::OPERATOR_LONG)
     {
         const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
         if (value.GetType() != CLumsVarValue::VT_LONG)
-            break;
+            return SlotNumber(node, frame, out);
         // Both longs, as the compiler sees: LumFastOperate keeps only their cases.
         SLumNumber l{false, value.LongValue(), 0.0};
         SLumNumber r{false, node.m_pRight->m_cNumber.m_nLong, 0.0};
         return LumFastOperate(node.m_wToken, l, r, out) || GiveUp();
     }
-    case SLumSlotNode::CALL:
-        return SlotCall(node, frame, out);
-    default:
-        break;
+    if (node.m_eKind == SLumSlotNode::OPERATOR)
+    {
+        SLumNumber r;
+        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
+               (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
     }
-    return SlotNumber(node, frame, out);
+    if (node.m_eKind == SLumSlotNode::CALL)
+        return SlotCall(node, frame, out);
+    if (node.m_eKind == SLumSlotNode::ELEMENT)
+        return SlotElement(node, out);
+    return SlotLeaf(node, frame, out);
 }
 
 // As SlotOperand, and an operator of two such operands at once: a statement's whole
@@ -778,11 +808,13 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
     case SLumSlotNode::OPERATOR_LONG:
     {
         SLumNumber r;
-        return SlotOperand(*node.m_pLeft, frame, out) && SlotOperand(*node.m_pRight, frame, r) &&
+        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
                (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
     }
     case SLumSlotNode::CALL:
         return SlotCall(node, frame, out);
+    case SLumSlotNode::ELEMENT:
+        return SlotElement(node, out);
     case SLumSlotNode::WALK_NUMBER:
         return ClosedNumber(*node.m_pExpr, out);
     case SLumSlotNode::WALK_TEXT:
@@ -794,12 +826,30 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
     }
 }
 
+// An element as ClosedElement reads it, its index a long in its slot; any other index
+// as the walker reads it.
+bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
+{
+    const CLumsVarValue& index = *node.m_pSlot->m_pValue;
+    if (index.GetType() != CLumsVarValue::VT_LONG || m_nClosedNested >= MAX_LEVELS)
+        return ClosedNumber(*node.m_pExpr, out);
+    if (m_pStore->HasScopedElements())
+        return GiveUp();
+    SLumFastExpr& expr = *node.m_pExpr;
+    long aIndices[CLumVariables::MAX_INDICES] = {index.LongValue()};
+    std::string_view name(expr.m_pszName, expr.m_nNameLength);
+    const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
+    if (pValue == nullptr)
+        pValue = CLumVariables::GetNullValue(name);
+    return LumFastNumberOnly(*pValue, out) || GiveUp();
+}
+
 // A function's call, as ClosedCall makes it, apart: the evaluation of nodes stays small.
 bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
 {
-    return ClosedCallOf(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr, [&](SLumNumber* pOut) {
-        return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut);
-    });
+    return ClosedCallOf(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr,
+                        [&](SLumNumber* pOut)
+                            LUM_HOT_LAMBDA { return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut); });
 }
 
 // A call's arguments for parameters of numbers, left to right.
@@ -839,6 +889,7 @@ bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
         return false;
     m_aClosedFors.push_back(loop);
     ++m_nClosedFors;
+    ++m_nClosedIfs;
     return true;
 }
 
@@ -875,6 +926,7 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
         return 1;
     m_aClosedFors.pop_back();
     --m_nClosedFors;
+    --m_nClosedIfs;
     return 0;
 }
 

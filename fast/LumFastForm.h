@@ -297,6 +297,9 @@ struct SLumSlotNode
         OPERATOR_LONG,
         // A call of a function of the program.
         CALL,
+        // An element read by a single variable's index (m_pSlot), which the walker reads
+        // where the index is no long.
+        ELEMENT,
         // Computed by the walker of closed runs: an element or a built-in, a number from
         // texts (with or without the frame, which calls need).
         WALK_NUMBER,
@@ -324,8 +327,10 @@ struct SLumSlotEdge
     long m_nLine = 0;
     // The markers and the statement it leads to, as counted.
     unsigned m_nSteps = 0;
-    // The first marker passed, whose hits are noted while lines are counted.
+    // The first marker passed, whose hits are noted while lines are counted; the one
+    // marker among them that passes a line to the debugger, where there is one alone.
     SLumFastStep* m_pMarkers = nullptr;
+    SLumFastStep* m_pCounted = nullptr;
 };
 
 struct SLumSlotOp
@@ -352,9 +357,7 @@ struct SLumSlotOp
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;
-    // The op may call procedures (or the walker, which may): the run's count of Ifs and
-    // Fors open is set before it, with the procedure's own, m_nOpen.
-    bool m_fCalls = false;
+    // The Ifs and Fors the procedure holds open before it.
     int m_nOpen = 0;
     // ASSIGN and FOR: the target; NEXT: its For's. FOR: the start, end and step (null for none); others:
     // the value or the condition; CALL: the arguments.
@@ -404,8 +407,10 @@ private:
 // grow by the sanitizers' padding of every helper's locals at once.
 #ifdef __OPTIMIZE__
 #define LUM_HOT inline __attribute__((always_inline))
+#define LUM_HOT_LAMBDA __attribute__((always_inline))
 #else
 #define LUM_HOT inline
+#define LUM_HOT_LAMBDA
 #endif
 
 // A value that is a number (not an empty value) as a number; false for any other.
@@ -852,8 +857,10 @@ private:
     SLumFastStep* SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame);
     bool SlotQuick(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
     bool SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotLeaf(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
     bool SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue);
     bool SlotNumber(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotElement(const SLumSlotNode& node, SLumNumber& out);
     __attribute__((noinline)) bool SlotCall(const SLumSlotNode& node, const SClosedFrame& frame,
                                             SLumNumber& out);
     bool SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs, const SClosedFrame& frame,
@@ -922,6 +929,7 @@ private:
     // Line hits of a closed run while lines are counted: added up on the markers as
     // they are passed, counted when the run ends whole, dropped when it gives up.
     void NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    void NoteHit(SLumFastStep* pMarker);
     void EnterMarks();
     __attribute__((noinline)) void CountMore(SLumFastStep* pMarker);
     void CountHits(CLumBasic& basic);

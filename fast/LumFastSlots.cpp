@@ -58,7 +58,7 @@ private:
     // made yet leads to the op of missing links, which the walker would give up at too.
     bool Edge(SLumFastStep* const* ppLink, SLumSlotEdge& edge, std::vector<SLumFastStep*>& aPending)
     {
-        unsigned nMarkers = 0;
+        unsigned nMarkers = 0, nActive = 0;
         long nLine = 0;
         SLumFastStep* pLink = *ppLink;
         edge.m_pMarkers = pLink;
@@ -69,6 +69,8 @@ private:
                 return Missing(edge, nullptr);
             ++nMarkers;
             nLine = pLink->m_nLine;
+            if (!pLink->m_fMarkerPassive && nActive++ == 0)
+                edge.m_pCounted = pLink;
             ppLink = &pLink->m_pNext;
             pLink = *ppLink;
         }
@@ -89,6 +91,8 @@ private:
         edge.m_nSteps = nMarkers + 1;
         if (nMarkers == 0)
             edge.m_pMarkers = nullptr;
+        if (nActive != 1)
+            edge.m_pCounted = nullptr;
         return true;
     }
 
@@ -111,7 +115,6 @@ private:
         SLumSlotOp op;
         op.m_pFastStep = &step;
         bool fNext = true, fTaken = false;
-        m_fCalls = false;
         switch (step.m_eKind)
         {
         case SLumFastStep::ASSIGN:
@@ -181,7 +184,6 @@ private:
         if ((fNext && !Edge(&step.m_pNext, op.m_cNext, aPending)) ||
             (fTaken && !Edge(&step.m_pTaken, op.m_cTaken, aPending)))
             return false;
-        op.m_fCalls = m_fCalls || op.m_eKind == SLumSlotOp::WALK || op.m_eKind == SLumSlotOp::CALL;
         m_code.m_aOps[nOp] = op;
         return true;
     }
@@ -201,8 +203,6 @@ private:
 
     const SLumSlotNode* Kind(SLumSlotNode::EKind eKind, SLumFastExpr* pExpr = nullptr)
     {
-        // The walker's parts may call, as far as the code knows.
-        m_fCalls = m_fCalls || pExpr != nullptr;
         SLumSlotNode node;
         node.m_eKind = eKind;
         node.m_pExpr = pExpr;
@@ -265,11 +265,25 @@ private:
             return Operator(expr, pLeft, Number(*expr.m_pRight));
         }
         case SLumFastExpr::OTHER:
-        case SLumFastExpr::ELEMENT:
             return Kind(SLumSlotNode::WALK_NUMBER, &expr);
+        case SLumFastExpr::ELEMENT:
+            return Element(expr);
         default:
             return Kind(SLumSlotNode::GIVE_UP);
         }
+    }
+
+    // An element as ClosedElement reads it.
+    const SLumSlotNode* Element(SLumFastExpr& expr)
+    {
+        if (expr.m_apIndices.size() != 1 || expr.m_apIndices[0]->m_eOp != SLumFastExpr::VARIABLE ||
+            expr.m_nNameLength > CLumVariables::MAX_KEY)
+            return Kind(SLumSlotNode::WALK_NUMBER, &expr);
+        SLumSlotNode node;
+        node.m_eKind = SLumSlotNode::ELEMENT;
+        node.m_pExpr = &expr;
+        node.m_pSlot = Slot(expr.m_apIndices[0]->m_cCache);
+        return Node(node);
     }
 
     // As ClosedPure computes a part that only computes.
@@ -282,8 +296,9 @@ private:
         case SLumFastExpr::CONSTANT:
             return Constant(expr);
         case SLumFastExpr::OTHER:
-        case SLumFastExpr::ELEMENT:
             return Kind(SLumSlotNode::WALK_NUMBER, &expr);
+        case SLumFastExpr::ELEMENT:
+            return Element(expr);
         case SLumFastExpr::OPERATOR:
             return Kind(SLumSlotNode::WALK_TEXT, &expr);
         case SLumFastExpr::VARIABLE:
@@ -330,7 +345,6 @@ private:
 
     const SLumSlotNode* Call(SLumFastExpr& expr)
     {
-        m_fCalls = true;
         SLumSlotNode node;
         node.m_eKind = SLumSlotNode::CALL;
         node.m_pExpr = &expr;
@@ -380,6 +394,7 @@ private:
                 break;
             case SLumSlotNode::SLOT_ANY:
             case SLumSlotNode::SLOT_NUMBER:
+            case SLumSlotNode::ELEMENT:
                 ToSlot(node.m_pSlot);
                 break;
             case SLumSlotNode::CALL:
@@ -548,7 +563,6 @@ private:
     SLumSlotCode& m_code;
     std::unordered_map<SLumFastStep*, size_t> m_mapOps;
     size_t m_nMissing = SIZE_MAX;
-    bool m_fCalls = false;
 };
 } // namespace
 
