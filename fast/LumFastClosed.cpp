@@ -606,7 +606,6 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
 // them goes up and down as the walker's does, for the calls inside.
 LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
 {
-    uint64_t nConditions = 0;
     unsigned long nSteps = 0;
     auto Count = [&] {
         m_nClosedSteps += nSteps;
@@ -625,7 +624,11 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                 if (pEdge->m_pCounted != nullptr)
                     NoteHit(pEdge->m_pCounted);
                 else
-                    NoteHits(pEdge->m_pMarkers, pEdge->m_nMarkers);
+                {
+                    NoteHits(pEdge->m_pMarkers, pEdge->m_nFirstMarkers);
+                    if (pEdge->m_pMoreMarkers != nullptr)
+                        NoteHits(pEdge->m_pMoreMarkers, pEdge->m_nMarkers - pEdge->m_nFirstMarkers);
+                }
             }
         }
         nSteps += pEdge->m_nSteps;
@@ -651,16 +654,13 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             bool fTrue;
             if (!SlotTruth(*op.m_pValue, frame, fTrue))
                 return nullptr;
-            nConditions = (nConditions << 1) | (fTrue ? 1 : 0);
             ++m_nClosedIfs;
             fTaken = !fTrue;
             break;
         }
-        case SLumSlotOp::ELSE:
-            fTaken = (nConditions & 1) != 0;
+        case SLumSlotOp::JUMP:
             break;
         case SLumSlotOp::ENDIF:
-            nConditions >>= 1;
             --m_nClosedIfs;
             break;
         case SLumSlotOp::WHILE:

@@ -328,9 +328,14 @@ struct SLumSlotEdge
     // The markers and the statement it leads to, as counted.
     unsigned m_nSteps = 0;
     // The first marker passed, whose hits are noted while lines are counted; the one
-    // marker among them that passes a line to the debugger, where there is one alone.
+    // marker among them that passes a line to the debugger, where there is one alone,
+    // and how many do. A link through an Else whose way is known passes two rows of
+    // markers: the first row's count, and the second row's first marker (null for none).
     SLumFastStep* m_pMarkers = nullptr;
     SLumFastStep* m_pCounted = nullptr;
+    unsigned m_nActive = 0;
+    unsigned m_nFirstMarkers = 0;
+    SLumFastStep* m_pMoreMarkers = nullptr;
 };
 
 struct SLumSlotOp
@@ -354,6 +359,9 @@ struct SLumSlotOp
         GIVE_UP,
         // A link the regular way has not made yet.
         MISSING,
+        // An Else whose If's condition the code knows: it leads to its next link, into
+        // which the links to it are folded.
+        JUMP,
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;

@@ -54,6 +54,15 @@ public:
 private:
     using Index = uintptr_t;
 
+    // The Ifs and Fors open before an op: 'T' for an If whose condition held, 'E' for
+    // one whose did not, 'F' for a For, the innermost last; the Fors' ops.
+    struct SOpenShape
+    {
+        std::string m_strKinds;
+        std::vector<size_t> m_aFors;
+        bool m_fSeen = false;
+    };
+
     // The op a link leads to past its markers, made (empty) where it is new. A link not
     // made yet leads to the op of missing links, which the walker would give up at too.
     bool Edge(SLumFastStep* const* ppLink, SLumSlotEdge& edge, std::vector<SLumFastStep*>& aPending)
@@ -91,6 +100,8 @@ private:
         edge.m_nSteps = nMarkers + 1;
         if (nMarkers == 0)
             edge.m_pMarkers = nullptr;
+        edge.m_nActive = nActive;
+        edge.m_nFirstMarkers = nMarkers;
         if (nActive != 1)
             edge.m_pCounted = nullptr;
         return true;
@@ -441,12 +452,7 @@ private:
     // two ways reach an op with different ones.
     bool Shape()
     {
-        struct SOpen
-        {
-            std::string m_strKinds; // 'I' and 'F', the innermost last
-            std::vector<size_t> m_aFors;
-            bool m_fSeen = false;
-        };
+        using SOpen = SOpenShape;
         std::vector<SOpen> aOpen(m_code.m_aOps.size());
         std::vector<size_t> aPending;
         auto Reach = [&](const SLumSlotEdge& edge, const SOpen& open) {
@@ -456,7 +462,8 @@ private:
                 m_code.m_aOps[n].m_eKind == SLumSlotOp::GIVE_UP)
                 return true;
             if (at.m_fSeen)
-                return at.m_strKinds == open.m_strKinds && at.m_aFors == open.m_aFors;
+                return at.m_aFors == open.m_aFors &&
+                       (at.m_strKinds == open.m_strKinds || EndIfOfBoth(n, at, open));
             at = open;
             at.m_fSeen = true;
             aPending.push_back(n);
@@ -472,6 +479,7 @@ private:
             const SOpen open = aOpen[n];
             op.m_nOpen = static_cast<int>(open.m_strKinds.size());
             char cTop = open.m_strKinds.empty() ? 0 : open.m_strKinds.back();
+            bool fIfOnTop = cTop == 'T' || cTop == 'E';
             size_t nIfs = open.m_strKinds.size() - open.m_aFors.size();
             SOpen next = open;
             bool fNext = false, fTaken = false;
@@ -483,20 +491,27 @@ private:
                     GiveUp(op);
                     continue;
                 }
-                next.m_strKinds += 'I';
-                fNext = fTaken = true;
                 m_code.m_nMaxOpen = std::max(m_code.m_nMaxOpen, op.m_nOpen);
+                if (!Reach(op.m_cTaken, SOpen{open.m_strKinds + 'E', open.m_aFors}))
+                    return false;
+                next.m_strKinds += 'T';
+                fNext = true;
                 break;
             case SLumSlotOp::ELSE:
-                if (cTop != 'I')
+                if (!fIfOnTop)
                 {
                     GiveUp(op);
                     continue;
                 }
-                fNext = fTaken = true;
+                // Its If's condition is known on every way here: a jump, taken where the
+                // condition held.
+                op.m_eKind = SLumSlotOp::JUMP;
+                if (cTop == 'T')
+                    op.m_cNext = op.m_cTaken;
+                fNext = true;
                 break;
             case SLumSlotOp::ENDIF:
-                if (cTop != 'I')
+                if (!fIfOnTop)
                 {
                     GiveUp(op);
                     continue;
@@ -549,12 +564,65 @@ private:
                 fNext = true;
                 break;
             }
-            // An If's taken link holds it open as the next does.
-            if ((fNext && !Reach(op.m_cNext, next)) ||
-                (fTaken && !Reach(op.m_cTaken, op.m_eKind == SLumSlotOp::IF ? next : open)))
+            if ((fNext && !Reach(op.m_cNext, next)) || (fTaken && !Reach(op.m_cTaken, open)))
                 return false;
         }
+        Fold();
         return true;
+    }
+
+    // An End If is reached from both ways of its If, which differ only in that If's
+    // condition: it closes it.
+    bool EndIfOfBoth(size_t n, const SOpenShape& at, const SOpenShape& open) const
+    {
+        const std::string& a = at.m_strKinds;
+        const std::string& b = open.m_strKinds;
+        return m_code.m_aOps[n].m_eKind == SLumSlotOp::ENDIF && a.size() == b.size() && !a.empty() &&
+               a.compare(0, a.size() - 1, b, 0, b.size() - 1) == 0 && (a.back() == 'T' || a.back() == 'E') &&
+               (b.back() == 'T' || b.back() == 'E');
+    }
+
+    // A link to a jump leads on to where the jump leads, the jump counted as a
+    // statement, the markers of both links passed in their order.
+    void Fold()
+    {
+        auto fold = [&](SLumSlotEdge& edge) {
+            const SLumSlotOp& to = m_code.m_aOps[reinterpret_cast<Index>(edge.m_pTo)];
+            if (to.m_eKind != SLumSlotOp::JUMP)
+                return;
+            const SLumSlotEdge& on = to.m_cNext;
+            if (m_code.m_aOps[reinterpret_cast<Index>(on.m_pTo)].m_eKind == SLumSlotOp::JUMP)
+                return;
+            SLumSlotEdge folded = edge;
+            folded.m_pTo = on.m_pTo;
+            folded.m_nSteps = edge.m_nSteps + on.m_nSteps;
+            folded.m_nMarkers = edge.m_nMarkers + on.m_nMarkers;
+            folded.m_nFirstMarkers = edge.m_nMarkers;
+            if (on.m_nMarkers != 0)
+            {
+                folded.m_nLine = on.m_nLine;
+                folded.m_pMoreMarkers = on.m_pMarkers;
+                if (edge.m_nMarkers == 0)
+                {
+                    folded.m_pMarkers = on.m_pMarkers;
+                    folded.m_nFirstMarkers = on.m_nMarkers;
+                    folded.m_pMoreMarkers = nullptr;
+                }
+            }
+            // One marker alone that passes a line, among both.
+            folded.m_pCounted = edge.m_nActive + on.m_nActive != 1 ? nullptr
+                                : edge.m_nActive == 1              ? edge.m_pCounted
+                                                                   : on.m_pCounted;
+            folded.m_nActive = edge.m_nActive + on.m_nActive;
+            edge = folded;
+        };
+        fold(m_code.m_cEntry);
+        for (SLumSlotOp& op : m_code.m_aOps)
+            if (op.m_eKind != SLumSlotOp::JUMP)
+            {
+                fold(op.m_cNext);
+                fold(op.m_cTaken);
+            }
     }
 
     // An op the walker gives up at, where it stands.
