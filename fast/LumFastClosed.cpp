@@ -124,7 +124,9 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
-    m_pWatchedDebugger = m_fCounting ? basic.m_pDebugger : nullptr;
+    // Without a window nothing can make the debugger more than count while the run goes
+    // on (breakpoints change only where a run stops): only a window is watched.
+    m_pWatchedDebugger = m_fCounting && basic.m_pDebugger->HasWindow() ? basic.m_pDebugger : nullptr;
     if (m_nCounted != 0)
         DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;

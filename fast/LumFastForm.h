@@ -37,6 +37,17 @@ class CLumFunctionStack;
 struct CallInfo;
 class CLumTermNode;
 
+// The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
+// builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
+// grow by the sanitizers' padding of every helper's locals at once.
+#ifdef __OPTIMIZE__
+#define LUM_HOT inline __attribute__((always_inline))
+#define LUM_HOT_LAMBDA __attribute__((always_inline))
+#else
+#define LUM_HOT inline
+#define LUM_HOT_LAMBDA
+#endif
+
 // A number as the fast form computes with it: a long or a double.
 struct SLumNumber
 {
@@ -44,7 +55,7 @@ struct SLumNumber
     int32_t m_nLong;
     double m_dDouble;
 
-    double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
+    LUM_HOT double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
 };
 
 // What a call's fitness for closed runs depends on: the store's generation, the
@@ -409,17 +420,6 @@ public:
 private:
     int& m_nNested;
 };
-
-// The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
-// builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
-// grow by the sanitizers' padding of every helper's locals at once.
-#ifdef __OPTIMIZE__
-#define LUM_HOT inline __attribute__((always_inline))
-#define LUM_HOT_LAMBDA __attribute__((always_inline))
-#else
-#define LUM_HOT inline
-#define LUM_HOT_LAMBDA
-#endif
 
 // A value that is a number (not an empty value) as a number; false for any other.
 LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
