@@ -136,7 +136,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // expressions the regular way opens further in.
     if (pDepths[CLumDepthGuard::EXPRESSION] + 1 + NESTED_LEVELS >= CLumExpression::MAX_NESTING)
         return false;
-    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION]};
+    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION], 0};
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
@@ -442,7 +442,7 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         }
     }
     // The callee's names resolve in its scope, with more than one procedure running.
-    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
+    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel, m_nClosedIfs};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     ++m_nClosedDepth;
@@ -605,7 +605,8 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
 // known from the code (SLumSlotOp::m_nOpen): Else, End If, Next and End that the walker
 // would find out of their order were made into ops that give up, and the room for them
 // under the limit of open commands was looked at on entry (Slots). The run's count of
-// them goes up and down as the walker's does, for the calls inside.
+// them is set from the code where a call or the walker could read it, and put back at
+// the End.
 LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
 {
     unsigned long nSteps = 0;
@@ -623,14 +624,11 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             if (__builtin_expect(m_fCounting, 0))
             {
                 // Passive markers note nothing: one alone among them at once.
-                if (pEdge->m_pCounted != nullptr)
+                if (pEdge->m_nActive == 1)
                     NoteHit(pEdge->m_pCounted);
                 else
-                {
-                    NoteHits(pEdge->m_pMarkers, pEdge->m_nFirstMarkers);
-                    if (pEdge->m_pMoreMarkers != nullptr)
-                        NoteHits(pEdge->m_pMoreMarkers, pEdge->m_nMarkers - pEdge->m_nFirstMarkers);
-                }
+                    for (unsigned i = 0; i < pEdge->m_nActive; ++i)
+                        NoteHit(code.m_apActive[pEdge->m_nFirstActive + i]);
             }
         }
         nSteps += pEdge->m_nSteps;
@@ -646,6 +644,7 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             break;
         }
         case SLumSlotOp::WALK:
+            m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!(op.m_pFastStep->m_eKind == SLumFastStep::ASSIGN
                       ? ClosedAssign(basic, *op.m_pFastStep, frame)
                       : ClosedAssignElement(basic, *op.m_pFastStep, frame)))
@@ -656,14 +655,10 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             bool fTrue;
             if (!SlotTruth(*op.m_pValue, frame, fTrue))
                 return nullptr;
-            ++m_nClosedIfs;
             fTaken = !fTrue;
             break;
         }
         case SLumSlotOp::JUMP:
-            break;
-        case SLumSlotOp::ENDIF:
-            --m_nClosedIfs;
             break;
         case SLumSlotOp::WHILE:
             if (!SlotTruth(*op.m_pValue, frame, fTaken))
@@ -697,12 +692,14 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             break;
         }
         case SLumSlotOp::CALL:
+            m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!ClosedSubOf(basic, *op.m_pFastStep, frame, [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
                     return SlotNumbers(op.m_ppArgs, op.m_nArgs, frame, pOut);
                 }))
                 return nullptr;
             break;
         case SLumSlotOp::END:
+            m_nClosedIfs = frame.m_nOpenBase;
             return Count() ? op.m_pFastStep : (GiveUp(), nullptr);
         case SLumSlotOp::MISSING:
             // Made again at the next entry, where the regular way made the link since.
@@ -822,6 +819,7 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
     case SLumSlotNode::WALK_TEXT:
         return ClosedTextNumber(*node.m_pExpr, nullptr, out);
     case SLumSlotNode::WALK_TEXT_FRAMED:
+        m_nClosedIfs = frame.m_nOpenBase + node.m_nOpen;
         return ClosedTextNumber(*node.m_pExpr, &frame, out);
     default:
         return GiveUp();
@@ -849,6 +847,7 @@ bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
 // A function's call, as ClosedCall makes it, apart: the evaluation of nodes stays small.
 bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
 {
+    m_nClosedIfs = frame.m_nOpenBase + node.m_nOpen;
     return ClosedCallOf(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr,
                         [&](SLumNumber* pOut)
                             LUM_HOT_LAMBDA { return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut); });
@@ -891,7 +890,6 @@ bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
         return false;
     m_aClosedFors.push_back(loop);
     ++m_nClosedFors;
-    ++m_nClosedIfs;
     return true;
 }
 
@@ -928,7 +926,6 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
         return 1;
     m_aClosedFors.pop_back();
     --m_nClosedFors;
-    --m_nClosedIfs;
     return 0;
 }
 

@@ -328,6 +328,8 @@ struct SLumSlotNode
     // CALL: the arguments' nodes.
     const SLumSlotNode* const* m_ppArgs = nullptr;
     size_t m_nArgs = 0;
+    // CALL and WALK_TEXT_FRAMED: the Ifs and Fors its procedure holds open there.
+    int m_nOpen = 0;
 };
 
 // Where an op's link leads, past how many markers, the line of the last.
@@ -338,15 +340,12 @@ struct SLumSlotEdge
     long m_nLine = 0;
     // The markers and the statement it leads to, as counted.
     unsigned m_nSteps = 0;
-    // The first marker passed, whose hits are noted while lines are counted; the one
-    // marker among them that passes a line to the debugger, where there is one alone,
-    // and how many do. A link through an Else whose way is known passes two rows of
-    // markers: the first row's count, and the second row's first marker (null for none).
-    SLumFastStep* m_pMarkers = nullptr;
+    // The markers passed that are not passive, whose hits are noted while lines are
+    // counted, in their order (a link through jumps passes those before each jump
+    // too): in the code's list, the first of them at once.
     SLumFastStep* m_pCounted = nullptr;
+    unsigned m_nFirstActive = 0;
     unsigned m_nActive = 0;
-    unsigned m_nFirstMarkers = 0;
-    SLumFastStep* m_pMoreMarkers = nullptr;
 };
 
 struct SLumSlotOp
@@ -370,8 +369,8 @@ struct SLumSlotOp
         GIVE_UP,
         // A link the regular way has not made yet.
         MISSING,
-        // An Else whose If's condition the code knows: it leads to its next link, into
-        // which the links to it are folded.
+        // An Else whose If's condition the code knows, an End If: it leads to its next
+        // link, into which the links to it are folded.
         JUMP,
     };
     EKind m_eKind = GIVE_UP;
@@ -406,6 +405,8 @@ struct SLumSlotCode
     std::vector<SLumSlotNode> m_aNodes;
     std::vector<const SLumSlotNode*> m_apArgs;
     std::vector<SLumSlotOp> m_aOps;
+    // The markers of the links that are not passive (SLumSlotEdge::m_nFirstActive).
+    std::vector<SLumFastStep*> m_apActive;
 };
 
 // One more level of arguments or indices a closed run holds open, while it lives.
@@ -785,6 +786,8 @@ private:
         // The expressions the regular way holds open while this procedure's statements
         // run: each statement opens one more, each argument of a call one more again.
         int m_nLevel;
+        // The Ifs and Fors the run held open when the procedure began (m_nClosedIfs).
+        int m_nOpenBase;
     };
     struct SUndo
     {

@@ -47,6 +47,10 @@ public:
         }
         if (!Shape())
             return false;
+        // A call in an op's numbers sets the run's count of Ifs and Fors open from it.
+        for (size_t n = 0; n < m_aNodesOf.size(); ++n)
+            for (size_t i = m_aNodesOf[n].first; i < m_aNodesOf[n].second; ++i)
+                m_code.m_aNodes[i].m_nOpen = m_code.m_aOps[n].m_nOpen;
         Link();
         return true;
     }
@@ -67,10 +71,10 @@ private:
     // made yet leads to the op of missing links, which the walker would give up at too.
     bool Edge(SLumFastStep* const* ppLink, SLumSlotEdge& edge, std::vector<SLumFastStep*>& aPending)
     {
-        unsigned nMarkers = 0, nActive = 0;
+        unsigned nMarkers = 0;
         long nLine = 0;
         SLumFastStep* pLink = *ppLink;
-        edge.m_pMarkers = pLink;
+        std::vector<SLumFastStep*> aActive;
         // As PassMarkers follows them: a long row of them stays missing.
         for (int i = 0; pLink != nullptr && pLink->m_eKind == SLumFastStep::MARKER; ++i)
         {
@@ -78,8 +82,8 @@ private:
                 return Missing(edge, nullptr);
             ++nMarkers;
             nLine = pLink->m_nLine;
-            if (!pLink->m_fMarkerPassive && nActive++ == 0)
-                edge.m_pCounted = pLink;
+            if (!pLink->m_fMarkerPassive)
+                aActive.push_back(pLink);
             ppLink = &pLink->m_pNext;
             pLink = *ppLink;
         }
@@ -98,13 +102,17 @@ private:
         edge.m_nMarkers = nMarkers;
         edge.m_nLine = nLine;
         edge.m_nSteps = nMarkers + 1;
-        if (nMarkers == 0)
-            edge.m_pMarkers = nullptr;
-        edge.m_nActive = nActive;
-        edge.m_nFirstMarkers = nMarkers;
-        if (nActive != 1)
-            edge.m_pCounted = nullptr;
+        Active(edge, aActive);
         return true;
+    }
+
+    // The markers a link passes that are not passive, into the code's list.
+    void Active(SLumSlotEdge& edge, const std::vector<SLumFastStep*>& aActive)
+    {
+        edge.m_nFirstActive = static_cast<unsigned>(m_code.m_apActive.size());
+        edge.m_nActive = static_cast<unsigned>(aActive.size());
+        edge.m_pCounted = aActive.empty() ? nullptr : aActive[0];
+        m_code.m_apActive.insert(m_code.m_apActive.end(), aActive.begin(), aActive.end());
     }
 
     bool Missing(SLumSlotEdge& edge, SLumFastStep* const* ppLink)
@@ -126,6 +134,7 @@ private:
         SLumSlotOp op;
         op.m_pFastStep = &step;
         bool fNext = true, fTaken = false;
+        size_t nFirstNode = m_code.m_aNodes.size();
         switch (step.m_eKind)
         {
         case SLumFastStep::ASSIGN:
@@ -196,6 +205,9 @@ private:
             (fTaken && !Edge(&step.m_pTaken, op.m_cTaken, aPending)))
             return false;
         m_code.m_aOps[nOp] = op;
+        if (m_aNodesOf.size() <= nOp)
+            m_aNodesOf.resize(nOp + 1);
+        m_aNodesOf[nOp] = {nFirstNode, m_code.m_aNodes.size()};
         return true;
     }
 
@@ -516,6 +528,8 @@ private:
                     GiveUp(op);
                     continue;
                 }
+                // The Ifs open are known from the code: nothing is left to do.
+                op.m_eKind = SLumSlotOp::JUMP;
                 next.m_strKinds.pop_back();
                 fNext = true;
                 break;
@@ -577,43 +591,39 @@ private:
     {
         const std::string& a = at.m_strKinds;
         const std::string& b = open.m_strKinds;
-        return m_code.m_aOps[n].m_eKind == SLumSlotOp::ENDIF && a.size() == b.size() && !a.empty() &&
-               a.compare(0, a.size() - 1, b, 0, b.size() - 1) == 0 && (a.back() == 'T' || a.back() == 'E') &&
-               (b.back() == 'T' || b.back() == 'E');
+        return m_code.m_aOps[n].m_pFastStep->m_eKind == SLumFastStep::ENDIF && a.size() == b.size() &&
+               !a.empty() && a.compare(0, a.size() - 1, b, 0, b.size() - 1) == 0 &&
+               (a.back() == 'T' || a.back() == 'E') && (b.back() == 'T' || b.back() == 'E');
     }
 
-    // A link to a jump leads on to where the jump leads, the jump counted as a
-    // statement, the markers of both links passed in their order.
+    // A link to jumps leads on to where the last leads, each jump counted as a
+    // statement, the markers of the links passed in their order.
     void Fold()
     {
         auto fold = [&](SLumSlotEdge& edge) {
-            const SLumSlotOp& to = m_code.m_aOps[reinterpret_cast<Index>(edge.m_pTo)];
-            if (to.m_eKind != SLumSlotOp::JUMP)
-                return;
-            const SLumSlotEdge& on = to.m_cNext;
-            if (m_code.m_aOps[reinterpret_cast<Index>(on.m_pTo)].m_eKind == SLumSlotOp::JUMP)
-                return;
+            auto active = [&](const SLumSlotEdge& e) {
+                return std::vector<SLumFastStep*>(m_code.m_apActive.begin() + e.m_nFirstActive,
+                                                  m_code.m_apActive.begin() + e.m_nFirstActive + e.m_nActive);
+            };
+            std::vector<SLumFastStep*> aActive = active(edge);
             SLumSlotEdge folded = edge;
-            folded.m_pTo = on.m_pTo;
-            folded.m_nSteps = edge.m_nSteps + on.m_nSteps;
-            folded.m_nMarkers = edge.m_nMarkers + on.m_nMarkers;
-            folded.m_nFirstMarkers = edge.m_nMarkers;
-            if (on.m_nMarkers != 0)
+            for (int nHops = 0; nHops < 16; ++nHops)
             {
-                folded.m_nLine = on.m_nLine;
-                folded.m_pMoreMarkers = on.m_pMarkers;
-                if (edge.m_nMarkers == 0)
-                {
-                    folded.m_pMarkers = on.m_pMarkers;
-                    folded.m_nFirstMarkers = on.m_nMarkers;
-                    folded.m_pMoreMarkers = nullptr;
-                }
+                const SLumSlotOp& to = m_code.m_aOps[reinterpret_cast<Index>(folded.m_pTo)];
+                if (to.m_eKind != SLumSlotOp::JUMP)
+                    break;
+                const SLumSlotEdge& on = to.m_cNext;
+                folded.m_pTo = on.m_pTo;
+                folded.m_nSteps += on.m_nSteps;
+                folded.m_nMarkers += on.m_nMarkers;
+                if (on.m_nMarkers != 0)
+                    folded.m_nLine = on.m_nLine;
+                std::vector<SLumFastStep*> aOn = active(on);
+                aActive.insert(aActive.end(), aOn.begin(), aOn.end());
             }
-            // One marker alone that passes a line, among both.
-            folded.m_pCounted = edge.m_nActive + on.m_nActive != 1 ? nullptr
-                                : edge.m_nActive == 1              ? edge.m_pCounted
-                                                                   : on.m_pCounted;
-            folded.m_nActive = edge.m_nActive + on.m_nActive;
+            if (m_code.m_aOps[reinterpret_cast<Index>(folded.m_pTo)].m_eKind == SLumSlotOp::JUMP)
+                return; // a row of jumps too long: left as it is
+            Active(folded, aActive);
             edge = folded;
         };
         fold(m_code.m_cEntry);
@@ -631,6 +641,8 @@ private:
     SLumSlotCode& m_code;
     std::unordered_map<SLumFastStep*, size_t> m_mapOps;
     size_t m_nMissing = SIZE_MAX;
+    // The nodes each op made, from the first to behind the last.
+    std::vector<std::pair<size_t, size_t>> m_aNodesOf;
 };
 } // namespace
 
