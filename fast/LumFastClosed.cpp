@@ -743,7 +743,7 @@ LUM_HOT bool CLumFastForm::SlotLeaf(const SLumSlotNode& node, const SClosedFrame
 }
 
 // As SlotLeaf, and at once too a long variable and a constant long, an operator of two
-// leaves, a call and an element.
+// leaves, a call, an element and a built-in.
 LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
 {
     if (node.m_eKind == SLumSlotNode::OPERATOR_LONG)
@@ -766,6 +766,8 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
         return SlotCall(node, frame, out);
     if (node.m_eKind == SLumSlotNode::ELEMENT)
         return SlotElement(node, out);
+    if (node.m_eKind == SLumSlotNode::WALK_BUILTIN)
+        return ClosedBuiltin(*node.m_pExpr, out);
     return SlotLeaf(node, frame, out);
 }
 
@@ -814,6 +816,8 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
         return SlotCall(node, frame, out);
     case SLumSlotNode::ELEMENT:
         return SlotElement(node, out);
+    case SLumSlotNode::WALK_BUILTIN:
+        return ClosedBuiltin(*node.m_pExpr, out);
     case SLumSlotNode::WALK_NUMBER:
         return ClosedNumber(*node.m_pExpr, out);
     case SLumSlotNode::WALK_TEXT:

@@ -311,8 +311,9 @@ struct SLumSlotNode
         // An element read by a single variable's index (m_pSlot), which the walker reads
         // where the index is no long.
         ELEMENT,
-        // Computed by the walker of closed runs: an element or a built-in, a number from
+        // Computed by the walker of closed runs: a built-in, an element, a number from
         // texts (with or without the frame, which calls need).
+        WALK_BUILTIN,
         WALK_NUMBER,
         WALK_TEXT,
         WALK_TEXT_FRAMED,

@@ -288,7 +288,7 @@ private:
             return Operator(expr, pLeft, Number(*expr.m_pRight));
         }
         case SLumFastExpr::OTHER:
-            return Kind(SLumSlotNode::WALK_NUMBER, &expr);
+            return Kind(SLumSlotNode::WALK_BUILTIN, &expr);
         case SLumFastExpr::ELEMENT:
             return Element(expr);
         default:
@@ -319,7 +319,7 @@ private:
         case SLumFastExpr::CONSTANT:
             return Constant(expr);
         case SLumFastExpr::OTHER:
-            return Kind(SLumSlotNode::WALK_NUMBER, &expr);
+            return Kind(SLumSlotNode::WALK_BUILTIN, &expr);
         case SLumFastExpr::ELEMENT:
             return Element(expr);
         case SLumFastExpr::OPERATOR:
