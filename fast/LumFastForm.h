@@ -357,6 +357,7 @@ struct SLumSlotOp
         // A statement the walker runs: an assignment of a text or of an element.
         WALK,
         IF,
+        // Made into jumps (or ops that give up) once the code knows its Ifs.
         ELSE,
         ENDIF,
         WHILE,
@@ -378,8 +379,9 @@ struct SLumSlotOp
     char m_cType = 0;
     // The Ifs and Fors the procedure holds open before it.
     int m_nOpen = 0;
-    // ASSIGN and FOR: the target; NEXT: its For's. FOR: the start, end and step (null for none); others:
-    // the value or the condition; CALL: the arguments.
+    // ASSIGN and FOR: the target, NEXT: its For's counter. ASSIGN, IF, WHILE, LOOP: the
+    // value or the condition; FOR: the start, the end and the step (null for none);
+    // CALL: the arguments.
     SLumSlot* m_pTarget = nullptr;
     const SLumSlotNode* m_pValue = nullptr;
     const SLumSlotNode* m_pEnd = nullptr;
@@ -882,7 +884,6 @@ private:
     int SlotNext(const SLumSlotOp& op);
     bool SlotKeep(SLumSlot& slot);
     bool NoteUndo(CLumsVarValue& target);
-    std::vector<std::unique_ptr<SLumSlotCode>> m_aSlotCodes;
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
                                                          const std::vector<SLumFastExpr*>& args,
@@ -1113,6 +1114,9 @@ private:
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;
+    // The compiled bodies, each kept while the form lives: a body made again leaves the
+    // code before to the runs that may still stand in it.
+    std::vector<std::unique_ptr<SLumSlotCode>> m_aSlotCodes;
     // Text variables apart: a variable a closed run wrote stays a number or a text, so
     // each is noted in one list only, and the two go back in any order.
     std::vector<STextUndo> m_aTextUndo;

@@ -3,14 +3,15 @@
 // variables. A slot stands for a variable that a step or node of the body found before
 // (its cache): all slots are found together, once per check epoch, where the walker
 // looks at a cache at every read. Each op knows where its links lead past the line
-// markers (a link not made yet leads to an op that gives up, as the walker does there), and the nodes of its
-// numbers know how the walker reads each part of the tree in that place (an empty variable as 0 or not), so
-// that the compiled form computes, counts, notes and gives up as the walker does (SlotBody,
+// markers (a link not made yet leads to an op that gives up, as the walker does there),
+// and which Ifs and Fors are open before it; the nodes of its numbers know how the
+// walker reads each part of the tree in that place (an empty variable as 0 or not). So
+// the compiled form computes, counts, notes and gives up as the walker does (SlotBody,
 // LumFastClosed.cpp).
 //
 // What the compiled form does not compute itself it hands to the walker where it
-// stands: assignments of texts and of elements, elements, built-ins and texts inside
-// numbers.
+// stands: assignments of texts and of elements, elements by other indices, built-ins
+// and texts inside numbers.
 #include "fast/LumFastForm.h"
 
 #include <lumbasic/LumBasic.h>
@@ -32,7 +33,8 @@ class CLumSlotMaker
 public:
     explicit CLumSlotMaker(SLumSlotCode& code) : m_code(code) {}
 
-    // False where the body is too large.
+    // False where the body is too large, or its Ifs and Fors open depend on the way to
+    // a statement.
     bool Make(SLumFastStep& head)
     {
         std::vector<SLumFastStep*> aPending;
