@@ -31,9 +31,6 @@ namespace
 {
 // More arguments than this run the regular way.
 const size_t MAX_CLOSED_ARGS = 8;
-// Ifs that one procedure holds open in a closed run, one bit each, and For loops.
-const int MAX_CLOSED_IFS = 64;
-const size_t MAX_CLOSED_FORS = 16;
 // A call stops trying closed runs after this many gave up for good, or this many
 // warm-ups in a row.
 const uint16_t MAX_CLOSED_FAILURES = 16;
@@ -54,28 +51,31 @@ const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 // but the list's first entry of a marker.
 LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 {
+    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+        if (!pMarker->m_fMarkerPassive)
+            NoteHit(pMarker);
+}
+
+// One marker that is not passive.
+LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
+{
     // The depth's last marker passed stands for its mark.
     const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
-    for (; nMarkers > 0; --nMarkers, pMarker = pMarker->m_pNext)
+    bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
+    pMark = pMarker;
+    if (!fEnters)
+        return;
+    // Listed before the count rises, which a failed growth must not leave unlisted.
+    // Hits wrap around as the profiler's counts do, so a sum added at the end counts
+    // what the hits one by one would have.
+    if (pMarker->m_nHits == 0)
     {
-        if (pMarker->m_fMarkerPassive)
-            continue;
-        bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
-        pMark = pMarker;
-        if (!fEnters)
-            continue;
-        // Listed before the count rises, which a failed growth must not leave
-        // unlisted. Hits wrap around as the profiler's counts do, so a sum added
-        // at the end counts what the hits one by one would have.
-        if (pMarker->m_nHits == 0)
-        {
-            if (m_nCounted == m_aCounted.size())
-                CountMore(pMarker);
-            m_aCounted[m_nCounted++] = pMarker;
-        }
-        ++pMarker->m_nHits;
-        m_pLastCounted = pMarker;
+        if (m_nCounted == m_aCounted.size())
+            CountMore(pMarker);
+        m_aCounted[m_nCounted++] = pMarker;
     }
+    ++pMarker->m_nHits;
+    m_pLastCounted = pMarker;
 }
 
 // A procedure entered at the next depth enters its first line afresh, as the regular
@@ -124,7 +124,9 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
-    m_pWatchedDebugger = m_fCounting ? basic.m_pDebugger : nullptr;
+    // Without a window nothing can make the debugger more than count while the run goes
+    // on (breakpoints change only where a run stops): only a window is watched.
+    m_pWatchedDebugger = m_fCounting && basic.m_pDebugger->HasWindow() ? basic.m_pDebugger : nullptr;
     if (m_nCounted != 0)
         DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
@@ -134,7 +136,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // expressions the regular way opens further in.
     if (pDepths[CLumDepthGuard::EXPRESSION] + 1 + NESTED_LEVELS >= CLumExpression::MAX_NESTING)
         return false;
-    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION]};
+    SClosedFrame caller{nullptr, names.GetCount(), names.GetScope(), pDepths[CLumDepthGuard::EXPRESSION], 0};
     m_pStore = basic.m_pVariables;
     m_nScope = caller.m_nScope;
     ++m_nClosedRun;
@@ -311,6 +313,15 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
 {
     if (kept.m_nRun == m_nClosedRun && kept.m_pValue == &target)
         return true; // a number since, as the run writes nothing else
+    if (!NoteUndo(target))
+        return false;
+    kept = SLumKept{m_nClosedRun, &target};
+    return true;
+}
+
+// The variable's number into the undo list.
+LUM_HOT bool CLumFastForm::NoteUndo(CLumsVarValue& target)
+{
     if (m_nUndo == m_nUndoRoom && !KeepMore())
         return GiveUp();
     SUndo& undo = m_aUndo[m_nUndo];
@@ -318,7 +329,6 @@ LUM_HOT bool CLumFastForm::Keep(CLumsVarValue& target, SLumKept& kept)
         return GiveUp();
     undo.m_pValue = &target;
     ++m_nUndo;
-    kept = SLumKept{m_nClosedRun, &target};
     return true;
 }
 
@@ -395,9 +405,10 @@ bool CLumFastForm::ClosedCallee(CLumBasic& basic, Site& site, const std::vector<
 // A call: the arguments computed left to right and bound to the parameters' locals,
 // the body run to its End, which it gives, with the callee's scope.
 // The body runs at `nLevel`, the expressions the regular way holds open at the call.
-template <class Site>
+template <class Site, class Numbers>
 SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
-                                        const SClosedFrame& caller, int nLevel, uint64_t& nScope)
+                                        const SClosedFrame& caller, int nLevel, uint64_t& nScope,
+                                        Numbers&& numbers)
 {
     if (site.m_nCheckEpoch != m_nCheckEpoch && !ClosedCallee(basic, site, args))
         return nullptr;
@@ -419,11 +430,9 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         // All arguments are computed before any is bound: one may read a parameter's
         // local.
         SLumNumber aArgs[MAX_CLOSED_ARGS];
+        if (!numbers(aArgs))
+            return nullptr;
         SLumNumber* pArg = aArgs;
-        for (SLumFastExpr* pExpr : args)
-            if (!ClosedArgument(basic, *pExpr, caller, *pArg++))
-                return nullptr;
-        pArg = aArgs;
         for (SLumFastStep::SParam& param : head.m_aParams)
         {
             CLumsVarValue& local = *param.m_cCache.m_pValue;
@@ -433,13 +442,14 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
         }
     }
     // The callee's names resolve in its scope, with more than one procedure running.
-    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel};
+    SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel, m_nClosedIfs};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     ++m_nClosedDepth;
     if (__builtin_expect(m_fCounting, 0))
         EnterMarks();
-    SLumFastStep* pEnd = ClosedBody(basic, head, frame);
+    SLumSlotCode* pCode = Slots(head, frame.m_nScope);
+    SLumFastStep* pEnd = pCode != nullptr ? SlotBody(basic, *pCode, frame) : ClosedBody(basic, head, frame);
     --m_nClosedDepth;
     m_nScope = caller.m_nScope;
     return pEnd;
@@ -450,9 +460,18 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
 LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
                                       SLumNumber& out, CLumsVarValue* pText)
 {
+    return ClosedCallOf(basic, expr, caller, out, pText, [&](SLumNumber* pOut) {
+        return ClosedArguments(basic, expr.m_apIndices, caller, pOut);
+    });
+}
+
+template <class Numbers>
+LUM_HOT bool CLumFastForm::ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
+                                        SLumNumber& out, CLumsVarValue* pText, Numbers&& numbers)
+{
     uint64_t nScope = 0;
-    SLumFastStep* pEnd =
-        ClosedEnter(basic, expr, expr.m_apIndices, caller, caller.m_nLevel + 1 + expr.m_nArgDepth, nScope);
+    SLumFastStep* pEnd = ClosedEnter(basic, expr, expr.m_apIndices, caller,
+                                     caller.m_nLevel + 1 + expr.m_nArgDepth, nScope, numbers);
     if (pEnd == nullptr)
         return false;
     if (pEnd->m_wLoopKind != LBT_FUNCTION)
@@ -463,9 +482,27 @@ LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, cons
 // A Sub's call: it returns behind the call statement.
 bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
 {
+    return ClosedSubOf(basic, step, caller,
+                       [&](SLumNumber* pOut) { return ClosedArguments(basic, step.m_apArgs, caller, pOut); });
+}
+
+template <class Numbers>
+bool CLumFastForm::ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller,
+                               Numbers&& numbers)
+{
     uint64_t nScope = 0;
-    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope);
+    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope, numbers);
     return pEnd != nullptr && (pEnd->m_wLoopKind == LBT_SUB || GiveUp());
+}
+
+// The arguments for parameters of numbers, left to right.
+LUM_HOT bool CLumFastForm::ClosedArguments(CLumBasic& basic, const std::vector<SLumFastExpr*>& args,
+                                           const SClosedFrame& caller, SLumNumber* pOut)
+{
+    for (SLumFastExpr* pExpr : args)
+        if (!ClosedArgument(basic, *pExpr, caller, *pOut++))
+            return false;
+    return true;
 }
 
 // An argument as a direct call or PushParams computes it, for a number parameter.
@@ -560,6 +597,349 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
     if (pValue == nullptr)
         return WarmUp();
     return ((fEmptyIsZero || pValue->IsNumber()) && LumFastNumber(*pValue, out)) || GiveUp();
+}
+
+// The compiled form of a body, as ClosedBody runs the steps it was made from: the same
+// statements in the same order, the same counts and checks, each variable read from its
+// slot, each link past its markers known. The Ifs and Fors open before each op are
+// known from the code (SLumSlotOp::m_nOpen): Else, End If, Next and End that the walker
+// would find out of their order were made into ops that give up, and the room for them
+// under the limit of open commands was looked at on entry (Slots). The run's count of
+// them is set from the code where a call or the walker could read it, and put back at
+// the End.
+LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
+{
+    unsigned long nSteps = 0;
+    auto Count = [&] {
+        m_nClosedSteps += nSteps;
+        nSteps = 0;
+        return m_nClosedSteps <= m_nClosedStepLimit;
+    };
+    const SLumSlotEdge* pEdge = &code.m_cEntry;
+    for (;;)
+    {
+        if (pEdge->m_nMarkers != 0)
+        {
+            basic.m_nLine = pEdge->m_nLine;
+            if (__builtin_expect(m_fCounting, 0))
+            {
+                // Passive markers note nothing: one alone among them at once.
+                if (pEdge->m_nActive == 1)
+                    NoteHit(pEdge->m_pCounted);
+                else
+                    for (unsigned i = 0; i < pEdge->m_nActive; ++i)
+                        NoteHit(code.m_apActive[pEdge->m_nFirstActive + i]);
+            }
+        }
+        nSteps += pEdge->m_nSteps;
+        const SLumSlotOp& op = *pEdge->m_pTo;
+        bool fTaken = false;
+        switch (op.m_eKind)
+        {
+        case SLumSlotOp::ASSIGN:
+        {
+            SLumNumber n;
+            if (!SlotQuick(*op.m_pValue, frame, n) || !SlotStore(*op.m_pTarget, n, op.m_cType))
+                return nullptr;
+            break;
+        }
+        case SLumSlotOp::WALK:
+            m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
+            if (!(op.m_pFastStep->m_eKind == SLumFastStep::ASSIGN
+                      ? ClosedAssign(basic, *op.m_pFastStep, frame)
+                      : ClosedAssignElement(basic, *op.m_pFastStep, frame)))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF:
+        {
+            bool fTrue;
+            if (!SlotTruth(*op.m_pValue, frame, fTrue))
+                return nullptr;
+            fTaken = !fTrue;
+            break;
+        }
+        case SLumSlotOp::JUMP:
+            break;
+        case SLumSlotOp::WHILE:
+            if (!SlotTruth(*op.m_pValue, frame, fTaken))
+                return nullptr;
+            fTaken = !fTaken;
+            break;
+        case SLumSlotOp::WEND:
+            if (!Count() || MustLeave(basic))
+                return GiveUp(), nullptr;
+            fTaken = true;
+            break;
+        case SLumSlotOp::DO:
+            break;
+        case SLumSlotOp::LOOP:
+            if (!SlotTruth(*op.m_pValue, frame, fTaken))
+                return nullptr;
+            fTaken = fTaken == (op.m_pFastStep->m_wLoopKind == LBT_WHILE);
+            if (fTaken && (!Count() || MustLeave(basic)))
+                return GiveUp(), nullptr;
+            break;
+        case SLumSlotOp::FOR:
+            if (!SlotFor(op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::NEXT:
+        {
+            int nPass = SlotNext(op);
+            if (nPass < 0 || (nPass > 0 && (!Count() || MustLeave(basic))))
+                return GiveUp(), nullptr;
+            fTaken = nPass > 0;
+            break;
+        }
+        case SLumSlotOp::CALL:
+            m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
+            if (!ClosedSubOf(basic, *op.m_pFastStep, frame, [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
+                    return SlotNumbers(op.m_ppArgs, op.m_nArgs, frame, pOut);
+                }))
+                return nullptr;
+            break;
+        case SLumSlotOp::END:
+            m_nClosedIfs = frame.m_nOpenBase;
+            return Count() ? op.m_pFastStep : (GiveUp(), nullptr);
+        case SLumSlotOp::MISSING:
+            // Made again at the next entry, where the regular way made the link since.
+            code.m_fRemake = true;
+            code.m_nEpoch = 0;
+            return WarmUp(), nullptr;
+        default:
+            return GiveUp(), nullptr;
+        }
+        pEdge = fTaken ? &op.m_cTaken : &op.m_cNext;
+    }
+}
+
+// A leaf's number where it is a constant or a variable holding a number, at once, by
+// tests of the kinds in the order they come most often; anything else as SlotNumber
+// computes it.
+LUM_HOT bool CLumFastForm::SlotLeaf(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+{
+    if (node.m_eKind == SLumSlotNode::SLOT_ANY || node.m_eKind == SLumSlotNode::SLOT_NUMBER)
+    {
+        const CLumsVarValue& value = *node.m_pSlot->m_pValue;
+        if (value.GetType() == CLumsVarValue::VT_DOUBLE)
+        {
+            out.m_fDouble = true;
+            out.m_dDouble = value.DoubleValue();
+            return true;
+        }
+        if (value.GetType() == CLumsVarValue::VT_LONG)
+        {
+            out.m_fDouble = false;
+            out.m_nLong = value.LongValue();
+            return true;
+        }
+    }
+    else if (node.m_eKind == SLumSlotNode::CONSTANT)
+    {
+        out = node.m_cNumber;
+        return true;
+    }
+    return SlotNumber(node, frame, out);
+}
+
+// As SlotLeaf, and at once too a long variable and a constant long, an operator of two
+// leaves, a call, an element and a built-in.
+LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+{
+    if (node.m_eKind == SLumSlotNode::OPERATOR_LONG)
+    {
+        const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
+        if (value.GetType() != CLumsVarValue::VT_LONG)
+            return SlotNumber(node, frame, out);
+        // Both longs, as the compiler sees: LumFastOperate keeps only their cases.
+        SLumNumber l{false, value.LongValue(), 0.0};
+        SLumNumber r{false, node.m_pRight->m_cNumber.m_nLong, 0.0};
+        return LumFastOperate(node.m_wToken, l, r, out) || GiveUp();
+    }
+    if (node.m_eKind == SLumSlotNode::OPERATOR)
+    {
+        SLumNumber r;
+        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
+               (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
+    }
+    if (node.m_eKind == SLumSlotNode::CALL)
+        return SlotCall(node, frame, out);
+    if (node.m_eKind == SLumSlotNode::ELEMENT)
+        return SlotElement(node, out);
+    if (node.m_eKind == SLumSlotNode::WALK_BUILTIN)
+        return ClosedBuiltin(*node.m_pExpr, out);
+    return SlotLeaf(node, frame, out);
+}
+
+// As SlotOperand, and an operator of two such operands at once: a statement's whole
+// expression, most often.
+LUM_HOT bool CLumFastForm::SlotQuick(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+{
+    if (node.m_eKind != SLumSlotNode::OPERATOR)
+        return SlotOperand(node, frame, out);
+    SLumNumber r;
+    return SlotOperand(*node.m_pLeft, frame, out) && SlotOperand(*node.m_pRight, frame, r) &&
+           (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
+}
+
+LUM_HOT bool CLumFastForm::SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue)
+{
+    SLumNumber n;
+    if (!SlotQuick(node, frame, n))
+        return false;
+    fTrue = LumFastTruth(n);
+    return true;
+}
+
+// A node's number, as the walker computes the part of the tree it was made from in the
+// same place (ClosedLeaf, ClosedValue, ClosedArgument).
+__attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node, const SClosedFrame& frame,
+                                                        SLumNumber& out)
+{
+    switch (node.m_eKind)
+    {
+    case SLumSlotNode::CONSTANT:
+        out = node.m_cNumber;
+        return true;
+    case SLumSlotNode::SLOT_ANY:
+        return LumFastNumber(*node.m_pSlot->m_pValue, out) || GiveUp();
+    case SLumSlotNode::SLOT_NUMBER:
+        return LumFastNumberOnly(*node.m_pSlot->m_pValue, out) || GiveUp();
+    case SLumSlotNode::OPERATOR:
+    case SLumSlotNode::OPERATOR_LONG:
+    {
+        SLumNumber r;
+        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
+               (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
+    }
+    case SLumSlotNode::CALL:
+        return SlotCall(node, frame, out);
+    case SLumSlotNode::ELEMENT:
+        return SlotElement(node, out);
+    case SLumSlotNode::WALK_BUILTIN:
+        return ClosedBuiltin(*node.m_pExpr, out);
+    case SLumSlotNode::WALK_NUMBER:
+        return ClosedNumber(*node.m_pExpr, out);
+    case SLumSlotNode::WALK_TEXT:
+        return ClosedTextNumber(*node.m_pExpr, nullptr, out);
+    case SLumSlotNode::WALK_TEXT_FRAMED:
+        m_nClosedIfs = frame.m_nOpenBase + node.m_nOpen;
+        return ClosedTextNumber(*node.m_pExpr, &frame, out);
+    default:
+        return GiveUp();
+    }
+}
+
+// An element as ClosedElement reads it, its index a long in its slot; any other index
+// as the walker reads it.
+bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
+{
+    const CLumsVarValue& index = *node.m_pSlot->m_pValue;
+    if (index.GetType() != CLumsVarValue::VT_LONG || m_nClosedNested >= MAX_LEVELS)
+        return ClosedNumber(*node.m_pExpr, out);
+    if (m_pStore->HasScopedElements())
+        return GiveUp();
+    SLumFastExpr& expr = *node.m_pExpr;
+    long aIndices[CLumVariables::MAX_INDICES] = {index.LongValue()};
+    std::string_view name(expr.m_pszName, expr.m_nNameLength);
+    const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
+    if (pValue == nullptr)
+        pValue = CLumVariables::GetNullValue(name);
+    return LumFastNumberOnly(*pValue, out) || GiveUp();
+}
+
+// A function's call, as ClosedCall makes it, apart: the evaluation of nodes stays small.
+bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
+{
+    m_nClosedIfs = frame.m_nOpenBase + node.m_nOpen;
+    return ClosedCallOf(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr,
+                        [&](SLumNumber* pOut)
+                            LUM_HOT_LAMBDA { return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut); });
+}
+
+// A call's arguments for parameters of numbers, left to right.
+LUM_HOT bool CLumFastForm::SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs,
+                                       const SClosedFrame& frame, SLumNumber* pOut)
+{
+    for (size_t i = 0; i < nArgs; ++i)
+        if (!SlotQuick(*ppArgs[i], frame, pOut[i]))
+            return false;
+    return true;
+}
+
+// A number into a slot, as ClosedStore stores it: the variable noted for the undo
+// before the run's first write to it.
+LUM_HOT bool CLumFastForm::SlotStore(SLumSlot& slot, const SLumNumber& n, char cType)
+{
+    CLumsVarValue& target = *slot.m_pValue;
+    if (slot.m_nKeptRun != m_nClosedRun)
+    {
+        if (!NoteUndo(target))
+            return false;
+        slot.m_nKeptRun = m_nClosedRun;
+    }
+    LumFastStore(target, n, cType);
+    return true;
+}
+
+// For as ClosedFor opens the loop, its record on the run's list of Fors open, which
+// calls inside the loop find below their own.
+bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
+{
+    SClosedFor loop{op.m_pTarget->m_pValue, {}, SLumNumber{false, 1, 0.0}, 0};
+    SLumNumber start;
+    if (!SlotQuick(*op.m_pValue, frame, start) || !SlotStore(*op.m_pTarget, start, op.m_cType) ||
+        !SlotQuick(*op.m_pEnd, frame, loop.m_cEnd) ||
+        (op.m_pStep != nullptr && !SlotQuick(*op.m_pStep, frame, loop.m_cStep)))
+        return false;
+    m_aClosedFors.push_back(loop);
+    ++m_nClosedFors;
+    return true;
+}
+
+// Next as ClosedNext counts, on the innermost For's record, which is its own (the code
+// knows): 1 for another pass, 0 where the loop ends, -1 where the run gives up.
+LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
+{
+    SClosedFor& loop = m_aClosedFors.back();
+    SLumSlot& slot = *op.m_pTarget;
+    CLumsVarValue& counter = *slot.m_pValue;
+    bool fPast;
+    if (counter.GetType() == CLumsVarValue::VT_LONG && !loop.m_cStep.m_fDouble && !loop.m_cEnd.m_fDouble)
+    {
+        // All longs, as the compiler sees: the same steps without the doubles' cases.
+        SLumNumber now{false, counter.LongValue(), 0.0};
+        SLumNumber step{false, loop.m_cStep.m_nLong, 0.0};
+        SLumNumber end{false, loop.m_cEnd.m_nLong, 0.0};
+        if (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot))
+            return -1;
+        LumFastOperate(LBT_PLUS, now, step, now);
+        fPast = LumFastPastEnd(now, end, step);
+        LumFastStore(counter, now, '%');
+    }
+    else
+    {
+        SLumNumber now{};
+        if (!LumFastNumberOnly(counter, now) || (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot)))
+            return -1;
+        LumFastOperate(LBT_PLUS, now, loop.m_cStep, now);
+        fPast = LumFastPastEnd(now, loop.m_cEnd, loop.m_cStep);
+        LumFastStore(counter, now, now.m_fDouble ? 0 : '%');
+    }
+    if (!fPast)
+        return 1;
+    m_aClosedFors.pop_back();
+    --m_nClosedFors;
+    return 0;
+}
+
+// The slot's variable noted for the undo, once a run.
+bool CLumFastForm::SlotKeep(SLumSlot& slot)
+{
+    if (!NoteUndo(*slot.m_pValue))
+        return false;
+    slot.m_nKeptRun = m_nClosedRun;
+    return true;
 }
 
 // Statements from the head's link to the End, which it gives; null where the run

@@ -37,6 +37,17 @@ class CLumFunctionStack;
 struct CallInfo;
 class CLumTermNode;
 
+// The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
+// builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
+// grow by the sanitizers' padding of every helper's locals at once.
+#ifdef __OPTIMIZE__
+#define LUM_HOT inline __attribute__((always_inline))
+#define LUM_HOT_LAMBDA __attribute__((always_inline))
+#else
+#define LUM_HOT inline
+#define LUM_HOT_LAMBDA
+#endif
+
 // A number as the fast form computes with it: a long or a double.
 struct SLumNumber
 {
@@ -44,7 +55,7 @@ struct SLumNumber
     int32_t m_nLong;
     double m_dDouble;
 
-    double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
+    LUM_HOT double AsDouble() const { return m_fDouble ? m_dDouble : static_cast<double>(m_nLong); }
 };
 
 // What a call's fitness for closed runs depends on: the store's generation, the
@@ -267,6 +278,138 @@ struct SLumFastStep : SLumFastCallSite
     // m_pNext and m_pTaken past the line markers they lead to.
     SLumPastMarkers m_cPastNext;
     SLumPastMarkers m_cPastTaken;
+    // SUB: the body compiled for closed runs (null until it is made), or never made.
+    struct SLumSlotCode* m_pSlots = nullptr;
+    bool m_fNoSlots = false;
+};
+
+// A procedure's body compiled for closed runs (LumFastSlots.cpp): its variables as slots
+// found once per check epoch, its statements as ops that know where each link leads
+// past the markers, its numbers as trees of nodes that read slots.
+struct SLumSlot
+{
+    // The cache of the name in the fast form's step or node, read when the slots are
+    // found; the variable found, and the closed run that noted it for the undo last.
+    const CLumNameCache* m_pCache = nullptr;
+    CLumsVarValue* m_pValue = nullptr;
+    uint64_t m_nKeptRun = 0;
+};
+
+struct SLumSlotNode
+{
+    enum EKind : uint8_t
+    {
+        CONSTANT,
+        // A variable: an empty value reading as 0, or a number only.
+        SLOT_ANY,
+        SLOT_NUMBER,
+        OPERATOR,
+        // A variable of longs and a constant long, the most frequent operator.
+        OPERATOR_LONG,
+        // A call of a function of the program.
+        CALL,
+        // An element read by a single variable's index (m_pSlot), which the walker reads
+        // where the index is no long.
+        ELEMENT,
+        // Computed by the walker of closed runs: a built-in, an element, a number from
+        // texts (with or without the frame, which calls need).
+        WALK_BUILTIN,
+        WALK_NUMBER,
+        WALK_TEXT,
+        WALK_TEXT_FRAMED,
+        GIVE_UP,
+    };
+    EKind m_eKind = GIVE_UP;
+    unsigned short m_wToken = 0;
+    SLumNumber m_cNumber{};
+    SLumSlot* m_pSlot = nullptr;
+    const SLumSlotNode* m_pLeft = nullptr;
+    const SLumSlotNode* m_pRight = nullptr;
+    SLumFastExpr* m_pExpr = nullptr;
+    // CALL: the arguments' nodes.
+    const SLumSlotNode* const* m_ppArgs = nullptr;
+    size_t m_nArgs = 0;
+    // CALL and WALK_TEXT_FRAMED: the Ifs and Fors its procedure holds open there.
+    int m_nOpen = 0;
+};
+
+// Where an op's link leads, past how many markers, the line of the last.
+struct SLumSlotEdge
+{
+    const struct SLumSlotOp* m_pTo = nullptr;
+    unsigned m_nMarkers = 0;
+    long m_nLine = 0;
+    // The markers and the statement it leads to, as counted.
+    unsigned m_nSteps = 0;
+    // The markers passed that are not passive, whose hits are noted while lines are
+    // counted, in their order (a link through jumps passes those before each jump
+    // too): in the code's list, the first of them at once.
+    SLumFastStep* m_pCounted = nullptr;
+    unsigned m_nFirstActive = 0;
+    unsigned m_nActive = 0;
+};
+
+struct SLumSlotOp
+{
+    enum EKind : uint8_t
+    {
+        ASSIGN,
+        // A statement the walker runs: an assignment of a text or of an element.
+        WALK,
+        IF,
+        // Made into jumps (or ops that give up) once the code knows its Ifs.
+        ELSE,
+        ENDIF,
+        WHILE,
+        WEND,
+        DO,
+        LOOP,
+        FOR,
+        NEXT,
+        CALL,
+        END,
+        GIVE_UP,
+        // A link the regular way has not made yet.
+        MISSING,
+        // An Else whose If's condition the code knows, an End If: it leads to its next
+        // link, into which the links to it are folded.
+        JUMP,
+    };
+    EKind m_eKind = GIVE_UP;
+    char m_cType = 0;
+    // The Ifs and Fors the procedure holds open before it.
+    int m_nOpen = 0;
+    // ASSIGN and FOR: the target, NEXT: its For's counter. ASSIGN, IF, WHILE, LOOP: the
+    // value or the condition; FOR: the start, the end and the step (null for none);
+    // CALL: the arguments.
+    SLumSlot* m_pTarget = nullptr;
+    const SLumSlotNode* m_pValue = nullptr;
+    const SLumSlotNode* m_pEnd = nullptr;
+    const SLumSlotNode* m_pStep = nullptr;
+    const SLumSlotNode* const* m_ppArgs = nullptr;
+    size_t m_nArgs = 0;
+    SLumFastStep* m_pFastStep = nullptr;
+    SLumSlotEdge m_cNext;
+    SLumSlotEdge m_cTaken;
+};
+
+struct SLumSlotCode
+{
+    // Where the body begins behind the head.
+    SLumSlotEdge m_cEntry;
+    // The check epoch in which the slots were found, 0 for none.
+    uint64_t m_nEpoch = 0;
+    // The links that were missing when it was made, and whether a run met one since.
+    std::vector<SLumFastStep* const*> m_appMissing;
+    bool m_fRemake = false;
+    // The most Ifs and Fors open before an If or a For opens one more (-1 for none).
+    int m_nMaxOpen = -1;
+    std::vector<SLumSlot> m_aSlots;
+    std::vector<SLumSlotNode> m_aNodes;
+    std::vector<const SLumSlotNode*> m_apArgs;
+    std::vector<SLumSlotOp> m_aOps;
+    // The markers of the links that are not passive (SLumSlotEdge::m_nFirstActive).
+    std::vector<SLumFastStep*> m_apActive;
 };
 
 // One more level of arguments or indices a closed run holds open, while it lives.
@@ -281,15 +424,6 @@ public:
 private:
     int& m_nNested;
 };
-
-// The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
-// builds keep them apart, as LUM_INLINE_BODY does: merged, the frames of a recursion
-// grow by the sanitizers' padding of every helper's locals at once.
-#ifdef __OPTIMIZE__
-#define LUM_HOT inline __attribute__((always_inline))
-#else
-#define LUM_HOT inline
-#endif
 
 // A value that is a number (not an empty value) as a number; false for any other.
 LUM_HOT bool LumFastNumberOnly(const CLumsVarValue& value, SLumNumber& out)
@@ -451,6 +585,9 @@ public:
     static constexpr int MAX_LEVELS = 8;
     // The most parts one assignment appends to its target in place.
     static constexpr size_t MAX_APPENDED = 8;
+    // Ifs that one procedure holds open in a closed run, one bit each, and For loops.
+    static constexpr int MAX_CLOSED_IFS = 64;
+    static constexpr size_t MAX_CLOSED_FORS = 16;
 
     CLumFastForm() = default;
     CLumFastForm(const CLumFastForm&) = delete;
@@ -652,6 +789,8 @@ private:
         // The expressions the regular way holds open while this procedure's statements
         // run: each statement opens one more, each argument of a call one more again.
         int m_nLevel;
+        // The Ifs and Fors the run held open when the procedure began (m_nClosedIfs).
+        int m_nOpenBase;
     };
     struct SUndo
     {
@@ -701,12 +840,50 @@ private:
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);
     template <class Site>
     bool ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args);
-    template <class Site>
+    // `numbers` computes the arguments for parameters of numbers, in the caller's frame.
+    template <class Site, class Numbers>
     SLumFastStep* ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
-                              const SClosedFrame& caller, int nLevel, uint64_t& nScope);
+                              const SClosedFrame& caller, int nLevel, uint64_t& nScope, Numbers&& numbers);
     bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out,
                     CLumsVarValue* pText = nullptr);
+    template <class Numbers>
+    bool ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out,
+                      CLumsVarValue* pText, Numbers&& numbers);
     bool ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller);
+    template <class Numbers>
+    bool ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller, Numbers&& numbers);
+    bool ClosedArguments(CLumBasic& basic, const std::vector<SLumFastExpr*>& args, const SClosedFrame& caller,
+                         SLumNumber* pOut);
+    // The compiled form of closed runs (LumFastSlots.cpp): a procedure's body as ops on
+    // slots, made once its links and caches are warm, its slots found once per check
+    // epoch; null where the walker (ClosedBody) runs the body.
+    // The walker runs too where an If or a For could pass the limit of commands open,
+    // which it checks as it opens each.
+    SLumSlotCode* Slots(SLumFastStep& head, uint64_t nScope)
+    {
+        SLumSlotCode* pCode = head.m_pSlots;
+        if (pCode == nullptr || pCode->m_nEpoch != m_nCheckEpoch)
+            pCode = SlotsFound(head, nScope);
+        return pCode != nullptr && m_nClosedIfs + pCode->m_nMaxOpen < m_nClosedIfLimit ? pCode : nullptr;
+    }
+    __attribute__((noinline)) SLumSlotCode* SlotsFound(SLumFastStep& head, uint64_t nScope);
+    SLumSlotCode* SlotsMade(SLumFastStep& head);
+    SLumFastStep* SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame);
+    bool SlotQuick(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotOperand(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotLeaf(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue);
+    bool SlotNumber(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out);
+    bool SlotElement(const SLumSlotNode& node, SLumNumber& out);
+    __attribute__((noinline)) bool SlotCall(const SLumSlotNode& node, const SClosedFrame& frame,
+                                            SLumNumber& out);
+    bool SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs, const SClosedFrame& frame,
+                     SLumNumber* pOut);
+    bool SlotStore(SLumSlot& slot, const SLumNumber& n, char cType);
+    __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
+    int SlotNext(const SLumSlotOp& op);
+    bool SlotKeep(SLumSlot& slot);
+    bool NoteUndo(CLumsVarValue& target);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
                                                          const std::vector<SLumFastExpr*>& args,
@@ -765,6 +942,7 @@ private:
     // Line hits of a closed run while lines are counted: added up on the markers as
     // they are passed, counted when the run ends whole, dropped when it gives up.
     void NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
+    void NoteHit(SLumFastStep* pMarker);
     void EnterMarks();
     __attribute__((noinline)) void CountMore(SLumFastStep* pMarker);
     void CountHits(CLumBasic& basic);
@@ -936,6 +1114,9 @@ private:
     CLumAddressMap<SLumFastStep*> m_mapSteps;
     std::vector<std::unique_ptr<SLumFastStep>> m_aSteps;
     std::vector<std::unique_ptr<SLumFastExpr>> m_aExprs;
+    // The compiled bodies, each kept while the form lives: a body made again leaves the
+    // code before to the runs that may still stand in it.
+    std::vector<std::unique_ptr<SLumSlotCode>> m_aSlotCodes;
     // Text variables apart: a variable a closed run wrote stays a number or a text, so
     // each is noted in one list only, and the two go back in any order.
     std::vector<STextUndo> m_aTextUndo;

@@ -273,6 +273,49 @@ TEST(FastForm, ForLoopsInFunctionsRunWholeAsTheyRunPlain)
     }
 }
 
+// What a body compiled for closed runs keeps across calls, against the plain way: its
+// variables, which it must find again once the host dropped the object of one (before
+// the tenth call), and its links, the Else taken first in the twelfth call.
+TEST(FastForm, CompiledBodiesFindTheirVariablesAndLinksAfresh)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszBody; // of Function F(n%)
+        const char* m_pszSeen; // a line the store must show
+    } aCases[] = {
+        {"an object dropped", "  For j% = 1 To 3\n    t = t + j% * w\n  Next j%\n  w = w + 1\n",
+         "D:s=5400.000000"},
+        {"a link made late", "  If n% < 12 Then\n    t = t + n%\n  Else\n    w = w + 2\n  End If\n",
+         "D:s=979.000000"},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource = std::string("Declare Function F(n%)\nSub Main\n  w = 1\n  For i% = 1 To 20\n"
+                                            "    If i% = 10 Then\n      x = Drop(0)\n    End If\n"
+                                            "    s = s + F(i%)\n  Next i%\nEnd Sub\nFunction F(n%)\n") +
+                                c.m_pszBody + "  F = t + w\nEnd Function\n";
+        std::string aOutcomes[2];
+        for (bool fPlain : {false, true})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(!fPlain);
+            basic.RegisterFunction("Drop", 1, [&](CLumHostArgs&) {
+                vars.SetValue("w", nullptr);
+                return CLumsVarValue(0L);
+            });
+            std::string& strOutcome = aOutcomes[fPlain];
+            for (const std::string& str :
+                 RunImage(basic, LumCompile(strSource, basic, SLumCompileSettings())))
+                strOutcome += str + "\n";
+            vars.MakeString(&strOutcome);
+        }
+        EXPECT_EQ(aOutcomes[0], aOutcomes[1]) << c.m_pszName;
+        EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
+    }
+}
+
 // Built-ins of numbers and elements inside functions the fast form runs whole, against
 // the plain way: a failure inside an argument, an argument or an element a host
 // callback turned into a string, a failure at the bottom of a recursion, and built-ins

@@ -98,6 +98,11 @@ TEST(RunLoop, AStopRequestEndsTheRunAndTheNextRunGoesWell)
          "Function Spin%(k%)\n Do While k% <> 0\n  n% = n% + 1\n  k% = k% - 1\n Loop\n Spin% = k%\nEnd "
          "Function\n",
          "Spin%", "Main", 3},
+        // The same at the bottom of a recursion: every level the call entered is put back.
+        {"Declare Function Deep%(k%, m%)\nSub Main\n For i% = 1 To 4\n  x% = Deep%(3, 3 - i%)\n Next i%\n"
+         "End Sub\nFunction Deep%(k%, m%)\n If k% > 0 Then\n  Deep% = Deep%(k% - 1, m%) + 1\n Else\n"
+         "  Do While m% <> 0\n   n% = n% + 1\n   m% = m% - 1\n  Loop\n  Deep% = m%\n End If\nEnd Function\n",
+         "Deep%", "Main", 3},
     };
     std::vector<uint8_t> aGood;
     ASSERT_EQ(CompileText("Sub Main\n good% = 42\nEnd Sub\n", aGood), "");
