@@ -495,16 +495,16 @@ LUM_HOT bool CLumFastForm::ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, co
 
 // A Sub's call: it returns behind the call statement.
 template <bool fEntered>
-bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
+LUM_HOT bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
 {
-    return ClosedSubOf<fEntered>(basic, step, caller, [&](SLumNumber* pOut) {
+    return ClosedSubOf<fEntered>(basic, step, caller, [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
         return ClosedArguments(basic, step.m_apArgs, caller, pOut);
     });
 }
 
 template <bool fEntered, class Numbers>
-bool CLumFastForm::ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller,
-                               Numbers&& numbers)
+LUM_HOT bool CLumFastForm::ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller,
+                                       Numbers&& numbers)
 {
     uint64_t nScope = 0;
     SLumFastStep* pEnd =
