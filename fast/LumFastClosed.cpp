@@ -117,19 +117,19 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
 {
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
     unsigned nWatch = budget.m_nWatch.load(std::memory_order_relaxed);
+    CLumBasicDebugger* pDebugger = basic.m_fDebugMode ? basic.m_pDebugger : nullptr;
     // A closed run makes no values: a budget of memory passed now is the regular way's.
     if (site.m_nClosedFailures >= MAX_CLOSED_FAILURES || site.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
         basic.ModulsWatch() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
         ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
-        (basic.m_pDebugger != nullptr && basic.m_fDebugMode && !basic.m_pDebugger->OnlyCounts()) ||
-        &basic.m_pQuelle->GetFastForm() != this)
+        (pDebugger != nullptr && !pDebugger->OnlyCounts()) || &basic.m_pQuelle->GetFastForm() != this)
         return false;
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
-    m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
+    m_fCounting = pDebugger != nullptr;
     // Without a window nothing can make the debugger more than count while the run goes
     // on (breakpoints change only where a run stops): only a window is watched.
-    m_pWatchedDebugger = m_fCounting && basic.m_pDebugger->HasWindow() ? basic.m_pDebugger : nullptr;
+    m_pWatchedDebugger = pDebugger != nullptr && pDebugger->HasWindow() ? pDebugger : nullptr;
     if (m_nCounted != 0)
         DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;

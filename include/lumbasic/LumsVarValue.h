@@ -87,7 +87,7 @@ public:
         return *this;
     }
     // A long is 32 bits: a wider number keeps its low 32 bits.
-    CLumsVarValue& operator=(long n) noexcept
+    LUM_INLINE CLumsVarValue& operator=(long n) noexcept
     {
         DropText();
         m_nTextAndType = VT_LONG;
@@ -95,7 +95,7 @@ public:
         return *this;
     }
     CLumsVarValue& operator=(int n) noexcept { return *this = static_cast<long>(n); }
-    CLumsVarValue& operator=(double d) noexcept
+    LUM_INLINE CLumsVarValue& operator=(double d) noexcept
     {
         DropText();
         m_nTextAndType = VT_DOUBLE;
