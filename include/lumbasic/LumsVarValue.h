@@ -209,7 +209,7 @@ private:
     // A value that becomes a number lets its text go: the text it held, however
     // long, is stale, and a memory budget must not count it in one way of running a
     // statement and not in the other.
-    void DropText() noexcept
+    LUM_INLINE void DropText() noexcept
     {
         if (TextPointer() != nullptr)
         {
