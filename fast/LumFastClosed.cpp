@@ -44,6 +44,14 @@ const size_t MAX_UNDO = 65536;
 // limit.
 const int NESTED_LEVELS = CLumFastForm::MAX_LEVELS + 1;
 
+// The mark of a depth just entered: a marker of no line. Made once, not looked at for
+// each call.
+const SLumFastStep s_cFresh = [] {
+    SLumFastStep fresh;
+    fresh.m_nLine = std::numeric_limits<long>::min();
+    return fresh;
+}();
+
 } // namespace
 
 // Each marker that enters its line, as the regular way's EntersLine decides at the
@@ -82,11 +90,6 @@ LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
 // way's call drops the marks of the levels below: its mark is a marker of no line.
 LUM_HOT void CLumFastForm::EnterMarks()
 {
-    static const SLumFastStep s_cFresh = [] {
-        SLumFastStep fresh;
-        fresh.m_nLine = std::numeric_limits<long>::min();
-        return fresh;
-    }();
     size_t nDepth = static_cast<size_t>(m_nClosedDepth);
     if (nDepth >= m_aClosedMarks.size())
         m_aClosedMarks.resize(nDepth + 1, &s_cFresh);
@@ -114,19 +117,19 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
 {
     CLumBasic::SLumRunBudget& budget = *basic.m_pBudget;
     unsigned nWatch = budget.m_nWatch.load(std::memory_order_relaxed);
+    CLumBasicDebugger* pDebugger = basic.m_fDebugMode ? basic.m_pDebugger : nullptr;
     // A closed run makes no values: a budget of memory passed now is the regular way's.
     if (site.m_nClosedFailures >= MAX_CLOSED_FAILURES || site.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
         basic.ModulsWatch() || (nWatch & CLumBasic::SLumRunBudget::STOP) != 0 ||
         ((nWatch & CLumBasic::SLumRunBudget::MEMORY) != 0 && budget.IsOverMemory()) ||
-        (basic.m_pDebugger != nullptr && basic.m_fDebugMode && !basic.m_pDebugger->OnlyCounts()) ||
-        &basic.m_pQuelle->GetFastForm() != this)
+        (pDebugger != nullptr && !pDebugger->OnlyCounts()) || &basic.m_pQuelle->GetFastForm() != this)
         return false;
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
-    m_fCounting = basic.m_fDebugMode && basic.m_pDebugger != nullptr;
+    m_fCounting = pDebugger != nullptr;
     // Without a window nothing can make the debugger more than count while the run goes
     // on (breakpoints change only where a run stops): only a window is watched.
-    m_pWatchedDebugger = m_fCounting && basic.m_pDebugger->HasWindow() ? basic.m_pDebugger : nullptr;
+    m_pWatchedDebugger = pDebugger != nullptr && pDebugger->HasWindow() ? pDebugger : nullptr;
     if (m_nCounted != 0)
         DropHits(); // left by a profiler that failed to grow
     bool fCounted = (nWatch & CLumBasic::SLumRunBudget::LIMIT) != 0 && budget.m_nLimit != 0;
@@ -227,7 +230,8 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& o
 
 bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step)
 {
-    return Closed(basic, step, [&](const SClosedFrame& caller) { return ClosedSub(basic, step, caller); });
+    return Closed(basic, step,
+                  [&](const SClosedFrame& caller) { return ClosedSub<true>(basic, step, caller); });
 }
 
 // A statement's expression that calls functions of the program, computed whole.
@@ -410,6 +414,14 @@ SLumFastStep* CLumFastForm::ClosedEnter(CLumBasic& basic, Site& site, const std:
                                         const SClosedFrame& caller, int nLevel, uint64_t& nScope,
                                         Numbers&& numbers)
 {
+    return ClosedEntered(basic, site, args, caller, nLevel, nScope, numbers);
+}
+
+template <class Site, class Numbers>
+LUM_HOT SLumFastStep*
+CLumFastForm::ClosedEntered(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
+                            const SClosedFrame& caller, int nLevel, uint64_t& nScope, Numbers&& numbers)
+{
     if (site.m_nCheckEpoch != m_nCheckEpoch && !ClosedCallee(basic, site, args))
         return nullptr;
     // Each argument, and each statement of the body, is an expression of its own one
@@ -465,13 +477,15 @@ LUM_HOT bool CLumFastForm::ClosedCall(CLumBasic& basic, SLumFastExpr& expr, cons
     });
 }
 
-template <class Numbers>
+template <bool fEntered, class Numbers>
 LUM_HOT bool CLumFastForm::ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller,
                                         SLumNumber& out, CLumsVarValue* pText, Numbers&& numbers)
 {
     uint64_t nScope = 0;
-    SLumFastStep* pEnd = ClosedEnter(basic, expr, expr.m_apIndices, caller,
-                                     caller.m_nLevel + 1 + expr.m_nArgDepth, nScope, numbers);
+    int nLevel = caller.m_nLevel + 1 + expr.m_nArgDepth;
+    SLumFastStep* pEnd = fEntered
+                             ? ClosedEntered(basic, expr, expr.m_apIndices, caller, nLevel, nScope, numbers)
+                             : ClosedEnter(basic, expr, expr.m_apIndices, caller, nLevel, nScope, numbers);
     if (pEnd == nullptr)
         return false;
     if (pEnd->m_wLoopKind != LBT_FUNCTION)
@@ -480,18 +494,22 @@ LUM_HOT bool CLumFastForm::ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, co
 }
 
 // A Sub's call: it returns behind the call statement.
-bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
+template <bool fEntered>
+LUM_HOT bool CLumFastForm::ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller)
 {
-    return ClosedSubOf(basic, step, caller,
-                       [&](SLumNumber* pOut) { return ClosedArguments(basic, step.m_apArgs, caller, pOut); });
+    return ClosedSubOf<fEntered>(basic, step, caller, [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
+        return ClosedArguments(basic, step.m_apArgs, caller, pOut);
+    });
 }
 
-template <class Numbers>
-bool CLumFastForm::ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller,
-                               Numbers&& numbers)
+template <bool fEntered, class Numbers>
+LUM_HOT bool CLumFastForm::ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller,
+                                       Numbers&& numbers)
 {
     uint64_t nScope = 0;
-    SLumFastStep* pEnd = ClosedEnter(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope, numbers);
+    SLumFastStep* pEnd =
+        fEntered ? ClosedEntered(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope, numbers)
+                 : ClosedEnter(basic, step, step.m_apArgs, caller, caller.m_nLevel, nScope, numbers);
     return pEnd != nullptr && (pEnd->m_wLoopKind == LBT_SUB || GiveUp());
 }
 
@@ -627,8 +645,12 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                 if (pEdge->m_nActive == 1)
                     NoteHit(pEdge->m_pCounted);
                 else
-                    for (unsigned i = 0; i < pEdge->m_nActive; ++i)
-                        NoteHit(code.m_apActive[pEdge->m_nFirstActive + i]);
+                {
+                    SLumFastStep* const* ppActive = code.m_apActive.data() + pEdge->m_nFirstActive;
+                    for (SLumFastStep* const* ppEnd = ppActive + pEdge->m_nActive; ppActive != ppEnd;
+                         ++ppActive)
+                        NoteHit(*ppActive);
+                }
             }
         }
         nSteps += pEdge->m_nSteps;
@@ -852,9 +874,10 @@ bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
 bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame, SLumNumber& out)
 {
     m_nClosedIfs = frame.m_nOpenBase + node.m_nOpen;
-    return ClosedCallOf(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr,
-                        [&](SLumNumber* pOut)
-                            LUM_HOT_LAMBDA { return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut); });
+    return ClosedCallOf<true>(*m_pClosedBasic, *node.m_pExpr, frame, out, nullptr,
+                              [&](SLumNumber* pOut) LUM_HOT_LAMBDA {
+                                  return SlotNumbers(node.m_ppArgs, node.m_nArgs, frame, pOut);
+                              });
 }
 
 // A call's arguments for parameters of numbers, left to right.

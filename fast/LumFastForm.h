@@ -841,16 +841,22 @@ private:
     template <class Site>
     bool ClosedCallee(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args);
     // `numbers` computes the arguments for parameters of numbers, in the caller's frame.
+    // ClosedEntered is its inlined body, for a call between compiled bodies (one machine
+    // frame less for each level of a recursion) and a Sub's call from the run loop.
     template <class Site, class Numbers>
     SLumFastStep* ClosedEnter(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
                               const SClosedFrame& caller, int nLevel, uint64_t& nScope, Numbers&& numbers);
+    template <class Site, class Numbers>
+    SLumFastStep* ClosedEntered(CLumBasic& basic, Site& site, const std::vector<SLumFastExpr*>& args,
+                                const SClosedFrame& caller, int nLevel, uint64_t& nScope, Numbers&& numbers);
     bool ClosedCall(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out,
                     CLumsVarValue* pText = nullptr);
-    template <class Numbers>
+    template <bool fEntered = false, class Numbers>
     bool ClosedCallOf(CLumBasic& basic, SLumFastExpr& expr, const SClosedFrame& caller, SLumNumber& out,
                       CLumsVarValue* pText, Numbers&& numbers);
+    template <bool fEntered = false>
     bool ClosedSub(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller);
-    template <class Numbers>
+    template <bool fEntered = false, class Numbers>
     bool ClosedSubOf(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& caller, Numbers&& numbers);
     bool ClosedArguments(CLumBasic& basic, const std::vector<SLumFastExpr*>& args, const SClosedFrame& caller,
                          SLumNumber* pOut);

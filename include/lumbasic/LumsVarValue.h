@@ -87,7 +87,7 @@ public:
         return *this;
     }
     // A long is 32 bits: a wider number keeps its low 32 bits.
-    CLumsVarValue& operator=(long n) noexcept
+    LUM_INLINE CLumsVarValue& operator=(long n) noexcept
     {
         DropText();
         m_nTextAndType = VT_LONG;
@@ -95,7 +95,7 @@ public:
         return *this;
     }
     CLumsVarValue& operator=(int n) noexcept { return *this = static_cast<long>(n); }
-    CLumsVarValue& operator=(double d) noexcept
+    LUM_INLINE CLumsVarValue& operator=(double d) noexcept
     {
         DropText();
         m_nTextAndType = VT_DOUBLE;
@@ -209,7 +209,7 @@ private:
     // A value that becomes a number lets its text go: the text it held, however
     // long, is stale, and a memory budget must not count it in one way of running a
     // statement and not in the other.
-    void DropText() noexcept
+    LUM_INLINE void DropText() noexcept
     {
         if (TextPointer() != nullptr)
         {
