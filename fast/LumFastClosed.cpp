@@ -180,6 +180,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     if (fDone && m_nClosedSteps <= m_nClosedStepLimit)
     {
         m_nUndo = 0;
+        m_nMadeElements = 0;
         // The statements it ran count as the regular way counts them.
         if (fCounted)
             budget.m_nCount += m_nClosedSteps;
@@ -264,6 +265,9 @@ void CLumFastForm::Undo()
     m_nUndo = 0;
     if (__builtin_expect(m_fTextsKept, 0))
         UndoTexts();
+    // After the values: the list may hold an element made and written again.
+    for (; m_nMadeElements != 0; --m_nMadeElements)
+        m_pStore->TakeBackNewestElement();
 }
 
 void CLumFastForm::UndoTexts()
@@ -1442,13 +1446,40 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
     SLumNumber n;
     if (!ClosedExpression(basic, step, frame, n))
         return false;
-    CLumsVarValue* pElement = m_pStore->FindElement(std::string_view(target.m_pszName, target.m_nNameLength),
-                                                    aIndices, target.m_cElements);
+    std::string_view name(target.m_pszName, target.m_nNameLength);
+    CLumsVarValue* pElement = m_pStore->FindElement(name, aIndices, target.m_cElements);
     if (pElement == nullptr)
-        return GiveUp();
+        return MakeElement(name, static_cast<uint32_t>(aIndices[0]), target.m_cElements, n, step.m_cType);
     if (!Keep(*pElement, step.m_cKept))
         return false;
     LumFastStore(*pElement, n, step.m_cType);
+    return true;
+}
+
+// An element still to be made, made as the regular way makes it, the newest key of the
+// store: giving up takes the elements made back, newest first (Undo). Its value needs
+// no undo of its own. Under a memory budget the element's room would count where the
+// regular way has not made it yet, and a procedure's own elements would be looked up
+// under its scope first: both are the regular way's.
+bool CLumFastForm::MakeElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache,
+                               const SLumNumber& n, char cType)
+{
+    if (!TextsAllowed() || m_pStore->HasScopedElements())
+        return GiveUp();
+    size_t nCount = m_pStore->GetCount();
+    CLumsVarValue* pElement;
+    try
+    {
+        pElement = m_pStore->ObtainElement(name, nIndex, cache);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return GiveUp(); // the regular way runs out of memory where it must
+    }
+    if (m_pStore->GetCount() != nCount + 1)
+        return GiveUp(); // a key made apart from the element: not one to take back
+    ++m_nMadeElements;
+    LumFastStore(*pElement, n, cType);
     return true;
 }
 

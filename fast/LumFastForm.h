@@ -937,6 +937,8 @@ private:
     bool TextsAllowed() const;
     __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedIndices(SLumFastExpr& expr, long* pIndices);
+    __attribute__((noinline)) bool MakeElement(std::string_view name, uint32_t nIndex,
+                                               CLumElementCache& cache, const SLumNumber& n, char cType);
     __attribute__((noinline)) bool ClosedAssignElement(CLumBasic& basic, SLumFastStep& step,
                                                        const SClosedFrame& frame);
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out,
@@ -1069,6 +1071,8 @@ private:
     std::vector<SUndo> m_aUndo;
     size_t m_nUndo = 0;
     size_t m_nUndoRoom = 0; // its size, read at every first write
+    // The elements it made, the store's newest keys.
+    size_t m_nMadeElements = 0;
 
     int m_nClosedDepth = 0;
     int m_nClosedDepthLimit = 0;

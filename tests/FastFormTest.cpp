@@ -419,11 +419,13 @@ TEST(FastForm, FunctionsRunWholeTakeTextsAsTheyRunPlain)
          "  l$ = \"\"\n  For i% = 1 To n%\n    l$ = l$ + Left$(p$, i%) + Str$(i%)\n    G \"x\"\n  Next i%\n"
          "  F$ = l$\n",
          "S:g$=xxxxxx\n", 140},
+        {"the statement limit at an element a closed run makes",
+         "  For i% = 1 To 3\n    e(n% * 10 + i%) = i%\n  Next i%\n  F$ = p$\n", "D:e:41=1.000000\n", 102},
     };
     for (const auto& c : aCases)
     {
         std::string strSource = std::string("Declare Function F$(n%, p$)\nDeclare Sub G(q$)\nSub Main\n"
-                                            "  w$ = \" abc,def \"\n  For k% = 1 To 6\n"
+                                            "  w$ = \" abc,def \"\n  Dim e(3)\n  For k% = 1 To 6\n"
                                             "    r$ = F$(k%, w$)\n    s$ = s$ + r$ + \"|\"\n"
                                             "    t = t + Len(r$)\n  Next k%\nEnd Sub\n"
                                             "Sub G(q$)\n  g$ = g$ + q$\nEnd Sub\nFunction F$(n%, p$)\n") +

@@ -181,6 +181,28 @@ public:
         return *Remember(nName, nIndex, &value);
     }
 
+    // Takes back the newest entry, an element that ObtainElement made, and gives its
+    // value: a run that undoes its work leaves the map as it found it, in content and
+    // order. The element's page stays, empty, with the caches that know it.
+    // Nothing where the newest entry is no element.
+    T TakeBackNewestElement() noexcept
+    {
+        if (m_nCount == 0 || (Order(m_nCount - 1) & ELEMENT) == 0)
+            return T();
+        uint32_t nPlace = Order(m_nCount - 1) & ~ELEMENT;
+        SPage& page = Page(nPlace / PAGE_ENTRIES);
+        uint32_t nSlot = nPlace % PAGE_ENTRIES;
+        T value = std::move(page.m_aValue[nSlot]);
+        page.m_aValue[nSlot] = T();
+        page.m_nPresent &= ~(1u << nSlot);
+        --m_nCount;
+        m_nLastName = EMPTY;
+        std::lock_guard<std::mutex> lock(m_cKeyLock);
+        if (m_aGivenKeys.size() > m_nCount)
+            m_aGivenKeys.resize(m_nCount);
+        return value;
+    }
+
     size_t GetCount() const noexcept { return m_nCount; }
     bool IsEmpty() const noexcept { return m_nCount == 0; }
     void RemoveAll() noexcept

@@ -116,6 +116,12 @@ public:
     static uint64_t NextGeneration();
 
 private:
+    friend class CLumFastForm;
+
+    // Takes back the element the last ObtainElement of one index made, the newest key:
+    // a closed run that gives up puts the store back as it found it.
+    void TakeBackNewestElement() noexcept { delete m_map.TakeBackNewestElement(); }
+
     // One index that the key holds in full: the map finds the element by name and number.
     static bool IsSimpleElement(std::string_view name, const long* pIndices)
     {
