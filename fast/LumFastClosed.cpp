@@ -261,9 +261,7 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue
 // A run that gives up leaves everything as the Next left it, and the regular way runs the
 // next pass; the loop's record keeps count, so that a loop whose closed run gives up for
 // good, or keeps warming up, runs its remaining passes the regular way.
-CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop,
-                                                   CLumsVarValue& counter, const SLumNumber& end,
-                                                   const SLumNumber& step)
+CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop)
 {
     // Where lines are counted, the marks of the running level are those the run loop
     // holds while it adds up hits (a marker passed since the level began). Without a
@@ -278,6 +276,11 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
     if (next.m_pTaken == nullptr ||
         (basic.m_fDebugMode && basic.m_pDebugger != nullptr && m_pAddingUpFor == nullptr))
         return JUMP;
+    // Read again as the Next read them (apart from it, which the run loop inlines).
+    CLumsVarValue& counter = *Cached(loop.m_cCounter);
+    SLumNumber end, step;
+    LumFastNumber(*loop.m_pEndValue, end);
+    LumFastNumber(*loop.m_pStepValue, step);
     uint16_t nFailures = next.m_nClosedFailures;
     uint16_t nWarmups = next.m_nClosedWarmups;
     bool fDone = Closed(basic, next, [&](const SClosedFrame& frame) {

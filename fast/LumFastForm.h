@@ -843,9 +843,7 @@ private:
     bool RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);
     // The remaining passes of a loop, from its Next in the run loop, closed: GO_ON where
     // the loop ran to its end, JUMP where the regular way goes on with the next pass.
-    __attribute__((noinline)) EOutcome RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop,
-                                                     CLumsVarValue& counter, const SLumNumber& end,
-                                                     const SLumNumber& step);
+    __attribute__((noinline)) EOutcome RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop);
     template <class Site, class Body> bool Closed(CLumBasic& basic, Site& site, Body&& body);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);

@@ -381,8 +381,8 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic, SLumFastStep
     LumFastStore(*pCounter, counter, counter.m_fDouble ? 0 : '%');
     // Another pass: the rest of the loop may run closed, unless its closed runs gave up.
     if (!fPast)
-        return pCmd->m_nClosedTries < MAX_LOOP_TRIES ? RunClosedLoop(basic, next, *pCmd, *pCounter, end, step)
-                                                     : JUMP;
+        return __builtin_expect(pCmd->m_nClosedTries < MAX_LOOP_TRIES, 0) ? RunClosedLoop(basic, next, *pCmd)
+                                                                          : JUMP;
     // The last increment stays in the store.
     delete stack.Pop();
     return GO_ON;
