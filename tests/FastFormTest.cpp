@@ -463,18 +463,23 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
         const char* m_pszSeen; // a line the trail or the store must show
         unsigned long m_nLimit;
     } aCases[] = {
-        {"a loop of numbers", "  For i% = 1 To 300\n    s = s + i% * 1.5\n  Next i%\n", "D:s=67725.000000", 0},
+        {"a loop of numbers", "  For i% = 1 To 300\n    s = s + i% * 1.5\n  Next i%\n", "D:s=67725.000000",
+         0},
         {"nested loops with Ifs and a While",
-         "  For i% = 1 To 30\n    For j% = i% To 30 Step 3\n      If j% > 20 Then\n        t = t + j%\n      Else\n"
+         "  For i% = 1 To 30\n    For j% = i% To 30 Step 3\n      If j% > 20 Then\n        t = t + j%\n      "
+         "Else\n"
          "        t = t - 1\n      End If\n    Next j%\n    k% = 0\n    While k% < i%\n      k% = k% + 2\n"
          "    Wend\n    s = s + k%\n  Next i%\n",
          "D:t=", 0},
-        {"calls of a Sub and a function", "  For i% = 1 To 200\n    Add i%, 2\n    s = s + Total(i% - Fix(i% / 7) * 7)\n  Next i%\n",
+        {"calls of a Sub and a function",
+         "  For i% = 1 To 200\n    Add i%, 2\n    s = s + Total(i% - Fix(i% / 7) * 7)\n  Next i%\n",
          "D:acc=40200.000000", 0},
-        {"a division by zero on pass 50", "  For i% = 1 To 100\n    s = s + 1\n    s = s + 10 / (i% - 50)\n  Next i%\n",
-         "Division durch Null", 0},
+        {"a division by zero on pass 50",
+         "  For i% = 1 To 100\n    s = s + 1\n    s = s + 10 / (i% - 50)\n  Next i%\n", "Division durch Null",
+         0},
         {"an element made on pass 11",
-         "  Dim a(40)\n  For i% = 1 To 10\n    a(i%) = i%\n  Next i%\n  For i% = 1 To 10\n    s = s + 1\n  Next i%\n"
+         "  Dim a(40)\n  For i% = 1 To 10\n    a(i%) = i%\n  Next i%\n  For i% = 1 To 10\n    s = s + 1\n  "
+         "Next i%\n"
          "  For i% = 1 To 30\n    a(i%) = a(i%) + s\n  Next i%\n",
          "D:a:30=10.000000", 0},
         {"a loop left on pass 60 through its counter",
@@ -487,13 +492,14 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
     };
     for (const auto& c : aCases)
     {
-        std::string strSource = std::string("Declare Sub Add(x, y)\nDeclare Function Total(k%)\nDeclare Sub Twice(n%)\n"
-                                            "Sub Main\n") +
-                                c.m_pszMain +
-                                "End Sub\nSub Add(x, y)\n  acc = acc + x * y\nEnd Sub\n"
-                                "Function Total(k%)\n  u = 0\n  For e% = 1 To k%\n    u = u + e%\n  Next e%\n"
-                                "  Total = u\nEnd Function\n"
-                                "Sub Twice(n%)\n  For j% = 1 To n%\n    t = t + j% * 2\n  Next j%\nEnd Sub\n";
+        std::string strSource =
+            std::string("Declare Sub Add(x, y)\nDeclare Function Total(k%)\nDeclare Sub Twice(n%)\n"
+                        "Sub Main\n") +
+            c.m_pszMain +
+            "End Sub\nSub Add(x, y)\n  acc = acc + x * y\nEnd Sub\n"
+            "Function Total(k%)\n  u = 0\n  For e% = 1 To k%\n    u = u + e%\n  Next e%\n"
+            "  Total = u\nEnd Function\n"
+            "Sub Twice(n%)\n  For j% = 1 To n%\n    t = t + j% * 2\n  Next j%\nEnd Sub\n";
         std::vector<uint8_t> aImage;
         std::string strDiagnostics = CompileText(strSource, aImage);
         ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
