@@ -277,7 +277,10 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
         (basic.m_fDebugMode && basic.m_pDebugger != nullptr && m_pAddingUpFor == nullptr))
         return JUMP;
     // Read again as the Next read them (apart from it, which the run loop inlines).
-    CLumsVarValue& counter = *Cached(loop.m_cCounter);
+    CLumsVarValue* pCounter = Cached(loop.m_cCounter);
+    if (pCounter == nullptr)
+        return JUMP;
+    CLumsVarValue& counter = *pCounter;
     SLumNumber end, step;
     LumFastNumber(*loop.m_pEndValue, end);
     LumFastNumber(*loop.m_pStepValue, step);
@@ -286,6 +289,10 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
     bool fDone = Closed(basic, next, [&](const SClosedFrame& frame) {
         // The counter the Next counts, found where the record found it.
         next.m_cTarget = loop.m_cCounter;
+        // A procedure's scope differs where it runs alone and where it runs called: the
+        // slots are found again for the scope the loop runs in now.
+        if (next.m_pSlots != nullptr && next.m_pSlots->m_nScope != frame.m_nScope)
+            next.m_pSlots->m_nEpoch = 0;
         SLumSlotCode* pCode = Slots(next, frame.m_nScope);
         if (pCode != nullptr && pCode->m_pCounter->m_pValue != &counter)
         {

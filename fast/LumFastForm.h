@@ -398,8 +398,9 @@ struct SLumSlotCode
 {
     // Where the body begins behind the head.
     SLumSlotEdge m_cEntry;
-    // The check epoch in which the slots were found, 0 for none.
+    // The check epoch in which the slots were found, 0 for none, and the scope.
     uint64_t m_nEpoch = 0;
+    uint64_t m_nScope = 0;
     // The links that were missing when it was made, and whether a run met one since.
     std::vector<SLumFastStep* const*> m_appMissing;
     bool m_fRemake = false;

@@ -737,6 +737,7 @@ SLumSlotCode* CLumFastForm::SlotsFound(SLumFastStep& head, uint64_t nScope)
     for (SLumSlot& slot : pCode->m_aSlots)
         slot.m_pValue = slot.m_pCache->m_pValue;
     pCode->m_nEpoch = m_nCheckEpoch;
+    pCode->m_nScope = nScope;
     return pCode;
 }
 
