@@ -148,6 +148,14 @@ private:
         switch (step.m_eKind)
         {
         case SLumFastStep::ASSIGN:
+            // A text that appends to its own target grows in place the regular way, where a
+            // closed run makes it anew: a loop's passes would copy it each time.
+            if (step.m_cType == '$' && m_pLoopNext != nullptr && step.m_pAppendTo != nullptr)
+            {
+                op.m_eKind = SLumSlotOp::GIVE_UP;
+                fNext = false;
+                break;
+            }
             if (step.m_cType == '$')
             {
                 op.m_eKind = SLumSlotOp::WALK;
