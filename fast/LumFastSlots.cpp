@@ -33,11 +33,11 @@ class CLumSlotMaker
 public:
     explicit CLumSlotMaker(SLumSlotCode& code) : m_code(code) {}
 
-    // False where the body is too large, or its Ifs and Fors open depend on the way to
-    // a statement.
     // `head` is a procedure's head, or the Next of a loop whose remaining passes the code
     // runs: it begins behind the loop's For, where the Next leads back, with the loop open
     // (kept on the run's list of Fors), and ends where that Next finds the loop ended.
+    // False where the body is too large, or its Ifs and Fors open depend on the way to
+    // a statement.
     bool Make(SLumFastStep& head)
     {
         std::vector<SLumFastStep*> aPending;
@@ -261,8 +261,17 @@ private:
         if (!marked(m_code.m_cEntry))
             return false;
         for (const SLumSlotOp& op : m_code.m_aOps)
-            if (op.m_eKind != SLumSlotOp::JUMP && (!marked(op.m_cNext) || !marked(op.m_cTaken)))
+        {
+            // The links each kind of op follows (Else and End If are jumps folded into them).
+            bool fNext = op.m_eKind != SLumSlotOp::WEND && op.m_eKind != SLumSlotOp::END &&
+                         op.m_eKind != SLumSlotOp::GIVE_UP && op.m_eKind != SLumSlotOp::MISSING &&
+                         op.m_eKind != SLumSlotOp::JUMP;
+            bool fTaken = op.m_eKind == SLumSlotOp::IF || op.m_eKind == SLumSlotOp::WHILE ||
+                          op.m_eKind == SLumSlotOp::LOOP || op.m_eKind == SLumSlotOp::NEXT ||
+                          op.m_eKind == SLumSlotOp::WEND;
+            if ((fNext && !marked(op.m_cNext)) || (fTaken && !marked(op.m_cTaken)))
                 return false;
+        }
         return true;
     }
 
