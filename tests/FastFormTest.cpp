@@ -463,8 +463,9 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
         const char* m_pszSeen; // a line the trail or the store must show
         unsigned long m_nLimit;
     } aCases[] = {
-        {"a loop of numbers", "  For i% = 1 To 300\n    s = s + i% * 1.5\n  Next i%\n", "D:s=67725.000000",
-         0},
+        {"an empty loop and a loop of numbers",
+         "  For k% = 1 To 300\n  Next k%\n  For i% = 1 To k%\n    s = s + i% * 1.5\n  Next i%\n",
+         "D:s=68176.500000", 0},
         {"nested loops with Ifs and a While",
          "  For i% = 1 To 30\n    For j% = i% To 30 Step 3\n      If j% > 20 Then\n        t = t + j%\n      "
          "Else\n"
