@@ -254,6 +254,83 @@ bool CLumFastForm::RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue
     });
 }
 
+// A loop's remaining passes, from its Next in the run loop that found another pass due,
+// in the frame of the procedure of the stacks: the loop's code (made from the Next, see
+// LumFastSlots.cpp) runs with the loop's record kept open on the run's list of Fors, the
+// end and the step as the record holds them, until that Next finds the loop ended. Then
+// the record is dropped as the Next drops it, and the run loop goes on behind the Next.
+// A run that gives up leaves everything as the Next left it, and the regular way runs the
+// next pass; the loop's record keeps count, so that a loop whose closed run gives up for
+// good, or keeps warming up, runs its remaining passes the regular way.
+CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop)
+{
+    // Where lines are counted, the marks of the running level are those the run loop
+    // holds while it adds up hits (a marker passed since the level began). Without a
+    // procedure on the stacks no scope names the slots. The first pass's way back is
+    // linked only once this Next returns.
+    if (basic.m_cFunctionStack.IsEmpty() || next.m_fNoSlots ||
+        next.m_nClosedFailures >= MAX_CLOSED_FAILURES || next.m_nClosedWarmups >= MAX_CLOSED_WARMUPS)
+    {
+        loop.m_nClosedTries = MAX_LOOP_TRIES;
+        return JUMP;
+    }
+    if (next.m_pTaken == nullptr ||
+        (basic.m_fDebugMode && basic.m_pDebugger != nullptr && m_pAddingUpFor == nullptr))
+        return JUMP;
+    // Read again as the Next read them (apart from it, which the run loop inlines).
+    CLumsVarValue* pCounter = Cached(loop.m_cCounter);
+    if (pCounter == nullptr)
+        return JUMP;
+    CLumsVarValue& counter = *pCounter;
+    SLumNumber end, step;
+    LumFastNumber(*loop.m_pEndValue, end);
+    LumFastNumber(*loop.m_pStepValue, step);
+    uint16_t nFailures = next.m_nClosedFailures;
+    uint16_t nWarmups = next.m_nClosedWarmups;
+    bool fDone = Closed(basic, next, [&](const SClosedFrame& frame) {
+        // The counter the Next counts, found where the record found it.
+        next.m_cTarget = loop.m_cCounter;
+        // A procedure's scope differs where it runs alone and where it runs called: the
+        // slots are found again for the scope the loop runs in now.
+        if (next.m_pSlots != nullptr && next.m_pSlots->m_nScope != frame.m_nScope)
+            next.m_pSlots->m_nEpoch = 0;
+        SLumSlotCode* pCode = Slots(next, frame.m_nScope);
+        if (pCode != nullptr && pCode->m_pCounter->m_pValue != &counter)
+        {
+            pCode->m_nEpoch = 0;
+            pCode = Slots(next, frame.m_nScope);
+        }
+        if (pCode == nullptr || pCode->m_pCounter->m_pValue != &counter)
+            return next.m_fNoSlots ? GiveUp() : WarmUp();
+        if (m_fCounting)
+        {
+            if (m_aClosedMarks.empty())
+                m_aClosedMarks.resize(1, &s_cFresh);
+            m_aClosedMarks[0] = m_pMarkAt;
+        }
+        m_aClosedFors.push_back(SClosedFor{&counter, end, step, 0});
+        ++m_nClosedFors;
+        SLumFastStep* pEnd = SlotBody(basic, *pCode, frame);
+        m_nClosedIfs = 0;
+        return pEnd != nullptr;
+    });
+    if (fDone)
+    {
+        if (m_fCounting)
+            m_pMarkAt = m_aClosedMarks[0];
+        // The last marker passed led to the Next (LoopEndsAtMarkers).
+        basic.NoteMarker(basic.m_nLine);
+        // The last increment stays in the store.
+        delete basic.m_cCmdStack.Pop();
+        return GO_ON;
+    }
+    if (next.m_nClosedFailures != nFailures)
+        loop.m_nClosedTries = MAX_LOOP_TRIES;
+    else if (next.m_nClosedWarmups != nWarmups)
+        ++loop.m_nClosedTries;
+    return JUMP;
+}
+
 // The variables written, back to their values before the run, the oldest last.
 void CLumFastForm::Undo()
 {
@@ -1435,8 +1512,9 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
     long aIndices[CLumVariables::MAX_INDICES] = {};
     if (!step.m_fNumeric || step.m_cType == '$' || target.m_apIndices.size() != 1 ||
         target.m_nNameLength + 11 > CLumVariables::MAX_KEY ||
-        std::string_view(frame.m_pHead->m_pszName, frame.m_pHead->m_nNameLength).find(':') !=
-            std::string_view::npos)
+        (frame.m_pHead != nullptr ? std::string_view(frame.m_pHead->m_pszName, frame.m_pHead->m_nNameLength)
+                                  : std::string_view(m_pClosedBasic->m_cFunctionStack.TopString()))
+                .find(':') != std::string_view::npos)
         return GiveUp();
     if (!ClosedIndices(target, aIndices))
         return false;

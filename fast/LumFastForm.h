@@ -35,6 +35,7 @@ class CLumBasicFile;
 class CLumFunctions;
 class CLumFunctionStack;
 struct CallInfo;
+struct CmdData;
 class CLumTermNode;
 
 // The helpers below sit in the innermost loops of a run: always inlined. Unoptimised
@@ -397,14 +398,17 @@ struct SLumSlotCode
 {
     // Where the body begins behind the head.
     SLumSlotEdge m_cEntry;
-    // The check epoch in which the slots were found, 0 for none.
+    // The check epoch in which the slots were found, 0 for none, and the scope.
     uint64_t m_nEpoch = 0;
+    uint64_t m_nScope = 0;
     // The links that were missing when it was made, and whether a run met one since.
     std::vector<SLumFastStep* const*> m_appMissing;
     bool m_fRemake = false;
     // The most Ifs and Fors open before an If or a For opens one more (-1 for none).
     int m_nMaxOpen = -1;
     std::vector<SLumSlot> m_aSlots;
+    // A loop's code (made from its Next): the slot of the counter its Next counts.
+    SLumSlot* m_pCounter = nullptr;
     std::vector<SLumSlotNode> m_aNodes;
     std::vector<const SLumSlotNode*> m_apArgs;
     std::vector<SLumSlotOp> m_aOps;
@@ -588,6 +592,9 @@ public:
     // Ifs that one procedure holds open in a closed run, one bit each, and For loops.
     static constexpr int MAX_CLOSED_IFS = 64;
     static constexpr size_t MAX_CLOSED_FORS = 16;
+    // Closed runs of one loop's remaining passes that may give up for a warm-up before
+    // the loop runs the regular way to its end (one that gives up for good ends them).
+    static constexpr int MAX_LOOP_TRIES = 4;
 
     CLumFastForm() = default;
     CLumFastForm(const CLumFastForm&) = delete;
@@ -693,7 +700,7 @@ private:
     EOutcome Execute(CLumBasic& basic, SLumFastStep& step);
     EOutcome Assign(CLumBasic& basic, SLumFastStep& step);
     EOutcome Branch(CLumBasic& basic, SLumFastStep& step);
-    EOutcome Next(CLumBasic& basic);
+    EOutcome Next(CLumBasic& basic, SLumFastStep& step);
     bool Condition(CLumBasic& basic, SLumFastStep& step, bool& fTrue);
     bool EvalNumber(CLumBasic& basic, SLumFastExpr& expr, SLumNumber& out);
     // An operator's number: EvalNumber's own case, inlined where a statement's whole
@@ -835,6 +842,9 @@ private:
     bool RunClosed(CLumBasic& basic, SLumFastStep& step);
     bool RunClosed(CLumBasic& basic, SLumFastStep& step, SLumFastExpr& expr, SLumNumber& out);
     bool RunClosed(CLumBasic& basic, SLumFastStep& step, CLumsVarValue& out);
+    // The remaining passes of a loop, from its Next in the run loop, closed: GO_ON where
+    // the loop ran to its end, JUMP where the regular way goes on with the next pass.
+    __attribute__((noinline)) EOutcome RunClosedLoop(CLumBasic& basic, SLumFastStep& next, CmdData& loop);
     template <class Site, class Body> bool Closed(CLumBasic& basic, Site& site, Body&& body);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastExpr& expr, bool& fOtherSource);
     const CallInfo* ClosedLookup(CLumBasic& basic, SLumFastStep& step, bool& fOtherSource);

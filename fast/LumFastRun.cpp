@@ -100,7 +100,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Execute(CLumBasic& basic, SLumFastS
     case SLumFastStep::ASSIGN_ELEMENT:
         return AssignElement(basic, step);
     case SLumFastStep::NEXT:
-        return Next(basic);
+        return Next(basic, step);
     case SLumFastStep::CALL:
         return Call(basic, step);
     case SLumFastStep::SUB:
@@ -358,7 +358,7 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Assign(CLumBasic& basic, SLumFastSt
 }
 
 // Next as its handler does it, for a counter, a step and an end that are numbers.
-LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic)
+LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic, SLumFastStep& next)
 {
     CLumCmdStack& stack = basic.m_cCmdStack;
     if (stack.IsEmpty() || stack.Top()->m_nKind != 1)
@@ -379,8 +379,10 @@ LUM_HOT CLumFastForm::EOutcome CLumFastForm::Next(CLumBasic& basic)
     LumFastOperate(LBT_PLUS, counter, step, counter);
     bool fPast = LumFastPastEnd(counter, end, step);
     LumFastStore(*pCounter, counter, counter.m_fDouble ? 0 : '%');
+    // Another pass: the rest of the loop may run closed, unless its closed runs gave up.
     if (!fPast)
-        return JUMP;
+        return __builtin_expect(pCmd->m_nClosedTries < MAX_LOOP_TRIES, 0) ? RunClosedLoop(basic, next, *pCmd)
+                                                                          : JUMP;
     // The last increment stays in the store.
     delete stack.Pop();
     return GO_ON;

@@ -33,12 +33,20 @@ class CLumSlotMaker
 public:
     explicit CLumSlotMaker(SLumSlotCode& code) : m_code(code) {}
 
+    // `head` is a procedure's head, or the Next of a loop whose remaining passes the code
+    // runs: it begins behind the loop's For, where the Next leads back, with the loop open
+    // (kept on the run's list of Fors), and ends where that Next finds the loop ended.
     // False where the body is too large, or its Ifs and Fors open depend on the way to
     // a statement.
     bool Make(SLumFastStep& head)
     {
         std::vector<SLumFastStep*> aPending;
-        if (!Edge(&head.m_pNext, m_code.m_cEntry, aPending))
+        if (head.m_eKind == SLumFastStep::NEXT)
+        {
+            m_pLoopNext = &head;
+            m_code.m_pCounter = Slot(head.m_cTarget);
+        }
+        if (!Edge(m_pLoopNext != nullptr ? &head.m_pTaken : &head.m_pNext, m_code.m_cEntry, aPending))
             return false;
         while (!aPending.empty())
         {
@@ -47,7 +55,7 @@ public:
             if (!Op(step, m_mapOps[&step], aPending))
                 return false;
         }
-        if (!Shape())
+        if (!Shape() || (m_pLoopNext != nullptr && !LoopEndsAtMarkers()))
             return false;
         // A call in an op's numbers sets the run's count of Ifs and Fors open from it.
         for (size_t n = 0; n < m_aNodesOf.size(); ++n)
@@ -140,6 +148,14 @@ private:
         switch (step.m_eKind)
         {
         case SLumFastStep::ASSIGN:
+            // A text that appends to its own target grows in place the regular way, where a
+            // closed run makes it anew: a loop's passes would copy it each time.
+            if (step.m_cType == '$' && m_pLoopNext != nullptr && step.m_pAppendTo != nullptr)
+            {
+                op.m_eKind = SLumSlotOp::GIVE_UP;
+                fNext = false;
+                break;
+            }
             if (step.m_cType == '$')
             {
                 op.m_eKind = SLumSlotOp::WALK;
@@ -188,6 +204,12 @@ private:
         case SLumFastStep::NEXT:
             op.m_eKind = SLumSlotOp::NEXT;
             fTaken = true;
+            // The loop's own Next ends the code where the loop ends.
+            if (&step == m_pLoopNext)
+            {
+                fNext = false;
+                op.m_cNext = LoopEnd(step);
+            }
             break;
         case SLumFastStep::CALL:
             op.m_eKind = SLumSlotOp::CALL;
@@ -210,6 +232,46 @@ private:
         if (m_aNodesOf.size() <= nOp)
             m_aNodesOf.resize(nOp + 1);
         m_aNodesOf[nOp] = {nFirstNode, m_code.m_aNodes.size()};
+        return true;
+    }
+
+    // The end of a loop's code behind its Next: an End of no markers and no statements,
+    // which gives the Next.
+    SLumSlotEdge LoopEnd(SLumFastStep& next)
+    {
+        SLumSlotEdge edge;
+        edge.m_pTo = reinterpret_cast<const SLumSlotOp*>(static_cast<Index>(m_code.m_aOps.size()));
+        m_code.m_aOps.emplace_back();
+        m_code.m_aOps.back().m_eKind = SLumSlotOp::END;
+        m_code.m_aOps.back().m_pFastStep = &next;
+        Active(edge, {});
+        return edge;
+    }
+
+    // Every way to the loop's Next passes a line marker, so that a loop that ends whole
+    // leaves the line as the marker left it for the Next (not a call's way back).
+    bool LoopEndsAtMarkers() const
+    {
+        auto found = m_mapOps.find(m_pLoopNext);
+        if (found == m_mapOps.end())
+            return false;
+        auto marked = [&](const SLumSlotEdge& edge) {
+            return reinterpret_cast<Index>(edge.m_pTo) != found->second || edge.m_nMarkers != 0;
+        };
+        if (!marked(m_code.m_cEntry))
+            return false;
+        for (const SLumSlotOp& op : m_code.m_aOps)
+        {
+            // The links each kind of op follows (Else and End If are jumps folded into them).
+            bool fNext = op.m_eKind != SLumSlotOp::WEND && op.m_eKind != SLumSlotOp::END &&
+                         op.m_eKind != SLumSlotOp::GIVE_UP && op.m_eKind != SLumSlotOp::MISSING &&
+                         op.m_eKind != SLumSlotOp::JUMP;
+            bool fTaken = op.m_eKind == SLumSlotOp::IF || op.m_eKind == SLumSlotOp::WHILE ||
+                          op.m_eKind == SLumSlotOp::LOOP || op.m_eKind == SLumSlotOp::NEXT ||
+                          op.m_eKind == SLumSlotOp::WEND;
+            if ((fNext && !marked(op.m_cNext)) || (fTaken && !marked(op.m_cTaken)))
+                return false;
+        }
         return true;
     }
 
@@ -428,6 +490,8 @@ private:
             default:
                 break;
             }
+        if (m_pLoopNext != nullptr)
+            ToSlot(m_code.m_pCounter);
         ToEdge(m_code.m_cEntry);
         for (SLumSlotOp& op : m_code.m_aOps)
         {
@@ -483,7 +547,14 @@ private:
             aPending.push_back(n);
             return true;
         };
-        if (!Reach(m_code.m_cEntry, SOpen{}))
+        // A loop's code begins inside its loop, which the Next's ops stand for.
+        SOpen entry;
+        if (m_pLoopNext != nullptr)
+        {
+            entry.m_strKinds = "F";
+            entry.m_aFors.push_back(LOOP_FOR);
+        }
+        if (!Reach(m_code.m_cEntry, entry))
             return false;
         while (!aPending.empty())
         {
@@ -548,12 +619,14 @@ private:
                 break;
             case SLumSlotOp::NEXT:
             {
-                if (cTop != 'F')
+                // The loop a loop's code runs ends at its own Next only.
+                if (cTop != 'F' || (open.m_aFors.back() == LOOP_FOR) != (op.m_pFastStep == m_pLoopNext))
                 {
                     GiveUp(op);
                     continue;
                 }
-                op.m_pTarget = m_code.m_aOps[open.m_aFors.back()].m_pTarget;
+                op.m_pTarget = open.m_aFors.back() == LOOP_FOR ? m_code.m_pCounter
+                                                               : m_code.m_aOps[open.m_aFors.back()].m_pTarget;
                 // Another pass keeps the loop open, the last closes it.
                 if (!Reach(op.m_cTaken, open))
                     return false;
@@ -640,7 +713,12 @@ private:
     // An op the walker gives up at, where it stands.
     static void GiveUp(SLumSlotOp& op) { op.m_eKind = SLumSlotOp::GIVE_UP; }
 
+    // The For of a loop's code, which is none of its ops.
+    static constexpr size_t LOOP_FOR = SIZE_MAX;
+
     SLumSlotCode& m_code;
+    // The loop's Next, for a loop's code.
+    SLumFastStep* m_pLoopNext = nullptr;
     std::unordered_map<SLumFastStep*, size_t> m_mapOps;
     size_t m_nMissing = SIZE_MAX;
     // The nodes each op made, from the first to behind the last.
@@ -676,6 +754,7 @@ SLumSlotCode* CLumFastForm::SlotsFound(SLumFastStep& head, uint64_t nScope)
     for (SLumSlot& slot : pCode->m_aSlots)
         slot.m_pValue = slot.m_pCache->m_pValue;
     pCode->m_nEpoch = m_nCheckEpoch;
+    pCode->m_nScope = nScope;
     return pCode;
 }
 

@@ -205,7 +205,10 @@ void CLumFastForm::TranslateOperands(CLumBasic& basic, SLumFastStep& step)
         step.m_cType = TypeChar(step.m_pszName, strlen(step.m_pszName));
         step.m_pExpr = ReadExpression(basic, true, false);
         SLumFastExpr* pEnd = step.m_pExpr != nullptr ? ReadExpression(basic, true, false) : nullptr;
-        if (pEnd == nullptr)
+        // A constant start that is no number (a damaged image's) the handler stores as it
+        // is, where a closed run would store the 0 it reads as.
+        if (pEnd == nullptr || (step.m_pExpr->m_eOp == SLumFastExpr::CONSTANT &&
+                                !step.m_pExpr->m_pNode->GetConstant().IsNumber()))
             return;
         step.m_apArgs.push_back(pEnd);
         if (file.PeekToken() == LBT_EXPRESSION)

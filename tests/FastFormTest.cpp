@@ -450,3 +450,88 @@ TEST(FastForm, FunctionsRunWholeTakeTextsAsTheyRunPlain)
         EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
     }
 }
+
+// Loops of Main and of a Sub called the regular way, whose remaining passes the fast
+// form runs closed from their Next, against the plain way: trail, store and statements
+// counted. Some give up in their middle (a division by zero, an element to be made, a
+// host function that spoils the store, the statement limit), where the
+// regular way must take over with the store as it stood.
+TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszMain; // the body of Main
+        const char* m_pszSeen; // a line the trail or the store must show
+        unsigned long m_nLimit;
+    } aCases[] = {
+        {"an empty loop and a loop of numbers",
+         "  For k% = 1 To 300\n  Next k%\n  For i% = 1 To k%\n    s = s + i% * 1.5\n  Next i%\n",
+         "D:s=68176.500000", 0},
+        {"nested loops with Ifs and a While",
+         "  For i% = 1 To 30\n    For j% = i% To 30 Step 3\n      If j% > 20 Then\n        t = t + j%\n      "
+         "Else\n"
+         "        t = t - 1\n      End If\n    Next j%\n    k% = 0\n    While k% < i%\n      k% = k% + 2\n"
+         "    Wend\n    s = s + k%\n  Next i%\n",
+         "D:t=", 0},
+        {"calls of a Sub and a function",
+         "  For i% = 1 To 200\n    Add i%, 2\n    s = s + Total(i% - Fix(i% / 7) * 7)\n  Next i%\n",
+         "D:acc=40200.000000", 0},
+        {"a division by zero on pass 50",
+         "  For i% = 1 To 100\n    s = s + 1\n    s = s + 10 / (i% - 50)\n  Next i%\n", "Division durch Null",
+         0},
+        {"an element made on pass 11",
+         "  Dim a(40)\n  For i% = 1 To 10\n    a(i%) = i%\n  Next i%\n  For i% = 1 To 10\n    s = s + 1\n  "
+         "Next i%\n"
+         "  For i% = 1 To 30\n    a(i%) = a(i%) + s\n  Next i%\n",
+         "D:a:30=10.000000", 0},
+        {"a loop left on pass 60 through its counter",
+         "  For i% = 1 To 100\n    s = s + i%\n    If i% = 60 Then\n      i% = 200\n    End If\n  Next i%\n"
+         "  For i% = 1 To 100\n    s = s + i%\n    If i% = 70 Then\n      i% = 300\n    End If\n  Next i%\n",
+         "L:i%=301", 0},
+        {"the statement limit inside a closed loop",
+         "  For i% = 1 To 1000\n    s = s + i%\n    Add i%, 1\n  Next i%\n", "L:i%=", 700},
+        {"a loop of a Sub called the regular way", "  Twice 50\n  Twice 60\n", "D:t=", 0},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource =
+            std::string("Declare Sub Add(x, y)\nDeclare Function Total(k%)\nDeclare Sub Twice(n%)\n"
+                        "Sub Main\n") +
+            c.m_pszMain +
+            "End Sub\nSub Add(x, y)\n  acc = acc + x * y\nEnd Sub\n"
+            "Function Total(k%)\n  u = 0\n  For e% = 1 To k%\n    u = u + e%\n  Next e%\n"
+            "  Total = u\nEnd Function\n"
+            "Sub Twice(n%)\n  For j% = 1 To n%\n    t = t + j% * 2\n  Next j%\nEnd Sub\n";
+        std::vector<uint8_t> aImage;
+        std::string strDiagnostics = CompileText(strSource, aImage);
+        ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
+        std::string aOutcomes[2];
+        for (bool fPlain : {false, true})
+        {
+            CLumVariables vars;
+            CLumBasic basic(&vars, nullptr);
+            basic.SetFastPaths(!fPlain);
+            basic.SetStatementLimit(c.m_nLimit);
+            std::string& strOutcome = aOutcomes[fPlain];
+            for (const std::string& str : RunImage(basic, aImage))
+                strOutcome += str + "\n";
+            strOutcome += "statements " + std::to_string(basic.GetStatementCount()) + "\n";
+            vars.MakeString(&strOutcome);
+        }
+        EXPECT_EQ(aOutcomes[0], aOutcomes[1]) << c.m_pszName;
+        EXPECT_NE(aOutcomes[0].find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << aOutcomes[0];
+    }
+    // A host function called on pass 30 of a loop in Main spoils the store; the
+    // loop's passes before ran closed and must be the regular way's when it looks.
+    std::string strSpoiled = "Sub Main\n  For i% = 1 To 60\n    s = s + i%\n    If i% = 30 Then\n"
+                             "      x = Spoil(s)\n    End If\n    s = s + 1\n  Next i%\nEnd Sub\n";
+    auto fnSpoil = [](CLumVariables& vars) {
+        std::string strSeen;
+        vars.MakeString(&strSeen);
+        vars.SetValuesFromString(("S:seen$=" + strSeen.substr(0, strSeen.find('\n')) + "\nL:s=7\n").c_str());
+    };
+    std::string strFast = SpoiledOutcome(strSpoiled, false, "Spoil", fnSpoil);
+    EXPECT_EQ(strFast, SpoiledOutcome(strSpoiled, true, "Spoil", fnSpoil));
+    EXPECT_NE(strFast.find("S:seen$=L:i%=30"), std::string::npos) << strFast;
+}

@@ -125,6 +125,33 @@ TEST_F(Profiles, CountsAddUpFromRunToRun)
     EXPECT_EQ(m_dir.Read("lib_Profile.txt"), "      Sub Twice(n%)\n00006     n% = n% * 2\n00006 End Sub\n");
 }
 
+// Loops whose remaining passes the fast form runs closed from their Next (in Main, in a
+// Sub called the regular way, nested, with calls inside, and one that gives up at an
+// element to be made) count each line's hits as the plain way counts them.
+TEST_F(Profiles, LoopsRunClosedCountTheirLinesAsThePlainWay)
+{
+    CLumBasicDebugWindow::m_fProfileSave = 0; // each run's listing shows its own counts
+    Write("loops.lbd", "Declare Sub Twice(n%)\r\nDeclare Function Total(k%)\r\nSub Main\r\n"
+                       "    Dim a(5)\r\n    For i% = 1 To 40\r\n        For j% = 1 To 3\r\n"
+                       "            If j% > 1 Then\r\n                s = s + Total(j%)\r\n"
+                       "            End If\r\n        Next j%\r\n        Twice i%\r\n    Next i%\r\n"
+                       "    For i% = 1 To 9\r\n        a(i%) = i%\r\n    Next i%\r\nEnd Sub\r\n"
+                       "Sub Twice(n%)\r\n    For k% = 1 To n%\r\n        t = t + k%\r\n    Next k%\r\n"
+                       "End Sub\r\nFunction Total(k%)\r\n    Total = k% * 2\r\nEnd Function\r\n");
+    std::vector<uint8_t> aImage = Compile("loops.lbd");
+    std::string aListings[2];
+    for (bool fPlain : {false, true})
+    {
+        CLumVariables vars;
+        CLumBasic basic(&vars, nullptr);
+        basic.SetFastPaths(!fPlain);
+        EXPECT_EQ(RunImage(basic, aImage), std::vector<std::string>());
+        aListings[fPlain] = m_dir.Read("loops_Profile.txt");
+    }
+    EXPECT_EQ(aListings[0], aListings[1]);
+    EXPECT_NE(aListings[0].find("00820         t = t + k%"), std::string::npos) << aListings[0];
+}
+
 // A file that cannot be written is told in a box; the run goes on and the other
 // sources are still saved.
 TEST_F(Profiles, AProfileThatCannotBeSavedIsToldInABox)

@@ -70,7 +70,8 @@ TEST(RunLoop, AStatementLimitEndsFunctionsRunWholeWhereTheStreamEndsThem)
 }
 
 // A stop request from another thread ends an endless run wherever it stands: in a loop
-// of Main, in a user function, in an imported image; the interpreter runs the next
+// of Main (a For loop's remaining passes running closed too), in a user function, in an
+// imported image; the interpreter runs the next
 // image as if nothing had happened, in both forms of the run. A function that the fast
 // form runs whole is stopped as it stood when its call began: every variable the call
 // wrote is put back, and the run ends at the call.
@@ -89,6 +90,7 @@ TEST(RunLoop, AStopRequestEndsTheRunAndTheNextRunGoesWell)
         long m_nFastCount = 0;
     } aCases[] = {
         {"Sub Main\n Do While 1\n  n% = n% + 1\n Loop\nEnd Sub\n", "Main"},
+        {"Sub Main\n For i% = 1 To 2000000000\n  n% = n% + 1\n Next i%\nEnd Sub\n", "Main"},
         {"Declare Function Spin%()\nSub Main\n x% = Spin%()\nEnd Sub\n"
          "Function Spin%()\n Do While 1\n  n% = n% + 1\n Loop\nEnd Function\n",
          "Spin%"},

@@ -24,6 +24,9 @@ struct LUM_API CmdData
     CLumsVarValue* m_pStepValue = nullptr;
     // Where the counter was found, so that each pass need not look it up.
     CLumNameCache m_cCounter;
+    // A For loop's closed runs from its Next that gave up (the fast form's count): past a
+    // few, or one that gave up for good, the loop's remaining passes run the regular way.
+    int m_nClosedTries = 0;
     ~CmdData()
     {
         delete m_pEndValue;
