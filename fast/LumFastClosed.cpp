@@ -746,6 +746,11 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                 return nullptr;
             break;
         }
+        case SLumSlotOp::ASSIGN_ELEMENT:
+            m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
+            if (!SlotAssignElement(basic, op, frame))
+                return nullptr;
+            break;
         case SLumSlotOp::WALK:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!(op.m_pFastStep->m_eKind == SLumFastStep::ASSIGN
@@ -943,9 +948,18 @@ bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
     if (m_pStore->HasScopedElements())
         return GiveUp();
     SLumFastExpr& expr = *node.m_pExpr;
-    long aIndices[CLumVariables::MAX_INDICES] = {index.LongValue()};
+    long nIndex = index.LongValue();
     std::string_view name(expr.m_pszName, expr.m_nNameLength);
-    const CLumsVarValue* pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
+    const CLumsVarValue* pValue;
+    // The store finds an element by its name and one index at once where it can.
+    if (nIndex > 0 && nIndex < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+        !name.empty() && name.size() + 11 <= CLumVariables::MAX_KEY)
+        pValue = m_pStore->FindElement(name, static_cast<uint32_t>(nIndex), expr.m_cElements);
+    else
+    {
+        long aIndices[CLumVariables::MAX_INDICES] = {nIndex};
+        pValue = m_pStore->FindElement(name, aIndices, expr.m_cElements);
+    }
     if (pValue == nullptr)
         pValue = CLumVariables::GetNullValue(name);
     return LumFastNumberOnly(*pValue, out) || GiveUp();
@@ -1503,18 +1517,15 @@ bool CLumFastForm::ClosedIndices(SLumFastExpr& expr, long* pIndices)
 }
 
 // An element's assignment of a number as AssignElement makes its common one: a global
-// element by a single index, here one that exists and holds a number, noted for the
-// undo as a variable is. An element to be made, a text, or a procedure whose name could
-// be an element's (its result's rule) is for the regular way.
+// element by a single index. A text, or a procedure whose name could be an element's (its
+// result's rule) is for the regular way.
 bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, const SClosedFrame& frame)
 {
     SLumFastExpr& target = *step.m_pTarget;
     long aIndices[CLumVariables::MAX_INDICES] = {};
     if (!step.m_fNumeric || step.m_cType == '$' || target.m_apIndices.size() != 1 ||
-        target.m_nNameLength + 11 > CLumVariables::MAX_KEY ||
-        (frame.m_pHead != nullptr ? std::string_view(frame.m_pHead->m_pszName, frame.m_pHead->m_nNameLength)
-                                  : std::string_view(m_pClosedBasic->m_cFunctionStack.TopString()))
-                .find(':') != std::string_view::npos)
+        target.m_nNameLength == 0 || target.m_nNameLength + 11 > CLumVariables::MAX_KEY ||
+        NameCouldBeElements(frame))
         return GiveUp();
     if (!ClosedIndices(target, aIndices))
         return false;
@@ -1522,42 +1533,85 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
         aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX))
         return GiveUp();
     SLumNumber n;
-    if (!ClosedExpression(basic, step, frame, n))
-        return false;
+    return ClosedExpression(basic, step, frame, n) && StoreElement(step, aIndices[0], n);
+}
+
+// The same in the compiled form, where the index is a variable of a slot: a long there
+// is read at once, anything else goes to the walker.
+bool CLumFastForm::SlotAssignElement(CLumBasic& basic, const SLumSlotOp& op, const SClosedFrame& frame)
+{
+    SLumFastStep& step = *op.m_pFastStep;
+    const CLumsVarValue& index = *op.m_pTarget->m_pValue;
+    if (index.GetType() != CLumsVarValue::VT_LONG || m_nClosedNested >= MAX_LEVELS)
+        return ClosedAssignElement(basic, step, frame);
+    long nIndex = index.LongValue();
+    if (NameCouldBeElements(frame) || m_pStore->HasScopedElements() || nIndex <= 0 ||
+        nIndex >= static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX))
+        return GiveUp();
+    SLumNumber n;
+    return SlotQuick(*op.m_pValue, frame, n) && StoreElement(step, nIndex, n);
+}
+
+// Whether the procedure's name holds a ':', as an element's key does: AssignElement
+// leaves such a procedure's assignments of elements to its handler.
+// Asked once for each procedure, and once a run for the procedure of the stacks, which
+// no closed run changes.
+bool CLumFastForm::NameCouldBeElements(const SClosedFrame& frame)
+{
+    if (const SLumFastStep* pHead = frame.m_pHead)
+    {
+        if (pHead->m_nNameColon < 0)
+            pHead->m_nNameColon =
+                std::string_view(pHead->m_pszName, pHead->m_nNameLength).find(':') != std::string_view::npos;
+        return pHead->m_nNameColon != 0;
+    }
+    if (m_nStackNameRun != m_nClosedRun)
+    {
+        m_fStackNameColon = m_pClosedBasic->m_cFunctionStack.TopString().find(':') != std::string::npos;
+        m_nStackNameRun = m_nClosedRun;
+    }
+    return m_fStackNameColon;
+}
+
+// The element `nIndex` of the step's target takes the number. One that exists is noted
+// for the undo before; one still to be made is made as AssignElement makes it, the
+// store's newest key, and giving up takes the elements made back, newest first (Undo);
+// its value needs no undo of its own. Under a memory budget the element's room would
+// count where the regular way has not made it yet, so an element to be made gives up
+// there.
+bool CLumFastForm::StoreElement(SLumFastStep& step, long nIndex, const SLumNumber& n)
+{
+    SLumFastExpr& target = *step.m_pTarget;
     std::string_view name(target.m_pszName, target.m_nNameLength);
-    CLumsVarValue* pElement = m_pStore->FindElement(name, aIndices, target.m_cElements);
+    // A step that made its element last time is likely to make the next one too: it
+    // asks the store to find or make it in one lookup, where the others find it first.
+    CLumsVarValue* pElement = nullptr;
+    if (!step.m_fMadeElement)
+        pElement = m_pStore->FindElement(name, static_cast<uint32_t>(nIndex), target.m_cElements);
     if (pElement == nullptr)
-        return MakeElement(name, static_cast<uint32_t>(aIndices[0]), target.m_cElements, n, step.m_cType);
+    {
+        if (!TextsAllowed())
+            return GiveUp();
+        size_t nCount = m_pStore->GetCount();
+        try
+        {
+            pElement = m_pStore->ObtainElement(name, static_cast<uint32_t>(nIndex), target.m_cElements);
+        }
+        catch (const std::bad_alloc&)
+        {
+            return GiveUp(); // the regular way runs out of memory where it must
+        }
+        step.m_fMadeElement = m_pStore->GetCount() != nCount;
+        if (step.m_fMadeElement)
+        {
+            ++m_nMadeElements;
+            LumFastStore(*pElement, n, step.m_cType);
+            return true;
+        }
+    }
     if (!Keep(*pElement, step.m_cKept))
         return false;
     LumFastStore(*pElement, n, step.m_cType);
-    return true;
-}
-
-// An element still to be made, made as the regular way makes it, the newest key of the
-// store: giving up takes the elements made back, newest first (Undo). Its value needs
-// no undo of its own. Under a memory budget the element's room would count where the
-// regular way has not made it yet, and a procedure's own elements would be looked up
-// under its scope first: both are the regular way's.
-bool CLumFastForm::MakeElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache,
-                               const SLumNumber& n, char cType)
-{
-    if (!TextsAllowed() || m_pStore->HasScopedElements())
-        return GiveUp();
-    size_t nCount = m_pStore->GetCount();
-    CLumsVarValue* pElement;
-    try
-    {
-        pElement = m_pStore->ObtainElement(name, nIndex, cache);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return GiveUp(); // the regular way runs out of memory where it must
-    }
-    if (m_pStore->GetCount() != nCount + 1)
-        return GiveUp(); // a key made apart from the element: not one to take back
-    ++m_nMadeElements;
-    LumFastStore(*pElement, n, cType);
     return true;
 }
 

@@ -228,6 +228,11 @@ struct SLumFastStep : SLumFastCallSite
     // those the run loop added up, not yet handed to the profiler (AddUpHit).
     uint32_t m_nHits = 0;
     uint32_t m_nAddedUp = 0;
+    // ASSIGN_ELEMENT: a closed run's last store of it made its element.
+    bool m_fMadeElement = false;
+    // HEAD: whether the procedure's name holds a ':' as an element's key does, once a
+    // closed run asked (NameCouldBeElements): -1 before.
+    mutable int8_t m_nNameColon = -1;
     // ASSIGN and ASSIGN_ELEMENT: the target's type character.
     char m_cType = 0;
     unsigned short m_wToken = 0;
@@ -355,7 +360,9 @@ struct SLumSlotOp
     enum EKind : uint8_t
     {
         ASSIGN,
-        // A statement the walker runs: an assignment of a text or of an element.
+        // An element's assignment of a number by an index in a slot.
+        ASSIGN_ELEMENT,
+        // A statement the walker runs: an assignment of a text or of any other element.
         WALK,
         IF,
         // Made into jumps (or ops that give up) once the code knows its Ifs.
@@ -380,7 +387,8 @@ struct SLumSlotOp
     char m_cType = 0;
     // The Ifs and Fors the procedure holds open before it.
     int m_nOpen = 0;
-    // ASSIGN and FOR: the target, NEXT: its For's counter. ASSIGN, IF, WHILE, LOOP: the
+    // ASSIGN and FOR: the target, ASSIGN_ELEMENT: the index, NEXT: its For's counter.
+    // ASSIGN, ASSIGN_ELEMENT, IF, WHILE, LOOP: the
     // value or the condition; FOR: the start, the end and the step (null for none);
     // CALL: the arguments.
     SLumSlot* m_pTarget = nullptr;
@@ -947,8 +955,9 @@ private:
     bool TextsAllowed() const;
     __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedIndices(SLumFastExpr& expr, long* pIndices);
-    __attribute__((noinline)) bool MakeElement(std::string_view name, uint32_t nIndex,
-                                               CLumElementCache& cache, const SLumNumber& n, char cType);
+    bool SlotAssignElement(CLumBasic& basic, const SLumSlotOp& op, const SClosedFrame& frame);
+    bool NameCouldBeElements(const SClosedFrame& frame);
+    bool StoreElement(SLumFastStep& step, long nIndex, const SLumNumber& n);
     __attribute__((noinline)) bool ClosedAssignElement(CLumBasic& basic, SLumFastStep& step,
                                                        const SClosedFrame& frame);
     bool ClosedResult(SLumFastStep& end, uint64_t nCalleeScope, const SClosedFrame& caller, SLumNumber& out,
@@ -1077,6 +1086,10 @@ private:
     // The closed run going on: its number, its undo list, how many calls and Ifs it
     // holds open, and whether it gave up for a warm-up.
     uint64_t m_nClosedRun = 0;
+    // The closed run that last asked whether the name of the procedure of the stacks
+    // holds a ':', and the answer.
+    uint64_t m_nStackNameRun = 0;
+    bool m_fStackNameColon = false;
     // The undo list: its first m_nUndo entries hold, the rest is room.
     std::vector<SUndo> m_aUndo;
     size_t m_nUndo = 0;

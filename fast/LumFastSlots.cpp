@@ -167,8 +167,21 @@ private:
             op.m_pValue = Statement(step);
             break;
         case SLumFastStep::ASSIGN_ELEMENT:
-            op.m_eKind = SLumSlotOp::WALK;
+        {
+            const SLumFastExpr& target = *step.m_pTarget;
+            if (!step.m_fNumeric || step.m_cType == '$' || target.m_apIndices.size() != 1 ||
+                target.m_apIndices[0]->m_eOp != SLumFastExpr::VARIABLE || target.m_nNameLength == 0 ||
+                target.m_nNameLength + 11 > CLumVariables::MAX_KEY)
+            {
+                op.m_eKind = SLumSlotOp::WALK;
+                break;
+            }
+            op.m_eKind = SLumSlotOp::ASSIGN_ELEMENT;
+            op.m_cType = step.m_cType;
+            op.m_pTarget = Slot(target.m_apIndices[0]->m_cCache);
+            op.m_pValue = Statement(step);
             break;
+        }
         case SLumFastStep::IF:
         case SLumFastStep::WHILE:
         case SLumFastStep::LOOP:
@@ -505,6 +518,7 @@ private:
                     ToNode(op.m_pStep);
                 [[fallthrough]];
             case SLumSlotOp::ASSIGN:
+            case SLumSlotOp::ASSIGN_ELEMENT:
                 ToSlot(op.m_pTarget);
                 [[fallthrough]];
             case SLumSlotOp::IF:

@@ -350,6 +350,10 @@ TEST(FastForm, BuiltinsAndElementsFailAsTheyFailPlain)
          "kein String zugewiesen"},
         {"elements written and made",
          "  For e% = 1 To n% + 1\n    b%(e%) = b%(e%) * 2 + e%\n  Next e%\n  F = b%(n%)\n", "L:b%:7="},
+        {"elements by an index that turns to a double, a text or zero",
+         "  For e% = 0 To n% + 2\n    j% = e% + 5\n    x = e% / 2\n    b%(j%) = b%(j%) + e%\n    a(x) = e%\n"
+         "    a(e%) = a(e%) + x\n  Next e%\n  a(v) = 1\n  F = a(n%) + b%(n% + 5)\n",
+         "L:b%:5=0\n"},
         {"inside each other",
          "  F = Fix(Frac(n% * 1.37) * 10) + Sgn(2 - n%) + Round(n% * 2.345, n% - 3, n% - 1)\n",
          "D:s=60.030000"},

@@ -90,6 +90,14 @@ public:
             name, static_cast<uint32_t>(pIndices[0]), cache);
         return pp ? *pp : nullptr;
     }
+    // The same for one index from 1 to below MAX_ELEMENT_INDEX and a name not empty and
+    // at most MAX_KEY - 11 bytes long.
+    CLumsVarValue* FindElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache) const
+    {
+        CLumsVarValue* const* pp =
+            const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(name, nIndex, cache);
+        return pp ? *pp : nullptr;
+    }
     // The element under the key that name and indices compose, made empty where there
     // is none, as Obtain would make it.
     CLumsVarValue* ObtainElement(std::string_view name, const long* pIndices, CLumElementCache& cache);
