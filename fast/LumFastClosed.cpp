@@ -633,13 +633,16 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         nSteps = 0;
         return m_nClosedSteps <= m_nClosedStepLimit;
     };
+    // Whether lines are counted, which no closed run changes, at hand: the line's store
+    // at a marker could change it for all the compiler knows.
+    const bool fCounting = m_fCounting;
     const SLumSlotEdge* pEdge = &code.m_cEntry;
     for (;;)
     {
         if (pEdge->m_nMarkers != 0)
         {
             basic.m_nLine = pEdge->m_nLine;
-            if (__builtin_expect(m_fCounting, 0))
+            if (__builtin_expect(fCounting, 0))
             {
                 // Passive markers note nothing: one alone among them at once.
                 if (pEdge->m_nActive == 1)
@@ -665,6 +668,18 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                 return nullptr;
             break;
         }
+        case SLumSlotOp::ASSIGN_ADD:
+            if (!SlotArith<LBT_PLUS>(op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::ASSIGN_SUB:
+            if (!SlotArith<LBT_MINUS>(op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::ASSIGN_MUL:
+            if (!SlotArith<LBT_MUL>(op, frame))
+                return nullptr;
+            break;
         case SLumSlotOp::WALK:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!(op.m_pFastStep->m_eKind == SLumFastStep::ASSIGN
@@ -773,10 +788,8 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
         const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
         if (value.GetType() != CLumsVarValue::VT_LONG)
             return SlotNumber(node, frame, out);
-        // Both longs, as the compiler sees: LumFastOperate keeps only their cases.
-        SLumNumber l{false, value.LongValue(), 0.0};
-        SLumNumber r{false, node.m_pRight->m_cNumber.m_nLong, 0.0};
-        return LumFastOperate(node.m_wToken, l, r, out) || GiveUp();
+        return LumFastOperateLongs(node.m_wToken, value.LongValue(), node.m_pRight->m_cNumber.m_nLong, out) ||
+               GiveUp();
     }
     if (node.m_eKind == SLumSlotNode::OPERATOR)
     {
@@ -799,9 +812,18 @@ LUM_HOT bool CLumFastForm::SlotQuick(const SLumSlotNode& node, const SClosedFram
 {
     if (node.m_eKind != SLumSlotNode::OPERATOR)
         return SlotOperand(node, frame, out);
+    // A constant on the right, most often, read where it stands.
     SLumNumber r;
-    return SlotOperand(*node.m_pLeft, frame, out) && SlotOperand(*node.m_pRight, frame, r) &&
-           (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
+    const SLumSlotNode& right = *node.m_pRight;
+    if (!SlotOperand(*node.m_pLeft, frame, out))
+        return false;
+    if (right.m_eKind == SLumSlotNode::CONSTANT)
+        r = right.m_cNumber;
+    else if (!SlotOperand(right, frame, r))
+        return false;
+    if (!out.m_fDouble && !r.m_fDouble)
+        return LumFastOperateLongs(node.m_wToken, out.m_nLong, r.m_nLong, out) || GiveUp();
+    return LumFastOperate(node.m_wToken, out, r, out) || GiveUp();
 }
 
 LUM_HOT bool CLumFastForm::SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue)
@@ -905,6 +927,41 @@ LUM_HOT bool CLumFastForm::SlotStore(SLumSlot& slot, const SLumNumber& n, char c
     return true;
 }
 
+// An assignment of two leaves and an operator, as ASSIGN computes it: where both hold
+// numbers (an empty value, a text, read as SlotLeaf reads them) at once, with the
+// operator's rules for two longs (wrapping in 32 bits) or for doubles.
+template <unsigned short wToken>
+__attribute__((always_inline)) inline bool CLumFastForm::SlotArith(const SLumSlotOp& op,
+                                                                   const SClosedFrame& frame)
+{
+    const CLumsVarValue& l = *op.m_pLeft->m_pValue;
+    const CLumsVarValue& r = *op.m_pRight->m_pValue;
+    unsigned nLeft = static_cast<unsigned>(l.GetType()), nRight = static_cast<unsigned>(r.GetType());
+    SLumNumber n;
+    if ((nLeft << 2 | nRight) == (CLumsVarValue::VT_LONG << 2 | CLumsVarValue::VT_LONG))
+    {
+        int64_t a = l.LongValue(), b = r.LongValue();
+        LumFastSetLong(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+    }
+    else if (nLeft - CLumsVarValue::VT_LONG <= 1 && nRight - CLumsVarValue::VT_LONG <= 1)
+    {
+        double a = nLeft == CLumsVarValue::VT_LONG ? l.LongValue() : l.DoubleValue();
+        double b = nRight == CLumsVarValue::VT_LONG ? r.LongValue() : r.DoubleValue();
+        LumFastSetDouble(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+    }
+    else
+        return SlotAssign(op, frame);
+    return SlotStore(*op.m_pTarget, n, op.m_cType);
+}
+
+// An assignment of a number as the op's value computes it, apart: its nodes stay out of
+// the typed ops.
+__attribute__((noinline)) bool CLumFastForm::SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame)
+{
+    SLumNumber n;
+    return SlotQuick(*op.m_pValue, frame, n) && SlotStore(*op.m_pTarget, n, op.m_cType);
+}
+
 // For as ClosedFor opens the loop, its record on the run's list of Fors open, which
 // calls inside the loop find below their own.
 bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
@@ -930,15 +987,15 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     bool fPast;
     if (counter.GetType() == CLumsVarValue::VT_LONG && !loop.m_cStep.m_fDouble && !loop.m_cEnd.m_fDouble)
     {
-        // All longs, as the compiler sees: the same steps without the doubles' cases.
-        SLumNumber now{false, counter.LongValue(), 0.0};
-        SLumNumber step{false, loop.m_cStep.m_nLong, 0.0};
-        SLumNumber end{false, loop.m_cEnd.m_nLong, 0.0};
+        // All longs: the sum wraps in 32 bits, the step's sign picks the test, as
+        // LumFastOperate and LumFastPastEnd compute them.
         if (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot))
             return -1;
-        LumFastOperate(LBT_PLUS, now, step, now);
-        fPast = LumFastPastEnd(now, end, step);
-        LumFastStore(counter, now, '%');
+        int32_t nStep = loop.m_cStep.m_nLong;
+        int32_t nNow =
+            static_cast<int32_t>(static_cast<uint32_t>(counter.LongValue()) + static_cast<uint32_t>(nStep));
+        fPast = nStep < 0 ? nNow < loop.m_cEnd.m_nLong : nNow > loop.m_cEnd.m_nLong;
+        counter = static_cast<long>(nNow);
     }
     else
     {

@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -374,6 +375,11 @@ struct SLumSlotOp
         // An Else whose If's condition the code knows, an End If: it leads to its next
         // link, into which the links to it are folded.
         JUMP,
+        // An ASSIGN of `+`, `-` or `*` on two variables or constants (m_pLeft,
+        // m_pRight): computed at once where both hold numbers, else as ASSIGN.
+        ASSIGN_ADD,
+        ASSIGN_SUB,
+        ASSIGN_MUL,
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;
@@ -383,6 +389,9 @@ struct SLumSlotOp
     // value or the condition; FOR: the start, the end and the step (null for none);
     // CALL: the arguments.
     SLumSlot* m_pTarget = nullptr;
+    // ASSIGN_ADD, ASSIGN_SUB, ASSIGN_MUL: the operands' slots (a constant's of its own).
+    SLumSlot* m_pLeft = nullptr;
+    SLumSlot* m_pRight = nullptr;
     const SLumSlotNode* m_pValue = nullptr;
     const SLumSlotNode* m_pEnd = nullptr;
     const SLumSlotNode* m_pStep = nullptr;
@@ -405,6 +414,9 @@ struct SLumSlotCode
     // The most Ifs and Fors open before an If or a For opens one more (-1 for none).
     int m_nMaxOpen = -1;
     std::vector<SLumSlot> m_aSlots;
+    // The values of the constants the typed ops read through slots (no cache): they
+    // stay where they are as more are made.
+    std::deque<CLumsVarValue> m_aConstants;
     std::vector<SLumSlotNode> m_aNodes;
     std::vector<const SLumSlotNode*> m_apArgs;
     std::vector<SLumSlotOp> m_aOps;
@@ -565,6 +577,44 @@ LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SL
     }
     default:
         return false;
+    }
+}
+
+// Two longs, as LumFastOperate computes them, without its tests of the types: the
+// operators of the tests and the sums of long variables and constants.
+LUM_HOT bool LumFastOperateLongs(unsigned short wToken, int32_t l, int32_t r, SLumNumber& out)
+{
+    switch (wToken)
+    {
+    case LBT_PLUS:
+        LumFastSetLong(out, int64_t(l) + r);
+        return true;
+    case LBT_MINUS:
+        LumFastSetLong(out, int64_t(l) - r);
+        return true;
+    case LBT_MUL:
+        LumFastSetLong(out, int64_t(l) * r);
+        return true;
+    case LBT_EQ:
+        LumFastSetLong(out, l == r);
+        return true;
+    case LBT_NE:
+        LumFastSetLong(out, l != r);
+        return true;
+    case LBT_LT:
+        LumFastSetLong(out, l < r);
+        return true;
+    case LBT_LE:
+        LumFastSetLong(out, l <= r);
+        return true;
+    case LBT_GT:
+        LumFastSetLong(out, l > r);
+        return true;
+    case LBT_GE:
+        LumFastSetLong(out, l >= r);
+        return true;
+    default:
+        return LumFastOperate(wToken, SLumNumber{false, l, 0.0}, SLumNumber{false, r, 0.0}, out);
     }
 }
 
@@ -886,6 +936,8 @@ private:
     bool SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs, const SClosedFrame& frame,
                      SLumNumber* pOut);
     bool SlotStore(SLumSlot& slot, const SLumNumber& n, char cType);
+    template <unsigned short wToken> bool SlotArith(const SLumSlotOp& op, const SClosedFrame& frame);
+    bool SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame);
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
     bool SlotKeep(SLumSlot& slot);
