@@ -444,15 +444,37 @@ CLumFastForm::ClosedEntered(CLumBasic& basic, Site& site, const std::vector<SLum
         SLumNumber aArgs[MAX_CLOSED_ARGS];
         if (!numbers(aArgs))
             return nullptr;
-        SLumNumber* pArg = aArgs;
-        for (SLumFastStep::SParam& param : head.m_aParams)
+        SLumFastStep::SParam* pParam = head.m_aParams.data();
+        SLumFastStep::SParam* pEnd = pParam + head.m_aParams.size();
+        // One parameter, most often, without the loop's bookkeeping.
+        if (pEnd - pParam == 1)
         {
-            CLumsVarValue& local = *param.m_cCache.m_pValue;
-            if (!Keep(local, param.m_cKept))
+            if (!Bind(*pParam, aArgs[0]))
                 return nullptr;
-            LumFastStore(local, *pArg++, param.m_cType);
         }
+        else
+            for (SLumNumber* pArg = aArgs; pParam != pEnd; ++pParam)
+                if (!Bind(*pParam, *pArg++))
+                    return nullptr;
     }
+    return ClosedEnteredBody(basic, head, caller, nLevel, nScope);
+}
+
+// A number argument bound to its parameter's local, noted for the undo first.
+LUM_HOT bool CLumFastForm::Bind(SLumFastStep::SParam& param, const SLumNumber& n)
+{
+    CLumsVarValue& local = *param.m_cCache.m_pValue;
+    if (!Keep(local, param.m_cKept))
+        return false;
+    LumFastStore(local, n, param.m_cType);
+    return true;
+}
+
+// The body of a call whose arguments are bound.
+LUM_HOT SLumFastStep* CLumFastForm::ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head,
+                                                      const SClosedFrame& caller, int nLevel,
+                                                      uint64_t& nScope)
+{
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel, m_nClosedIfs};
     nScope = frame.m_nScope;
@@ -628,7 +650,7 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
 LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
 {
     unsigned long nSteps = 0;
-    auto Count = [&] {
+    auto Count = [&]() LUM_HOT_LAMBDA {
         m_nClosedSteps += nSteps;
         nSteps = 0;
         return m_nClosedSteps <= m_nClosedStepLimit;
@@ -743,8 +765,13 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             code.m_fRemake = true;
             code.m_nEpoch = 0;
             return WarmUp(), nullptr;
-        default:
+        case SLumSlotOp::GIVE_UP:
+        case SLumSlotOp::ELSE:
+        case SLumSlotOp::ENDIF:
             return GiveUp(), nullptr;
+        default:
+            // Every kind has its case: no test of the range at each op.
+            __builtin_unreachable();
         }
         pEdge = fTaken ? &op.m_cTaken : &op.m_cNext;
     }
@@ -906,6 +933,8 @@ bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame,
 LUM_HOT bool CLumFastForm::SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs,
                                        const SClosedFrame& frame, SLumNumber* pOut)
 {
+    if (nArgs == 1)
+        return SlotQuick(**ppArgs, frame, *pOut);
     for (size_t i = 0; i < nArgs; ++i)
         if (!SlotQuick(*ppArgs[i], frame, pOut[i]))
             return false;

@@ -781,7 +781,7 @@ private:
     // The variable a cache names, while store, generation and scope are the same. No
     // two stores ever share a generation, and a cache is filled with its store's: the
     // generation stands for the store as well.
-    CLumsVarValue* Cached(const CLumNameCache& cache) const
+    LUM_HOT CLumsVarValue* Cached(const CLumNameCache& cache) const
     {
         return cache.m_nScope == m_nScope && cache.m_nGeneration == m_pStore->GetGeneration() ? cache.m_pValue
                                                                                               : nullptr;
@@ -941,6 +941,9 @@ private:
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
     bool SlotKeep(SLumSlot& slot);
+    bool Bind(SLumFastStep::SParam& param, const SLumNumber& n);
+    SLumFastStep* ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& caller,
+                                    int nLevel, uint64_t& nScope);
     bool NoteUndo(CLumsVarValue& target);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
