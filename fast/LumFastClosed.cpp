@@ -68,7 +68,7 @@ LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
 {
     // The depth's last marker passed stands for its mark.
-    const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    const SLumFastStep*& pMark = m_pClosedMark;
     bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
     pMark = pMarker;
     if (!fEnters)
@@ -84,16 +84,6 @@ LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
     }
     ++pMarker->m_nHits;
     m_pLastCounted = pMarker;
-}
-
-// A procedure entered at the next depth enters its first line afresh, as the regular
-// way's call drops the marks of the levels below: its mark is a marker of no line.
-LUM_HOT void CLumFastForm::EnterMarks()
-{
-    size_t nDepth = static_cast<size_t>(m_nClosedDepth);
-    if (nDepth >= m_aClosedMarks.size())
-        m_aClosedMarks.resize(nDepth + 1, &s_cFresh);
-    m_aClosedMarks[nDepth] = &s_cFresh;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -127,6 +117,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = pDebugger != nullptr;
+    m_pClosedMark = &s_cFresh;
     // Without a window nothing can make the debugger more than count while the run goes
     // on (breakpoints change only where a run stops): only a window is watched.
     m_pWatchedDebugger = pDebugger != nullptr && pDebugger->HasWindow() ? pDebugger : nullptr;
@@ -480,11 +471,16 @@ LUM_HOT SLumFastStep* CLumFastForm::ClosedEnteredBody(CLumBasic& basic, SLumFast
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     ++m_nClosedDepth;
+    // A procedure entered at the next depth enters its first line afresh, as the regular
+    // way's call drops the marks of the levels below: its mark is a marker of no line.
+    // The caller's mark is its own again behind the call.
+    const SLumFastStep* pCallerMark = m_pClosedMark;
     if (__builtin_expect(m_fCounting, 0))
-        EnterMarks();
+        m_pClosedMark = &s_cFresh;
     SLumSlotCode* pCode = Slots(head, frame.m_nScope);
     SLumFastStep* pEnd = pCode != nullptr ? SlotBody(basic, *pCode, frame) : ClosedBody(basic, head, frame);
     --m_nClosedDepth;
+    m_pClosedMark = pCallerMark;
     m_nScope = caller.m_nScope;
     return pEnd;
 }
@@ -856,6 +852,19 @@ LUM_HOT bool CLumFastForm::SlotQuick(const SLumSlotNode& node, const SClosedFram
 LUM_HOT bool CLumFastForm::SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue)
 {
     SLumNumber n;
+    // A long variable against a long constant, the most frequent condition, apart from
+    // the number a call may give back.
+    if (node.m_eKind == SLumSlotNode::OPERATOR_LONG)
+    {
+        const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
+        if (value.GetType() == CLumsVarValue::VT_LONG)
+        {
+            if (!LumFastOperateLongs(node.m_wToken, value.LongValue(), node.m_pRight->m_cNumber.m_nLong, n))
+                return GiveUp();
+            fTrue = LumFastTruth(n);
+            return true;
+        }
+    }
     if (!SlotQuick(node, frame, n))
         return false;
     fTrue = LumFastTruth(n);

@@ -584,14 +584,19 @@ LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SL
 // operators of the tests and the sums of long variables and constants.
 LUM_HOT bool LumFastOperateLongs(unsigned short wToken, int32_t l, int32_t r, SLumNumber& out)
 {
-    switch (wToken)
+    // The most frequent operators ahead of the search through the others.
+    if (wToken == LBT_PLUS)
     {
-    case LBT_PLUS:
         LumFastSetLong(out, int64_t(l) + r);
         return true;
-    case LBT_MINUS:
+    }
+    if (wToken == LBT_MINUS)
+    {
         LumFastSetLong(out, int64_t(l) - r);
         return true;
+    }
+    switch (wToken)
+    {
     case LBT_MUL:
         LumFastSetLong(out, int64_t(l) * r);
         return true;
@@ -1004,7 +1009,6 @@ private:
     // they are passed, counted when the run ends whole, dropped when it gives up.
     void NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
     void NoteHit(SLumFastStep* pMarker);
-    void EnterMarks();
     __attribute__((noinline)) void CountMore(SLumFastStep* pMarker);
     void CountHits(CLumBasic& basic);
     void DropHits();
@@ -1145,10 +1149,11 @@ private:
     // many built-ins inside each other it is reading.
     bool m_fCachedOnly = false;
     int m_nBuiltinsRead = 0;
-    // Counting: by depth of closed calls, the marker passed last there, as the regular
-    // way keeps one for each level of calls; the markers whose hits are added up, in
-    // the order of their first, and the last one counted in a closed run.
-    std::vector<const SLumFastStep*> m_aClosedMarks;
+    // Counting: the marker passed last at the depth of closed calls that runs, as the
+    // regular way keeps one for each level of calls (the callers' wait on the machine
+    // stack); the markers whose hits are added up, in the order of their first, and the
+    // last one counted in a closed run.
+    const SLumFastStep* m_pClosedMark = nullptr;
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;
