@@ -1010,6 +1010,7 @@ bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
         !SlotQuick(*op.m_pEnd, frame, loop.m_cEnd) ||
         (op.m_pStep != nullptr && !SlotQuick(*op.m_pStep, frame, loop.m_cStep)))
         return false;
+    loop.m_fLongs = !loop.m_cEnd.m_fDouble && !loop.m_cStep.m_fDouble;
     m_aClosedFors.push_back(loop);
     ++m_nClosedFors;
     return true;
@@ -1023,12 +1024,11 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     SLumSlot& slot = *op.m_pTarget;
     CLumsVarValue& counter = *slot.m_pValue;
     bool fPast;
-    if (counter.GetType() == CLumsVarValue::VT_LONG && !loop.m_cStep.m_fDouble && !loop.m_cEnd.m_fDouble)
+    if (counter.GetType() == CLumsVarValue::VT_LONG && loop.m_fLongs)
     {
         // All longs: the sum wraps in 32 bits, the step's sign picks the test, as
-        // LumFastOperate and LumFastPastEnd compute them.
-        if (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot))
-            return -1;
+        // LumFastOperate and LumFastPastEnd compute them. The counter's slot is its
+        // For's, which noted it for the undo in this run as it stored the start.
         int32_t nStep = loop.m_cStep.m_nLong;
         int32_t nNow =
             static_cast<int32_t>(static_cast<uint32_t>(counter.LongValue()) + static_cast<uint32_t>(nStep));
@@ -1038,7 +1038,7 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     else
     {
         SLumNumber now{};
-        if (!LumFastNumberOnly(counter, now) || (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot)))
+        if (!LumFastNumberOnly(counter, now))
             return -1;
         LumFastOperate(LBT_PLUS, now, loop.m_cStep, now);
         fPast = LumFastPastEnd(now, loop.m_cEnd, loop.m_cStep);
@@ -1051,19 +1051,10 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     return 0;
 }
 
-// The slot's variable noted for the undo, once a run.
-bool CLumFastForm::SlotKeep(SLumSlot& slot)
-{
-    if (!NoteUndo(*slot.m_pValue))
-        return false;
-    slot.m_nKeptRun = m_nClosedRun;
-    return true;
-}
-
 // Statements from the head's link to the End, which it gives; null where the run
 // gives up.
-LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head,
-                                               const SClosedFrame& frame)
+__attribute__((noinline)) SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head,
+                                                                 const SClosedFrame& frame)
 {
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;

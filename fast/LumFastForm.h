@@ -869,6 +869,8 @@ private:
         SLumNumber m_cEnd;
         SLumNumber m_cStep;
         int m_nIfs;
+        // The compiled form's: end and step are longs.
+        bool m_fLongs = false;
     };
     // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
     // statement), except while a run from there that gave up runs the regular way, one
@@ -945,7 +947,6 @@ private:
     bool SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame);
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
-    bool SlotKeep(SLumSlot& slot);
     bool Bind(SLumFastStep::SParam& param, const SLumNumber& n);
     SLumFastStep* ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& caller,
                                     int nLevel, uint64_t& nScope);
