@@ -975,21 +975,22 @@ __attribute__((always_inline)) inline bool CLumFastForm::SlotArith(const SLumSlo
     const CLumsVarValue& l = *op.m_pLeft->m_pValue;
     const CLumsVarValue& r = *op.m_pRight->m_pValue;
     unsigned nLeft = static_cast<unsigned>(l.GetType()), nRight = static_cast<unsigned>(r.GetType());
+    // Each way stores its own number, whose kind the store then knows.
     SLumNumber n;
     if ((nLeft << 2 | nRight) == (CLumsVarValue::VT_LONG << 2 | CLumsVarValue::VT_LONG))
     {
         int64_t a = l.LongValue(), b = r.LongValue();
         LumFastSetLong(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+        return SlotStore(*op.m_pTarget, n, op.m_cType);
     }
-    else if (nLeft - CLumsVarValue::VT_LONG <= 1 && nRight - CLumsVarValue::VT_LONG <= 1)
+    if (nLeft - CLumsVarValue::VT_LONG <= 1 && nRight - CLumsVarValue::VT_LONG <= 1)
     {
         double a = nLeft == CLumsVarValue::VT_LONG ? l.LongValue() : l.DoubleValue();
         double b = nRight == CLumsVarValue::VT_LONG ? r.LongValue() : r.DoubleValue();
         LumFastSetDouble(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+        return SlotStore(*op.m_pTarget, n, op.m_cType);
     }
-    else
-        return SlotAssign(op, frame);
-    return SlotStore(*op.m_pTarget, n, op.m_cType);
+    return SlotAssign(op, frame);
 }
 
 // An assignment of a number as the op's value computes it, apart: its nodes stay out of
