@@ -68,7 +68,7 @@ LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
 LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
 {
     // The depth's last marker passed stands for its mark.
-    const SLumFastStep*& pMark = m_aClosedMarks[static_cast<size_t>(m_nClosedDepth)];
+    const SLumFastStep*& pMark = m_pClosedMark;
     bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
     pMark = pMarker;
     if (!fEnters)
@@ -84,16 +84,6 @@ LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
     }
     ++pMarker->m_nHits;
     m_pLastCounted = pMarker;
-}
-
-// A procedure entered at the next depth enters its first line afresh, as the regular
-// way's call drops the marks of the levels below: its mark is a marker of no line.
-LUM_HOT void CLumFastForm::EnterMarks()
-{
-    size_t nDepth = static_cast<size_t>(m_nClosedDepth);
-    if (nDepth >= m_aClosedMarks.size())
-        m_aClosedMarks.resize(nDepth + 1, &s_cFresh);
-    m_aClosedMarks[nDepth] = &s_cFresh;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -127,6 +117,7 @@ template <class Site, class Body> bool CLumFastForm::Closed(CLumBasic& basic, Si
     // Lines counted as the markers' handler counts them, at the levels of calls the
     // regular way would stand in: one more for each call the run entered.
     m_fCounting = pDebugger != nullptr;
+    m_pClosedMark = &s_cFresh;
     // Without a window nothing can make the debugger more than count while the run goes
     // on (breakpoints change only where a run stops): only a window is watched.
     m_pWatchedDebugger = pDebugger != nullptr && pDebugger->HasWindow() ? pDebugger : nullptr;
@@ -525,25 +516,52 @@ CLumFastForm::ClosedEntered(CLumBasic& basic, Site& site, const std::vector<SLum
         SLumNumber aArgs[MAX_CLOSED_ARGS];
         if (!numbers(aArgs))
             return nullptr;
-        SLumNumber* pArg = aArgs;
-        for (SLumFastStep::SParam& param : head.m_aParams)
+        SLumFastStep::SParam* pParam = head.m_aParams.data();
+        SLumFastStep::SParam* pEnd = pParam + head.m_aParams.size();
+        // One parameter, most often, without the loop's bookkeeping.
+        if (pEnd - pParam == 1)
         {
-            CLumsVarValue& local = *param.m_cCache.m_pValue;
-            if (!Keep(local, param.m_cKept))
+            if (!Bind(*pParam, aArgs[0]))
                 return nullptr;
-            LumFastStore(local, *pArg++, param.m_cType);
         }
+        else
+            for (SLumNumber* pArg = aArgs; pParam != pEnd; ++pParam)
+                if (!Bind(*pParam, *pArg++))
+                    return nullptr;
     }
+    return ClosedEnteredBody(basic, head, caller, nLevel, nScope);
+}
+
+// A number argument bound to its parameter's local, noted for the undo first.
+LUM_HOT bool CLumFastForm::Bind(SLumFastStep::SParam& param, const SLumNumber& n)
+{
+    CLumsVarValue& local = *param.m_cCache.m_pValue;
+    if (!Keep(local, param.m_cKept))
+        return false;
+    LumFastStore(local, n, param.m_cType);
+    return true;
+}
+
+// The body of a call whose arguments are bound.
+LUM_HOT SLumFastStep* CLumFastForm::ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head,
+                                                      const SClosedFrame& caller, int nLevel,
+                                                      uint64_t& nScope)
+{
     // The callee's names resolve in its scope, with more than one procedure running.
     SClosedFrame frame{&head, caller.m_nNames + 1, (head.m_nScope << 1) | 1, nLevel, m_nClosedIfs};
     nScope = frame.m_nScope;
     m_nScope = frame.m_nScope;
     ++m_nClosedDepth;
+    // A procedure entered at the next depth enters its first line afresh, as the regular
+    // way's call drops the marks of the levels below: its mark is a marker of no line.
+    // The caller's mark is its own again behind the call.
+    const SLumFastStep* pCallerMark = m_pClosedMark;
     if (__builtin_expect(m_fCounting, 0))
-        EnterMarks();
+        m_pClosedMark = &s_cFresh;
     SLumSlotCode* pCode = Slots(head, frame.m_nScope);
     SLumFastStep* pEnd = pCode != nullptr ? SlotBody(basic, *pCode, frame) : ClosedBody(basic, head, frame);
     --m_nClosedDepth;
+    m_pClosedMark = pCallerMark;
     m_nScope = caller.m_nScope;
     return pEnd;
 }
@@ -709,18 +727,21 @@ LUM_HOT bool CLumFastForm::ClosedPure(SLumFastExpr& expr, bool fEmptyIsZero, SLu
 LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& code, const SClosedFrame& frame)
 {
     unsigned long nSteps = 0;
-    auto Count = [&] {
+    auto Count = [&]() LUM_HOT_LAMBDA {
         m_nClosedSteps += nSteps;
         nSteps = 0;
         return m_nClosedSteps <= m_nClosedStepLimit;
     };
+    // Whether lines are counted, which no closed run changes, at hand: the line's store
+    // at a marker could change it for all the compiler knows.
+    const bool fCounting = m_fCounting;
     const SLumSlotEdge* pEdge = &code.m_cEntry;
     for (;;)
     {
         if (pEdge->m_nMarkers != 0)
         {
             basic.m_nLine = pEdge->m_nLine;
-            if (__builtin_expect(m_fCounting, 0))
+            if (__builtin_expect(fCounting, 0))
             {
                 // Passive markers note nothing: one alone among them at once.
                 if (pEdge->m_nActive == 1)
@@ -749,6 +770,18 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         case SLumSlotOp::ASSIGN_ELEMENT:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!SlotAssignElement(basic, op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::ASSIGN_ADD:
+            if (!SlotArith<LBT_PLUS>(op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::ASSIGN_SUB:
+            if (!SlotArith<LBT_MINUS>(op, frame))
+                return nullptr;
+            break;
+        case SLumSlotOp::ASSIGN_MUL:
+            if (!SlotArith<LBT_MUL>(op, frame))
                 return nullptr;
             break;
         case SLumSlotOp::WALK:
@@ -814,8 +847,13 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             code.m_fRemake = true;
             code.m_nEpoch = 0;
             return WarmUp(), nullptr;
-        default:
+        case SLumSlotOp::GIVE_UP:
+        case SLumSlotOp::ELSE:
+        case SLumSlotOp::ENDIF:
             return GiveUp(), nullptr;
+        default:
+            // Every kind has its case: no test of the range at each op.
+            __builtin_unreachable();
         }
         pEdge = fTaken ? &op.m_cTaken : &op.m_cNext;
     }
@@ -859,10 +897,8 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
         const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
         if (value.GetType() != CLumsVarValue::VT_LONG)
             return SlotNumber(node, frame, out);
-        // Both longs, as the compiler sees: LumFastOperate keeps only their cases.
-        SLumNumber l{false, value.LongValue(), 0.0};
-        SLumNumber r{false, node.m_pRight->m_cNumber.m_nLong, 0.0};
-        return LumFastOperate(node.m_wToken, l, r, out) || GiveUp();
+        return LumFastOperateLongs(node.m_wToken, value.LongValue(), node.m_pRight->m_cNumber.m_nLong, out) ||
+               GiveUp();
     }
     if (node.m_eKind == SLumSlotNode::OPERATOR)
     {
@@ -885,14 +921,36 @@ LUM_HOT bool CLumFastForm::SlotQuick(const SLumSlotNode& node, const SClosedFram
 {
     if (node.m_eKind != SLumSlotNode::OPERATOR)
         return SlotOperand(node, frame, out);
+    // A constant on the right, most often, read where it stands.
     SLumNumber r;
-    return SlotOperand(*node.m_pLeft, frame, out) && SlotOperand(*node.m_pRight, frame, r) &&
-           (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
+    const SLumSlotNode& right = *node.m_pRight;
+    if (!SlotOperand(*node.m_pLeft, frame, out))
+        return false;
+    if (right.m_eKind == SLumSlotNode::CONSTANT)
+        r = right.m_cNumber;
+    else if (!SlotOperand(right, frame, r))
+        return false;
+    if (!out.m_fDouble && !r.m_fDouble)
+        return LumFastOperateLongs(node.m_wToken, out.m_nLong, r.m_nLong, out) || GiveUp();
+    return LumFastOperate(node.m_wToken, out, r, out) || GiveUp();
 }
 
 LUM_HOT bool CLumFastForm::SlotTruth(const SLumSlotNode& node, const SClosedFrame& frame, bool& fTrue)
 {
     SLumNumber n;
+    // A long variable against a long constant, the most frequent condition, apart from
+    // the number a call may give back.
+    if (node.m_eKind == SLumSlotNode::OPERATOR_LONG)
+    {
+        const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
+        if (value.GetType() == CLumsVarValue::VT_LONG)
+        {
+            if (!LumFastOperateLongs(node.m_wToken, value.LongValue(), node.m_pRight->m_cNumber.m_nLong, n))
+                return GiveUp();
+            fTrue = LumFastTruth(n);
+            return true;
+        }
+    }
     if (!SlotQuick(node, frame, n))
         return false;
     fTrue = LumFastTruth(n);
@@ -979,6 +1037,8 @@ bool CLumFastForm::SlotCall(const SLumSlotNode& node, const SClosedFrame& frame,
 LUM_HOT bool CLumFastForm::SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs,
                                        const SClosedFrame& frame, SLumNumber* pOut)
 {
+    if (nArgs == 1)
+        return SlotQuick(**ppArgs, frame, *pOut);
     for (size_t i = 0; i < nArgs; ++i)
         if (!SlotQuick(*ppArgs[i], frame, pOut[i]))
             return false;
@@ -1000,6 +1060,42 @@ LUM_HOT bool CLumFastForm::SlotStore(SLumSlot& slot, const SLumNumber& n, char c
     return true;
 }
 
+// An assignment of two leaves and an operator, as ASSIGN computes it: where both hold
+// numbers (an empty value, a text, read as SlotLeaf reads them) at once, with the
+// operator's rules for two longs (wrapping in 32 bits) or for doubles.
+template <unsigned short wToken>
+__attribute__((always_inline)) inline bool CLumFastForm::SlotArith(const SLumSlotOp& op,
+                                                                   const SClosedFrame& frame)
+{
+    const CLumsVarValue& l = *op.m_pLeft->m_pValue;
+    const CLumsVarValue& r = *op.m_pRight->m_pValue;
+    unsigned nLeft = static_cast<unsigned>(l.GetType()), nRight = static_cast<unsigned>(r.GetType());
+    // Each way stores its own number, whose kind the store then knows.
+    SLumNumber n;
+    if ((nLeft << 2 | nRight) == (CLumsVarValue::VT_LONG << 2 | CLumsVarValue::VT_LONG))
+    {
+        int64_t a = l.LongValue(), b = r.LongValue();
+        LumFastSetLong(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+        return SlotStore(*op.m_pTarget, n, op.m_cType);
+    }
+    if (nLeft - CLumsVarValue::VT_LONG <= 1 && nRight - CLumsVarValue::VT_LONG <= 1)
+    {
+        double a = nLeft == CLumsVarValue::VT_LONG ? l.LongValue() : l.DoubleValue();
+        double b = nRight == CLumsVarValue::VT_LONG ? r.LongValue() : r.DoubleValue();
+        LumFastSetDouble(n, wToken == LBT_PLUS ? a + b : wToken == LBT_MINUS ? a - b : a * b);
+        return SlotStore(*op.m_pTarget, n, op.m_cType);
+    }
+    return SlotAssign(op, frame);
+}
+
+// An assignment of a number as the op's value computes it, apart: its nodes stay out of
+// the typed ops.
+__attribute__((noinline)) bool CLumFastForm::SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame)
+{
+    SLumNumber n;
+    return SlotQuick(*op.m_pValue, frame, n) && SlotStore(*op.m_pTarget, n, op.m_cType);
+}
+
 // For as ClosedFor opens the loop, its record on the run's list of Fors open, which
 // calls inside the loop find below their own.
 bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
@@ -1010,6 +1106,7 @@ bool CLumFastForm::SlotFor(const SLumSlotOp& op, const SClosedFrame& frame)
         !SlotQuick(*op.m_pEnd, frame, loop.m_cEnd) ||
         (op.m_pStep != nullptr && !SlotQuick(*op.m_pStep, frame, loop.m_cStep)))
         return false;
+    loop.m_fLongs = !loop.m_cEnd.m_fDouble && !loop.m_cStep.m_fDouble;
     m_aClosedFors.push_back(loop);
     ++m_nClosedFors;
     return true;
@@ -1023,22 +1120,21 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     SLumSlot& slot = *op.m_pTarget;
     CLumsVarValue& counter = *slot.m_pValue;
     bool fPast;
-    if (counter.GetType() == CLumsVarValue::VT_LONG && !loop.m_cStep.m_fDouble && !loop.m_cEnd.m_fDouble)
+    if (counter.GetType() == CLumsVarValue::VT_LONG && loop.m_fLongs)
     {
-        // All longs, as the compiler sees: the same steps without the doubles' cases.
-        SLumNumber now{false, counter.LongValue(), 0.0};
-        SLumNumber step{false, loop.m_cStep.m_nLong, 0.0};
-        SLumNumber end{false, loop.m_cEnd.m_nLong, 0.0};
-        if (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot))
-            return -1;
-        LumFastOperate(LBT_PLUS, now, step, now);
-        fPast = LumFastPastEnd(now, end, step);
-        LumFastStore(counter, now, '%');
+        // All longs: the sum wraps in 32 bits, the step's sign picks the test, as
+        // LumFastOperate and LumFastPastEnd compute them. The counter's slot is its
+        // For's, which noted it for the undo in this run as it stored the start.
+        int32_t nStep = loop.m_cStep.m_nLong;
+        int32_t nNow =
+            static_cast<int32_t>(static_cast<uint32_t>(counter.LongValue()) + static_cast<uint32_t>(nStep));
+        fPast = nStep < 0 ? nNow < loop.m_cEnd.m_nLong : nNow > loop.m_cEnd.m_nLong;
+        counter = static_cast<long>(nNow);
     }
     else
     {
         SLumNumber now{};
-        if (!LumFastNumberOnly(counter, now) || (slot.m_nKeptRun != m_nClosedRun && !SlotKeep(slot)))
+        if (!LumFastNumberOnly(counter, now))
             return -1;
         LumFastOperate(LBT_PLUS, now, loop.m_cStep, now);
         fPast = LumFastPastEnd(now, loop.m_cEnd, loop.m_cStep);
@@ -1051,19 +1147,10 @@ LUM_HOT int CLumFastForm::SlotNext(const SLumSlotOp& op)
     return 0;
 }
 
-// The slot's variable noted for the undo, once a run.
-bool CLumFastForm::SlotKeep(SLumSlot& slot)
-{
-    if (!NoteUndo(*slot.m_pValue))
-        return false;
-    slot.m_nKeptRun = m_nClosedRun;
-    return true;
-}
-
 // Statements from the head's link to the End, which it gives; null where the run
 // gives up.
-LUM_HOT SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head,
-                                               const SClosedFrame& frame)
+__attribute__((noinline)) SLumFastStep* CLumFastForm::ClosedBody(CLumBasic& basic, SLumFastStep& head,
+                                                                 const SClosedFrame& frame)
 {
     // The conditions of the Ifs this procedure holds open, the innermost lowest.
     uint64_t nConditions = 0;

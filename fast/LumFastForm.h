@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -382,16 +383,23 @@ struct SLumSlotOp
         // An Else whose If's condition the code knows, an End If: it leads to its next
         // link, into which the links to it are folded.
         JUMP,
+        // An ASSIGN of `+`, `-` or `*` on two variables or constants (m_pLeft,
+        // m_pRight): computed at once where both hold numbers, else as ASSIGN.
+        ASSIGN_ADD,
+        ASSIGN_SUB,
+        ASSIGN_MUL,
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;
     // The Ifs and Fors the procedure holds open before it.
     int m_nOpen = 0;
     // ASSIGN and FOR: the target, ASSIGN_ELEMENT: the index, NEXT: its For's counter.
-    // ASSIGN, ASSIGN_ELEMENT, IF, WHILE, LOOP: the
-    // value or the condition; FOR: the start, the end and the step (null for none);
-    // CALL: the arguments.
+    // ASSIGN, ASSIGN_ELEMENT, IF, WHILE, LOOP: the value or the condition; FOR: the
+    // start, the end and the step (null for none); CALL: the arguments.
     SLumSlot* m_pTarget = nullptr;
+    // ASSIGN_ADD, ASSIGN_SUB, ASSIGN_MUL: the operands' slots (a constant's of its own).
+    SLumSlot* m_pLeft = nullptr;
+    SLumSlot* m_pRight = nullptr;
     const SLumSlotNode* m_pValue = nullptr;
     const SLumSlotNode* m_pEnd = nullptr;
     const SLumSlotNode* m_pStep = nullptr;
@@ -417,6 +425,9 @@ struct SLumSlotCode
     std::vector<SLumSlot> m_aSlots;
     // A loop's code (made from its Next): the slot of the counter its Next counts.
     SLumSlot* m_pCounter = nullptr;
+    // The values of the constants the typed ops read through slots (no cache): they
+    // stay where they are as more are made.
+    std::deque<CLumsVarValue> m_aConstants;
     std::vector<SLumSlotNode> m_aNodes;
     std::vector<const SLumSlotNode*> m_apArgs;
     std::vector<SLumSlotOp> m_aOps;
@@ -577,6 +588,49 @@ LUM_HOT bool LumFastOperate(unsigned short wToken, const SLumNumber& l, const SL
     }
     default:
         return false;
+    }
+}
+
+// Two longs, as LumFastOperate computes them, without its tests of the types: the
+// operators of the tests and the sums of long variables and constants.
+LUM_HOT bool LumFastOperateLongs(unsigned short wToken, int32_t l, int32_t r, SLumNumber& out)
+{
+    // The most frequent operators ahead of the search through the others.
+    if (wToken == LBT_PLUS)
+    {
+        LumFastSetLong(out, int64_t(l) + r);
+        return true;
+    }
+    if (wToken == LBT_MINUS)
+    {
+        LumFastSetLong(out, int64_t(l) - r);
+        return true;
+    }
+    switch (wToken)
+    {
+    case LBT_MUL:
+        LumFastSetLong(out, int64_t(l) * r);
+        return true;
+    case LBT_EQ:
+        LumFastSetLong(out, l == r);
+        return true;
+    case LBT_NE:
+        LumFastSetLong(out, l != r);
+        return true;
+    case LBT_LT:
+        LumFastSetLong(out, l < r);
+        return true;
+    case LBT_LE:
+        LumFastSetLong(out, l <= r);
+        return true;
+    case LBT_GT:
+        LumFastSetLong(out, l > r);
+        return true;
+    case LBT_GE:
+        LumFastSetLong(out, l >= r);
+        return true;
+    default:
+        return LumFastOperate(wToken, SLumNumber{false, l, 0.0}, SLumNumber{false, r, 0.0}, out);
     }
 }
 
@@ -746,7 +800,7 @@ private:
     // The variable a cache names, while store, generation and scope are the same. No
     // two stores ever share a generation, and a cache is filled with its store's: the
     // generation stands for the store as well.
-    CLumsVarValue* Cached(const CLumNameCache& cache) const
+    LUM_HOT CLumsVarValue* Cached(const CLumNameCache& cache) const
     {
         return cache.m_nScope == m_nScope && cache.m_nGeneration == m_pStore->GetGeneration() ? cache.m_pValue
                                                                                               : nullptr;
@@ -829,6 +883,8 @@ private:
         SLumNumber m_cEnd;
         SLumNumber m_cStep;
         int m_nIfs;
+        // The compiled form's: end and step are longs.
+        bool m_fLongs = false;
     };
     // Tries a closed run from `site` at depth `nDepth` (of runs, or of calls for a call
     // statement), except while a run from there that gave up runs the regular way, one
@@ -904,9 +960,13 @@ private:
     bool SlotNumbers(const SLumSlotNode* const* ppArgs, size_t nArgs, const SClosedFrame& frame,
                      SLumNumber* pOut);
     bool SlotStore(SLumSlot& slot, const SLumNumber& n, char cType);
+    template <unsigned short wToken> bool SlotArith(const SLumSlotOp& op, const SClosedFrame& frame);
+    bool SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame);
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
-    bool SlotKeep(SLumSlot& slot);
+    bool Bind(SLumFastStep::SParam& param, const SLumNumber& n);
+    SLumFastStep* ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& caller,
+                                    int nLevel, uint64_t& nScope);
     bool NoteUndo(CLumsVarValue& target);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
@@ -970,7 +1030,6 @@ private:
     // they are passed, counted when the run ends whole, dropped when it gives up.
     void NoteHits(SLumFastStep* pMarker, unsigned nMarkers);
     void NoteHit(SLumFastStep* pMarker);
-    void EnterMarks();
     __attribute__((noinline)) void CountMore(SLumFastStep* pMarker);
     void CountHits(CLumBasic& basic);
     void DropHits();
@@ -1117,10 +1176,11 @@ private:
     // many built-ins inside each other it is reading.
     bool m_fCachedOnly = false;
     int m_nBuiltinsRead = 0;
-    // Counting: by depth of closed calls, the marker passed last there, as the regular
-    // way keeps one for each level of calls; the markers whose hits are added up, in
-    // the order of their first, and the last one counted in a closed run.
-    std::vector<const SLumFastStep*> m_aClosedMarks;
+    // Counting: the marker passed last at the depth of closed calls that runs, as the
+    // regular way keeps one for each level of calls (the callers' wait on the machine
+    // stack); the markers whose hits are added up, in the order of their first, and the
+    // last one counted in a closed run.
+    const SLumFastStep* m_pClosedMark = nullptr;
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
     const SLumFastStep* m_pLastCounted = nullptr;

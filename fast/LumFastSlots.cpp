@@ -165,6 +165,7 @@ private:
             op.m_cType = step.m_cType;
             op.m_pTarget = Slot(step.m_cTarget);
             op.m_pValue = Statement(step);
+            Arith(op);
             break;
         case SLumFastStep::ASSIGN_ELEMENT:
         {
@@ -344,6 +345,45 @@ private:
         return Node(node);
     }
 
+    // An assignment of `+`, `-` or `*` on two leaves (variables or constants) to a typed
+    // op, the most frequent statement of loops: it reads both through slots, a constant
+    // from a slot of its own, and computes at once where both hold numbers.
+    void Arith(SLumSlotOp& op)
+    {
+        const SLumSlotNode& value = m_code.m_aNodes[reinterpret_cast<Index>(op.m_pValue)];
+        if (value.m_eKind != SLumSlotNode::OPERATOR && value.m_eKind != SLumSlotNode::OPERATOR_LONG)
+            return;
+        SLumSlotOp::EKind eKind = value.m_wToken == LBT_PLUS    ? SLumSlotOp::ASSIGN_ADD
+                                  : value.m_wToken == LBT_MINUS ? SLumSlotOp::ASSIGN_SUB
+                                  : value.m_wToken == LBT_MUL   ? SLumSlotOp::ASSIGN_MUL
+                                                                : SLumSlotOp::ASSIGN;
+        const SLumSlotNode& left = m_code.m_aNodes[reinterpret_cast<Index>(value.m_pLeft)];
+        const SLumSlotNode& right = m_code.m_aNodes[reinterpret_cast<Index>(value.m_pRight)];
+        if (eKind == SLumSlotOp::ASSIGN || !IsLeaf(left) || !IsLeaf(right))
+            return;
+        op.m_eKind = eKind;
+        op.m_pLeft = LeafSlot(left);
+        op.m_pRight = LeafSlot(right);
+    }
+
+    static bool IsLeaf(const SLumSlotNode& node)
+    {
+        return node.m_eKind == SLumSlotNode::SLOT_ANY || node.m_eKind == SLumSlotNode::SLOT_NUMBER ||
+               node.m_eKind == SLumSlotNode::CONSTANT;
+    }
+
+    // A leaf's slot: a variable's own, a constant's made with its value.
+    SLumSlot* LeafSlot(const SLumSlotNode& node)
+    {
+        if (node.m_eKind != SLumSlotNode::CONSTANT)
+            return node.m_pSlot;
+        const SLumNumber& n = node.m_cNumber;
+        m_code.m_aConstants.push_back(n.m_fDouble ? CLumsVarValue(n.m_dDouble)
+                                                  : CLumsVarValue(static_cast<long>(n.m_nLong)));
+        m_code.m_aSlots.push_back(SLumSlot{nullptr, &m_code.m_aConstants.back(), 0});
+        return reinterpret_cast<SLumSlot*>(static_cast<Index>(m_code.m_aSlots.size() - 1));
+    }
+
     // A statement's value or condition, as ClosedExpression computes it.
     const SLumSlotNode* Statement(SLumFastStep& step)
     {
@@ -512,6 +552,14 @@ private:
             ToEdge(op.m_cTaken);
             switch (op.m_eKind)
             {
+            case SLumSlotOp::ASSIGN_ADD:
+            case SLumSlotOp::ASSIGN_SUB:
+            case SLumSlotOp::ASSIGN_MUL:
+                ToSlot(op.m_pLeft);
+                ToSlot(op.m_pRight);
+                ToSlot(op.m_pTarget);
+                ToNode(op.m_pValue);
+                break;
             case SLumSlotOp::FOR:
                 ToNode(op.m_pEnd);
                 if (op.m_pFastStep->m_apArgs.size() > 1)
@@ -761,12 +809,15 @@ SLumSlotCode* CLumFastForm::SlotsFound(SLumFastStep& head, uint64_t nScope)
     uint64_t nGeneration = m_pStore->GetGeneration();
     for (const SLumSlot& slot : pCode->m_aSlots)
     {
+        if (slot.m_pCache == nullptr)
+            continue; // a constant's
         const CLumNameCache& cache = *slot.m_pCache;
         if (cache.m_nScope != nScope || cache.m_nGeneration != nGeneration || cache.m_pValue == nullptr)
             return nullptr;
     }
     for (SLumSlot& slot : pCode->m_aSlots)
-        slot.m_pValue = slot.m_pCache->m_pValue;
+        if (slot.m_pCache != nullptr)
+            slot.m_pValue = slot.m_pCache->m_pValue;
     pCode->m_nEpoch = m_nCheckEpoch;
     pCode->m_nScope = nScope;
     return pCode;

@@ -539,3 +539,55 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
     EXPECT_EQ(strFast, SpoiledOutcome(strSpoiled, true, "Spoil", fnSpoil));
     EXPECT_NE(strFast.find("S:seen$=L:i%=30"), std::string::npos) << strFast;
 }
+
+// The typed ops of compiled bodies (a sum, difference or product of two variables or
+// constants, a Next of longs) against the plain way: longs that wrap, a counter of no
+// type that turns into a double, a recursion on a double, and a variable that Spoil()
+// turns into a text, an empty value or a long before the fourth call of F.
+TEST(FastForm, TypedOpsComputeAndGiveUpAsThePlainWay)
+{
+    const struct
+    {
+        const char* m_pszName;
+        const char* m_pszBody; // of Function F(n%)
+        const CLumsVarValue m_cSpoiled;
+        const char* m_pszSeen; // a line the trail or the store must show
+    } aCases[] = {
+        {"a long sum that wraps",
+         "  u% = 2147483000\n  For i% = 1 To n% * 100\n    u% = u% + i%\n    t = t + u%\n  Next i%\n",
+         CLumsVarValue(0.5), "L:u%=-"},
+        {"a long product that wraps",
+         "  u% = 3\n  For i% = 1 To n% + 20\n    u% = u% * 7\n    t = t - u%\n  Next\n", CLumsVarValue(0.5),
+         "D:s="},
+        {"a counter of no type turns into a double",
+         "  For x = 1 To n% + 2\n    t = t + x\n    If x = 3 Then x = x * 1.5\n  Next x\n",
+         CLumsVarValue(0.5), "D:x="},
+        {"a long counter to a double end, counting down",
+         "  For i% = n% * 2 To 0.5 Step -1\n    t = t - i%\n    t = 2 * t\n  Next\n", CLumsVarValue(0.5),
+         "L:i%=0"},
+        {"a recursion on a double", "  t = G(n% * 1.5 + v)\n", CLumsVarValue(0.5), "D:s="},
+        {"a variable turned into a text", "  For i% = 1 To n%\n    t = t + v\n    t = v * i%\n  Next\n",
+         CLumsVarValue("x"), "kein String zugewiesen"},
+        {"a variable emptied", "  For i% = 1 To n%\n    t = v - t\n    t = t + i%\n  Next\n", CLumsVarValue(),
+         "D:s="},
+        {"a variable turned into a long", "  For i% = 1 To n%\n    t = v + t\n    t = t * v\n  Next\n",
+         CLumsVarValue(3L), "D:s="},
+    };
+    for (const auto& c : aCases)
+    {
+        std::string strSource =
+            std::string("Declare Function F(n%)\nDeclare Function G(x)\nSub Main\n  v = 0.5\n"
+                        "  For k% = 1 To 6\n    If k% = 4 Then\n      y = Spoil(0)\n"
+                        "    End If\n    t = 0\n    s = s + F(k%)\n  Next k%\nEnd Sub\n"
+                        "Function F(n%)\n") +
+            c.m_pszBody +
+            "  F = t\nEnd Function\nFunction G(x)\n  If x > 1 Then\n    G = G(x - 0.75) + x\n"
+            "  Else\n    G = x * 2\n  End If\nEnd Function\n";
+        auto fnSpoil = [&](CLumVariables& vars) {
+            vars.SetValue("v", new CLumsVarValue(c.m_cSpoiled));
+        };
+        std::string strFast = SpoiledOutcome(strSource, false, "Spoil", fnSpoil);
+        EXPECT_EQ(strFast, SpoiledOutcome(strSource, true, "Spoil", fnSpoil)) << c.m_pszName;
+        EXPECT_NE(strFast.find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << strFast;
+    }
+}

@@ -23,6 +23,7 @@ kinds=(
   "tostring 1000000 number to string"
   "sub 1000000 Sub call with two parameters"
   "sumloop 1000000 a function summing in a For loop, per pass"
+  "forfn 3000000 For loop in a function, s = s + i, per pass"
   "sumarray 1000000 a function summing an array, per element"
   "builtin 1000000 Abs, Fix, Round, Sgn in a function, per call"
   "template 300000 Str\$ with a template"
