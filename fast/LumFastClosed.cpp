@@ -294,12 +294,19 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
         if (pCode == nullptr || pCode->m_pCounter->m_pValue != &counter)
             return next.m_fNoSlots ? GiveUp() : WarmUp();
         if (m_fCounting)
+            m_pClosedMark = m_pMarkAt;
+        // The counter is noted for the undo before its Next counts, as a For's op notes
+        // it when it stores the start.
+        SLumSlot& counterSlot = *pCode->m_pCounter;
+        if (counterSlot.m_nKeptRun != m_nClosedRun)
         {
-            if (m_aClosedMarks.empty())
-                m_aClosedMarks.resize(1, &s_cFresh);
-            m_aClosedMarks[0] = m_pMarkAt;
+            if (!NoteUndo(counter))
+                return false;
+            counterSlot.m_nKeptRun = m_nClosedRun;
         }
-        m_aClosedFors.push_back(SClosedFor{&counter, end, step, 0});
+        SClosedFor open{&counter, end, step, 0};
+        open.m_fLongs = !end.m_fDouble && !step.m_fDouble;
+        m_aClosedFors.push_back(open);
         ++m_nClosedFors;
         SLumFastStep* pEnd = SlotBody(basic, *pCode, frame);
         m_nClosedIfs = 0;
@@ -308,7 +315,7 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
     if (fDone)
     {
         if (m_fCounting)
-            m_pMarkAt = m_aClosedMarks[0];
+            m_pMarkAt = m_pClosedMark;
         // The last marker passed led to the Next (LoopEndsAtMarkers).
         basic.NoteMarker(basic.m_nLine);
         // The last increment stays in the store.
