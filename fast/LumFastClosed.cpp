@@ -713,6 +713,30 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             fTaken = !fTrue;
             break;
         }
+        case SLumSlotOp::IF_EQ:
+            if (!SlotCompare<LBT_EQ>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_NE:
+            if (!SlotCompare<LBT_NE>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_LT:
+            if (!SlotCompare<LBT_LT>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_LE:
+            if (!SlotCompare<LBT_LE>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_GT:
+            if (!SlotCompare<LBT_GT>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_GE:
+            if (!SlotCompare<LBT_GE>(op, frame, fTaken))
+                return nullptr;
+            break;
         case SLumSlotOp::JUMP:
             break;
         case SLumSlotOp::WHILE:
@@ -991,6 +1015,35 @@ __attribute__((always_inline)) inline bool CLumFastForm::SlotArith(const SLumSlo
         return SlotStore(*op.m_pTarget, n, op.m_cType);
     }
     return SlotAssign(op, frame);
+}
+
+// An If of a variable against a long constant, as IF decides it: at once where the
+// variable holds a long (the operator's rules for two longs), else through its node.
+template <unsigned short wToken>
+LUM_HOT bool CLumFastForm::SlotCompare(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken)
+{
+    const CLumsVarValue& value = *op.m_pLeft->m_pValue;
+    if (__builtin_expect(value.GetType() != CLumsVarValue::VT_LONG, 0))
+        return SlotIf(op, frame, fTaken);
+    int32_t a = value.LongValue(), b = op.m_nConstant;
+    fTaken = !(wToken == LBT_EQ   ? a == b
+               : wToken == LBT_NE ? a != b
+               : wToken == LBT_LT ? a < b
+               : wToken == LBT_LE ? a <= b
+               : wToken == LBT_GT ? a > b
+                                  : a >= b);
+    return true;
+}
+
+// An If's condition through its node, apart: its nodes stay out of the typed ops.
+__attribute__((noinline)) bool CLumFastForm::SlotIf(const SLumSlotOp& op, const SClosedFrame& frame,
+                                                    bool& fTaken)
+{
+    bool fTrue;
+    if (!SlotTruth(*op.m_pValue, frame, fTrue))
+        return false;
+    fTaken = !fTrue;
+    return true;
 }
 
 // An assignment of a number as the op's value computes it, apart: its nodes stay out of

@@ -380,6 +380,14 @@ struct SLumSlotOp
         ASSIGN_ADD,
         ASSIGN_SUB,
         ASSIGN_MUL,
+        // An IF of a variable against a long constant (m_pLeft, m_nConstant): decided at
+        // once where the variable holds a long, else as IF.
+        IF_EQ,
+        IF_NE,
+        IF_LT,
+        IF_LE,
+        IF_GT,
+        IF_GE,
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;
@@ -392,6 +400,7 @@ struct SLumSlotOp
     // ASSIGN_ADD, ASSIGN_SUB, ASSIGN_MUL: the operands' slots (a constant's of its own).
     SLumSlot* m_pLeft = nullptr;
     SLumSlot* m_pRight = nullptr;
+    int32_t m_nConstant = 0;
     const SLumSlotNode* m_pValue = nullptr;
     const SLumSlotNode* m_pEnd = nullptr;
     const SLumSlotNode* m_pStep = nullptr;
@@ -945,6 +954,9 @@ private:
     bool SlotStore(SLumSlot& slot, const SLumNumber& n, char cType);
     template <unsigned short wToken> bool SlotArith(const SLumSlotOp& op, const SClosedFrame& frame);
     bool SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame);
+    template <unsigned short wToken>
+    bool SlotCompare(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken);
+    bool SlotIf(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken);
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
     bool Bind(SLumFastStep::SParam& param, const SLumNumber& n);
