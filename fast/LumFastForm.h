@@ -348,6 +348,9 @@ struct SLumSlotEdge
     SLumFastStep* m_pCounted = nullptr;
     unsigned m_nFirstActive = 0;
     unsigned m_nActive = 0;
+    // Whether each of those behind the first enters its line, as known from the one
+    // before it, which is the depth's mark there: only the first's is decided at run time.
+    bool m_fRestEnter = false;
 };
 
 struct SLumSlotOp
@@ -963,6 +966,9 @@ private:
     SLumFastStep* ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& caller,
                                     int nLevel, uint64_t& nScope);
     bool NoteUndo(CLumsVarValue& target);
+    void NoteHitsOf(const SLumSlotCode& code, const SLumSlotEdge& edge);
+    void Hit(SLumFastStep* pMarker);
+    void List(SLumFastStep* pMarker);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
                                                          const std::vector<SLumFastExpr*>& args,

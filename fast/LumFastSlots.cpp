@@ -115,6 +115,11 @@ private:
         edge.m_nFirstActive = static_cast<unsigned>(m_code.m_apActive.size());
         edge.m_nActive = static_cast<unsigned>(aActive.size());
         edge.m_pCounted = aActive.empty() ? nullptr : aActive[0];
+        // As NoteHit decides against the marker passed before, at the same depth.
+        edge.m_fRestEnter = true;
+        for (size_t i = 1; i < aActive.size(); ++i)
+            edge.m_fRestEnter = edge.m_fRestEnter && (aActive[i - 1]->m_nLine != aActive[i]->m_nLine ||
+                                                      aActive[i]->m_pAt <= aActive[i - 1]->m_pAt);
         m_code.m_apActive.insert(m_code.m_apActive.end(), aActive.begin(), aActive.end());
     }
 
