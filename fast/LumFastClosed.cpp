@@ -64,6 +64,36 @@ LUM_HOT void CLumFastForm::NoteHits(SLumFastStep* pMarker, unsigned nMarkers)
             NoteHit(pMarker);
 }
 
+// The markers of a link that are not passive, more than one or none: those behind the
+// first enter their lines where the code knows they do (SLumSlotEdge::m_fRestEnter).
+LUM_HOT void CLumFastForm::NoteHitsOf(const SLumSlotCode& code, const SLumSlotEdge& edge)
+{
+    SLumFastStep* const* ppActive = code.m_apActive.data() + edge.m_nFirstActive;
+    SLumFastStep* const* ppEnd = ppActive + edge.m_nActive;
+    if (!edge.m_fRestEnter || ppActive == ppEnd)
+    {
+        for (; ppActive != ppEnd; ++ppActive)
+            NoteHit(*ppActive);
+        return;
+    }
+    // The first as NoteHit decides, the mark and the last line counted left to the last.
+    SLumFastStep* pFirst = *ppActive;
+    if (m_pClosedMark->m_nLine != pFirst->m_nLine || pFirst->m_pAt <= m_pClosedMark->m_pAt)
+    {
+        if (pFirst->m_nHits == 0)
+            List(pFirst);
+        ++pFirst->m_nHits;
+    }
+    while (++ppActive != ppEnd)
+    {
+        SLumFastStep* pMarker = *ppActive;
+        if (pMarker->m_nHits == 0)
+            List(pMarker);
+        ++pMarker->m_nHits;
+    }
+    m_pClosedMark = m_pLastCounted = ppEnd[-1];
+}
+
 // One marker that is not passive.
 LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
 {
@@ -71,19 +101,28 @@ LUM_HOT void CLumFastForm::NoteHit(SLumFastStep* pMarker)
     const SLumFastStep*& pMark = m_pClosedMark;
     bool fEnters = pMark->m_nLine != pMarker->m_nLine || pMarker->m_pAt <= pMark->m_pAt;
     pMark = pMarker;
-    if (!fEnters)
-        return;
+    if (fEnters)
+        Hit(pMarker);
+}
+
+// A hit of a marker that enters its line.
+LUM_HOT void CLumFastForm::Hit(SLumFastStep* pMarker)
+{
     // Listed before the count rises, which a failed growth must not leave unlisted.
     // Hits wrap around as the profiler's counts do, so a sum added at the end counts
     // what the hits one by one would have.
     if (pMarker->m_nHits == 0)
-    {
-        if (m_nCounted == m_aCounted.size())
-            CountMore(pMarker);
-        m_aCounted[m_nCounted++] = pMarker;
-    }
+        List(pMarker);
     ++pMarker->m_nHits;
     m_pLastCounted = pMarker;
+}
+
+// A marker's first hit of the run puts it on the list.
+LUM_HOT void CLumFastForm::List(SLumFastStep* pMarker)
+{
+    if (m_nCounted == m_aCounted.size())
+        CountMore(pMarker);
+    m_aCounted[m_nCounted++] = pMarker;
 }
 
 // A stop request ends a closed run at its next call or way back: the regular way then
@@ -739,27 +778,19 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         nSteps = 0;
         return m_nClosedSteps <= m_nClosedStepLimit;
     };
-    // Whether lines are counted, which no closed run changes, at hand: the line's store
-    // at a marker could change it for all the compiler knows.
-    const bool fCounting = m_fCounting;
     const SLumSlotEdge* pEdge = &code.m_cEntry;
     for (;;)
     {
         if (pEdge->m_nMarkers != 0)
         {
             basic.m_nLine = pEdge->m_nLine;
-            if (__builtin_expect(fCounting, 0))
+            if (__builtin_expect(m_fCounting, 0))
             {
                 // Passive markers note nothing: one alone among them at once.
                 if (pEdge->m_nActive == 1)
                     NoteHit(pEdge->m_pCounted);
                 else
-                {
-                    SLumFastStep* const* ppActive = code.m_apActive.data() + pEdge->m_nFirstActive;
-                    for (SLumFastStep* const* ppEnd = ppActive + pEdge->m_nActive; ppActive != ppEnd;
-                         ++ppActive)
-                        NoteHit(*ppActive);
-                }
+                    NoteHitsOf(code, *pEdge);
             }
         }
         nSteps += pEdge->m_nSteps;
@@ -806,6 +837,30 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             fTaken = !fTrue;
             break;
         }
+        case SLumSlotOp::IF_EQ:
+            if (!SlotCompare<LBT_EQ>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_NE:
+            if (!SlotCompare<LBT_NE>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_LT:
+            if (!SlotCompare<LBT_LT>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_LE:
+            if (!SlotCompare<LBT_LE>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_GT:
+            if (!SlotCompare<LBT_GT>(op, frame, fTaken))
+                return nullptr;
+            break;
+        case SLumSlotOp::IF_GE:
+            if (!SlotCompare<LBT_GE>(op, frame, fTaken))
+                return nullptr;
+            break;
         case SLumSlotOp::JUMP:
             break;
         case SLumSlotOp::WHILE:
@@ -1093,6 +1148,35 @@ __attribute__((always_inline)) inline bool CLumFastForm::SlotArith(const SLumSlo
         return SlotStore(*op.m_pTarget, n, op.m_cType);
     }
     return SlotAssign(op, frame);
+}
+
+// An If of a variable against a long constant, as IF decides it: at once where the
+// variable holds a long (the operator's rules for two longs), else through its node.
+template <unsigned short wToken>
+LUM_HOT bool CLumFastForm::SlotCompare(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken)
+{
+    const CLumsVarValue& value = *op.m_pLeft->m_pValue;
+    if (__builtin_expect(value.GetType() != CLumsVarValue::VT_LONG, 0))
+        return SlotIf(op, frame, fTaken);
+    int32_t a = value.LongValue(), b = op.m_nConstant;
+    fTaken = !(wToken == LBT_EQ   ? a == b
+               : wToken == LBT_NE ? a != b
+               : wToken == LBT_LT ? a < b
+               : wToken == LBT_LE ? a <= b
+               : wToken == LBT_GT ? a > b
+                                  : a >= b);
+    return true;
+}
+
+// An If's condition through its node, apart: its nodes stay out of the typed ops.
+__attribute__((noinline)) bool CLumFastForm::SlotIf(const SLumSlotOp& op, const SClosedFrame& frame,
+                                                    bool& fTaken)
+{
+    bool fTrue;
+    if (!SlotTruth(*op.m_pValue, frame, fTrue))
+        return false;
+    fTaken = !fTrue;
+    return true;
 }
 
 // An assignment of a number as the op's value computes it, apart: its nodes stay out of

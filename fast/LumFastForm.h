@@ -354,6 +354,9 @@ struct SLumSlotEdge
     SLumFastStep* m_pCounted = nullptr;
     unsigned m_nFirstActive = 0;
     unsigned m_nActive = 0;
+    // Whether each of those behind the first enters its line, as known from the one
+    // before it, which is the depth's mark there: only the first's is decided at run time.
+    bool m_fRestEnter = false;
 };
 
 struct SLumSlotOp
@@ -388,6 +391,14 @@ struct SLumSlotOp
         ASSIGN_ADD,
         ASSIGN_SUB,
         ASSIGN_MUL,
+        // An IF of a variable against a long constant (m_pLeft, m_nConstant): decided at
+        // once where the variable holds a long, else as IF.
+        IF_EQ,
+        IF_NE,
+        IF_LT,
+        IF_LE,
+        IF_GT,
+        IF_GE,
     };
     EKind m_eKind = GIVE_UP;
     char m_cType = 0;
@@ -400,6 +411,7 @@ struct SLumSlotOp
     // ASSIGN_ADD, ASSIGN_SUB, ASSIGN_MUL: the operands' slots (a constant's of its own).
     SLumSlot* m_pLeft = nullptr;
     SLumSlot* m_pRight = nullptr;
+    int32_t m_nConstant = 0;
     const SLumSlotNode* m_pValue = nullptr;
     const SLumSlotNode* m_pEnd = nullptr;
     const SLumSlotNode* m_pStep = nullptr;
@@ -962,12 +974,18 @@ private:
     bool SlotStore(SLumSlot& slot, const SLumNumber& n, char cType);
     template <unsigned short wToken> bool SlotArith(const SLumSlotOp& op, const SClosedFrame& frame);
     bool SlotAssign(const SLumSlotOp& op, const SClosedFrame& frame);
+    template <unsigned short wToken>
+    bool SlotCompare(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken);
+    bool SlotIf(const SLumSlotOp& op, const SClosedFrame& frame, bool& fTaken);
     __attribute__((noinline)) bool SlotFor(const SLumSlotOp& op, const SClosedFrame& frame);
     int SlotNext(const SLumSlotOp& op);
     bool Bind(SLumFastStep::SParam& param, const SLumNumber& n);
     SLumFastStep* ClosedEnteredBody(CLumBasic& basic, SLumFastStep& head, const SClosedFrame& caller,
                                     int nLevel, uint64_t& nScope);
     bool NoteUndo(CLumsVarValue& target);
+    void NoteHitsOf(const SLumSlotCode& code, const SLumSlotEdge& edge);
+    void Hit(SLumFastStep* pMarker);
+    void List(SLumFastStep* pMarker);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedBindTexts(CLumBasic& basic, SLumFastStep& head,
                                                          const std::vector<SLumFastExpr*>& args,

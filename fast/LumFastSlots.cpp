@@ -57,6 +57,7 @@ public:
         }
         if (!Shape() || (m_pLoopNext != nullptr && !LoopEndsAtMarkers()))
             return false;
+        Compares();
         // A call in an op's numbers sets the run's count of Ifs and Fors open from it.
         for (size_t n = 0; n < m_aNodesOf.size(); ++n)
             for (size_t i = m_aNodesOf[n].first; i < m_aNodesOf[n].second; ++i)
@@ -122,6 +123,11 @@ private:
         edge.m_nFirstActive = static_cast<unsigned>(m_code.m_apActive.size());
         edge.m_nActive = static_cast<unsigned>(aActive.size());
         edge.m_pCounted = aActive.empty() ? nullptr : aActive[0];
+        // As NoteHit decides against the marker passed before, at the same depth.
+        edge.m_fRestEnter = true;
+        for (size_t i = 1; i < aActive.size(); ++i)
+            edge.m_fRestEnter = edge.m_fRestEnter && (aActive[i - 1]->m_nLine != aActive[i]->m_nLine ||
+                                                      aActive[i]->m_pAt <= aActive[i - 1]->m_pAt);
         m_code.m_apActive.insert(m_code.m_apActive.end(), aActive.begin(), aActive.end());
     }
 
@@ -366,6 +372,31 @@ private:
         op.m_pRight = LeafSlot(right);
     }
 
+    // An If of a variable against a long constant to a typed op, once the shape of the
+    // code knows its Ifs: it decides at once where the variable holds a long.
+    void Compares()
+    {
+        for (SLumSlotOp& op : m_code.m_aOps)
+        {
+            if (op.m_eKind != SLumSlotOp::IF)
+                continue;
+            const SLumSlotNode& value = m_code.m_aNodes[reinterpret_cast<Index>(op.m_pValue)];
+            if (value.m_eKind != SLumSlotNode::OPERATOR_LONG)
+                continue;
+            const std::pair<unsigned short, SLumSlotOp::EKind> aKinds[] = {
+                {LBT_EQ, SLumSlotOp::IF_EQ}, {LBT_NE, SLumSlotOp::IF_NE}, {LBT_LT, SLumSlotOp::IF_LT},
+                {LBT_LE, SLumSlotOp::IF_LE}, {LBT_GT, SLumSlotOp::IF_GT}, {LBT_GE, SLumSlotOp::IF_GE}};
+            for (const auto& kind : aKinds)
+                if (kind.first == value.m_wToken)
+                {
+                    op.m_eKind = kind.second;
+                    op.m_pLeft = m_code.m_aNodes[reinterpret_cast<Index>(value.m_pLeft)].m_pSlot;
+                    op.m_nConstant =
+                        m_code.m_aNodes[reinterpret_cast<Index>(value.m_pRight)].m_cNumber.m_nLong;
+                }
+        }
+    }
+
     static bool IsLeaf(const SLumSlotNode& node)
     {
         return node.m_eKind == SLumSlotNode::SLOT_ANY || node.m_eKind == SLumSlotNode::SLOT_NUMBER ||
@@ -558,6 +589,15 @@ private:
                 ToSlot(op.m_pLeft);
                 ToSlot(op.m_pRight);
                 ToSlot(op.m_pTarget);
+                ToNode(op.m_pValue);
+                break;
+            case SLumSlotOp::IF_EQ:
+            case SLumSlotOp::IF_NE:
+            case SLumSlotOp::IF_LT:
+            case SLumSlotOp::IF_LE:
+            case SLumSlotOp::IF_GT:
+            case SLumSlotOp::IF_GE:
+                ToSlot(op.m_pLeft);
                 ToNode(op.m_pValue);
                 break;
             case SLumSlotOp::FOR:

@@ -572,6 +572,12 @@ TEST(FastForm, TypedOpsComputeAndGiveUpAsThePlainWay)
          "D:s="},
         {"a variable turned into a long", "  For i% = 1 To n%\n    t = v + t\n    t = t * v\n  Next\n",
          CLumsVarValue(3L), "D:s="},
+        {"conditions on a variable turned into a long",
+         "  For i% = 1 To n% + 3\n    If i% >= 3 Then t = t + v\n    If v <> 2 Then t = t - i%\n"
+         "    If i% < -1 Then t = 0\n  Next\n",
+         CLumsVarValue(2L), "D:s="},
+        {"a condition on a variable emptied", "  If v = 0 Then\n    t = 7\n  Else\n    t = n%\n  End If\n",
+         CLumsVarValue(), "D:s=27.000000"},
     };
     for (const auto& c : aCases)
     {

@@ -123,3 +123,27 @@ TEST(ProfileCli, TheCountsOfASourceInAFolderWithADotAreToldAndFound)
                               ".Profile\n        -:    0:Runs:1\n        -:    1:Sub Main\n"
                               "        1:    2:    p = 1\n        1:    3:End Sub\n");
 }
+
+// A recursion run whole counts its lines as the plain way does: links that pass several
+// markers at once (End If, End Function), each depth entering its first line afresh,
+// and a line of two statements.
+TEST(ProfileCli, ARecursionRunWholeCountsAsThePlainWay)
+{
+    const char* pszSource = "Declare Function D%(k%)\nSub Main\n  For i% = 1 To 4\n    t% = t% + D%(i% * 3)\n"
+                            "  Next i%\nEnd Sub\nFunction D%(k%)\n  If k% > 0 Then\n    D% = D%(k% - 1) + 1\n"
+                            "    If k% > 5 Then D% = D% + 2 : D% = D% - 1\n  Else\n    D% = 0\n  End If\n"
+                            "End Function\n";
+    std::string aListings[2];
+    for (int i = 0; i < 2; ++i)
+    {
+        CImageDir dir;
+        std::ofstream(dir.Path("prog.lbd")) << pszSource;
+        CliResult o = RunCli(dir, i == 0 ? "run --profile prog.lbd" : "run --profile --plain prog.lbd");
+        ASSERT_EQ(o.m_nStatus, 0) << o.m_strErr;
+        ASSERT_EQ(RunCli(dir, "profile prog.lbd").m_nStatus, 0);
+        aListings[i] = dir.Read("prog_Profile.txt");
+    }
+    EXPECT_EQ(aListings[0], aListings[1]);
+    // 4 + 7 + 10 + 13 calls.
+    EXPECT_NE(aListings[0].find("00034 End Function"), std::string::npos) << aListings[0];
+}
