@@ -564,10 +564,15 @@ CLumFastForm::ClosedEntered(CLumBasic& basic, Site& site, const std::vector<SLum
             return nullptr;
         SLumFastStep::SParam* pParam = head.m_aParams.data();
         SLumFastStep::SParam* pEnd = pParam + head.m_aParams.size();
-        // One parameter, most often, without the loop's bookkeeping.
+        // One parameter, most often, or two, without the loop's bookkeeping.
         if (pEnd - pParam == 1)
         {
             if (!Bind(*pParam, aArgs[0]))
+                return nullptr;
+        }
+        else if (pEnd - pParam == 2)
+        {
+            if (!Bind(pParam[0], aArgs[0]) || !Bind(pParam[1], aArgs[1]))
                 return nullptr;
         }
         else
