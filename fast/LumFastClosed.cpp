@@ -1127,6 +1127,9 @@ LUM_HOT bool CLumFastForm::SlotStore(SLumSlot& slot, const SLumNumber& n, char c
     return true;
 }
 
+// A double's type follows a long's, so that one test tells both apart from the rest.
+static_assert(CLumsVarValue::VT_DOUBLE == CLumsVarValue::VT_LONG + 1, "the kinds of numbers are neighbours");
+
 // An assignment of two leaves and an operator, as ASSIGN computes it: where both hold
 // numbers (an empty value, a text, read as SlotLeaf reads them) at once, with the
 // operator's rules for two longs (wrapping in 32 bits) or for doubles.
