@@ -298,8 +298,12 @@ CLumFastForm::EOutcome CLumFastForm::RunClosedLoop(CLumBasic& basic, SLumFastSte
     // holds while it adds up hits (a marker passed since the level began). Without a
     // procedure on the stacks no scope names the slots. The first pass's way back is
     // linked only once this Next returns.
+    // With a debugger's window open a pause or a breakpoint ends a closed run and takes
+    // back all its passes: it would stop at this Next, not where the loop spends its
+    // time, so the loop keeps the regular way.
     if (basic.m_cFunctionStack.IsEmpty() || next.m_fNoSlots ||
-        next.m_nClosedFailures >= MAX_CLOSED_FAILURES || next.m_nClosedWarmups >= MAX_CLOSED_WARMUPS)
+        next.m_nClosedFailures >= MAX_CLOSED_FAILURES || next.m_nClosedWarmups >= MAX_CLOSED_WARMUPS ||
+        (basic.m_fDebugMode && basic.m_pDebugger != nullptr && basic.m_pDebugger->HasWindow()))
     {
         loop.m_nClosedTries = MAX_LOOP_TRIES;
         return JUMP;
