@@ -19,7 +19,7 @@
 // huge page is resident whole once touched, so smaller stores keep the small blocks.
 #pragma once
 
-#include <sys/mman.h>
+#include <lumbasic/LumLargeBlock.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -79,21 +79,8 @@ public:
 private:
     static_assert(SIZE >= sizeof(void*), "an object must hold the list's link");
     static constexpr size_t BLOCK_OBJECTS = (65536 / SIZE) > 0 ? 65536 / SIZE : 1;
-    static constexpr size_t HUGE_BYTES = size_t(2) << 20;
-    static constexpr size_t HUGE_OBJECTS = HUGE_BYTES / SIZE;
-    static constexpr size_t SMALL_BLOCKS = 4 * HUGE_BYTES / (BLOCK_OBJECTS * SIZE);
-
-    // A block of HUGE_BYTES on its own huge page where the kernel has one to give.
-    static char* HugeBlock()
-    {
-        void* p = std::aligned_alloc(HUGE_BYTES, HUGE_BYTES);
-        if (p == nullptr)
-            throw std::bad_alloc();
-#ifdef MADV_HUGEPAGE
-        madvise(p, HUGE_BYTES, MADV_HUGEPAGE);
-#endif
-        return static_cast<char*>(p);
-    }
+    static constexpr size_t HUGE_OBJECTS = LUM_LARGE_BLOCK / SIZE;
+    static constexpr size_t SMALL_BLOCKS = 4 * LUM_LARGE_BLOCK / (BLOCK_OBJECTS * SIZE);
 
     // Apart from Alloc, so that taking from the list saves no registers for it.
     __attribute__((noinline)) static void* AllocSlow(size_t n)
@@ -136,7 +123,8 @@ private:
         }
         bool fHuge = SIZE <= 4096 && nBlocks >= SMALL_BLOCKS;
         size_t nObjects = fHuge ? HUGE_OBJECTS : BLOCK_OBJECTS;
-        char* pBlock = fHuge ? HugeBlock() : static_cast<char*>(::operator new(BLOCK_OBJECTS* SIZE));
+        char* pBlock = fHuge ? static_cast<char*>(LumLargeBlockAlloc())
+                             : static_cast<char*>(::operator new(BLOCK_OBJECTS* SIZE));
         {
             std::lock_guard<std::mutex> lock(pool.m_cLock);
             pool.m_aBlocks.push_back(pBlock);

@@ -1081,7 +1081,7 @@ bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
     std::string_view name(expr.m_pszName, expr.m_nNameLength);
     const CLumsVarValue* pValue;
     // The store finds an element by its name and one index at once where it can.
-    if (nIndex > 0 && nIndex < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+    if (nIndex > 0 && nIndex < static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX) &&
         !name.empty() && name.size() + 11 <= CLumVariables::MAX_KEY)
         pValue = m_pStore->FindElement(name, static_cast<uint32_t>(nIndex), expr.m_cElements);
     else
@@ -1720,7 +1720,7 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
     if (!ClosedIndices(target, aIndices))
         return false;
     if (aIndices[0] <= 0 ||
-        aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX))
+        aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX))
         return GiveUp();
     SLumNumber n;
     return ClosedExpression(basic, step, frame, n) && StoreElement(step, aIndices[0], n);
@@ -1736,7 +1736,7 @@ bool CLumFastForm::SlotAssignElement(CLumBasic& basic, const SLumSlotOp& op, con
         return ClosedAssignElement(basic, step, frame);
     long nIndex = index.LongValue();
     if (NameCouldBeElements(frame) || m_pStore->HasScopedElements() || nIndex <= 0 ||
-        nIndex >= static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX))
+        nIndex >= static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX))
         return GiveUp();
     SLumNumber n;
     return SlotQuick(*op.m_pValue, frame, n) && StoreElement(step, nIndex, n);

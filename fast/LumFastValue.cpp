@@ -110,7 +110,7 @@ CLumFastForm::EOutcome CLumFastForm::AssignElement(CLumBasic& basic, SLumFastSte
     }
     bool fLocals = basic.GetDepth() > 1 && store.HasScopedElements();
     bool fSimple = !fLocals && aIndices[0] > 0 && aIndices[1] == 0 &&
-                   aIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+                   aIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX) &&
                    !name.empty() && name.size() + 11 <= CLumVariables::MAX_KEY && !step.m_fResultTarget;
     char szName[CLumVariables::MAX_KEY + 1];
     size_t nName = 0;

@@ -114,13 +114,14 @@ TEST(Variables, ReadsCutKeysAt255CharactersAndDropIndicesThatDoNotFit)
 TEST(Variables, SetValueOwnsAndReplaces)
 {
     CLumVariables vars;
-    CLumsVarValue* pFirst = new CLumsVarValue(1L);
-    vars.SetValue("x%", pFirst);
-    vars.SetValue("x%", pFirst); // the same pointer stays valid
-    *pFirst = 5L;
+    vars.SetValue("x%", new CLumsVarValue(1L)); // taken over and freed (checked by the sanitizer build)
+    CLumsVarValue* pStored = vars.GetValue("x%", nullptr);
+    vars.SetValue("x%", pStored); // the stored pointer stays valid
+    *pStored = 5L;
     EXPECT_EQ(vars.GetValue("x%", nullptr)->GetLong(), 5);
-    vars.SetValue("x%", new CLumsVarValue(6L)); // the old one is freed (checked by the sanitizer build)
-    EXPECT_EQ(vars.GetValue("x%", nullptr)->GetLong(), 6);
+    vars.SetValue("x%", new CLumsVarValue(6L)); // the variable keeps its object
+    EXPECT_EQ(vars.GetValue("x%", nullptr), pStored);
+    EXPECT_EQ(pStored->GetLong(), 6);
     CLumsVarValue dimension(10L);
     vars.SetDimension("a%", &dimension);
     EXPECT_EQ(vars.GetCount(), 1u);
@@ -157,6 +158,53 @@ TEST(Variables, ManyElementsStayReachable)
         long aIndices[6] = {i};
         EXPECT_EQ(vars.GetValue("a%", aIndices)->GetLong(), i * 2);
     }
+}
+
+// A host may store null under a key: the key stays, with no value, until a store into
+// it. A plain variable and an element hold their values in different places.
+TEST(Variables, NullStoredLeavesAKeyWithoutValue)
+{
+    for (const char* pszKey : {"w", "a:3"})
+    {
+        CLumVariables vars;
+        vars.SetValue(pszKey, new CLumsVarValue(2L));
+        uint64_t nGeneration = vars.GetGeneration();
+        vars.SetValue(pszKey, nullptr);
+        EXPECT_NE(vars.GetGeneration(), nGeneration) << pszKey;
+        EXPECT_EQ(vars.Find(pszKey, nullptr), nullptr) << pszKey;
+        EXPECT_EQ(vars.IsDefined(pszKey, nullptr), 0) << pszKey;
+        EXPECT_EQ(vars.GetValue(pszKey, nullptr), CLumVariables::GetNullValue(pszKey)) << pszKey;
+        EXPECT_TRUE(vars.Contains(pszKey)) << pszKey;
+        EXPECT_EQ(Text(vars), "") << pszKey;
+        EXPECT_EQ((*vars.GetMap().begin()).m_value, nullptr) << pszKey;
+        vars.SetValue(pszKey, new CLumsVarValue(7L));
+        EXPECT_EQ(vars.Find(pszKey, nullptr)->GetLong(), 7) << pszKey;
+        EXPECT_EQ(vars.GetCount(), 1u) << pszKey;
+    }
+}
+
+// The memory budget counts a stored value as it counts a value of its own: a store
+// filled, changed and emptied leaves the count where it found it.
+TEST(Variables, StoredValuesCountTowardsTheBudgetUntilFreed)
+{
+    int64_t nBefore = LumValueBytes();
+    {
+        CLumVariables vars;
+        for (long i = 1; i <= 1000; ++i)
+        {
+            long aIndices[6] = {i};
+            vars.SetValue(i % 2 ? "x" : "y$", new CLumsVarValue(static_cast<double>(i)));
+            CLumElementCache cache;
+            *vars.ObtainElement("a", aIndices, cache) = "text";
+        }
+        EXPECT_GE(LumValueBytes() - nBefore, 1002 * static_cast<int64_t>(sizeof(CLumsVarValue)));
+        vars.SetValue("x", nullptr);
+        vars.Obtain("x");
+        vars.Clear();
+        EXPECT_EQ(LumValueBytes(), nBefore);
+        vars.SetValue("z", new CLumsVarValue("kept to the end"));
+    }
+    EXPECT_EQ(LumValueBytes(), nBefore);
 }
 
 TEST(RuntimeClass, NamesAndCheckedDownCasts)

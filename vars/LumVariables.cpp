@@ -51,12 +51,18 @@ CLumVariables::CLumVariables(const CLumVariables& src) : CLumObject()
 
 CLumVariables::~CLumVariables()
 {
-    m_map.ForEachValue([](CLumsVarValue* pValue) noexcept { delete pValue; });
+    Clear();
+}
+
+void CLumVariables::CountRecords(int64_t nRecords) noexcept
+{
+    LumValueBytes() += nRecords * static_cast<int64_t>(sizeof(CLumsVarValue));
 }
 
 void CLumVariables::Clear() noexcept
 {
-    m_map.ForEachValue([](CLumsVarValue* pValue) noexcept { delete pValue; });
+    CountRecords(-static_cast<int64_t>(m_map.GetCount() - m_nNoValues));
+    m_nNoValues = 0;
     m_map.Reset();
     m_nGeneration = NextGeneration();
     m_nScopedElements = 0;
@@ -66,7 +72,7 @@ CLumVariables& CLumVariables::operator=(const CLumVariables& src)
 {
     if (this == &src)
         return *this;
-    for (const auto& entry : src.m_map)
+    for (const auto& entry : src.GetMap())
     {
         CLumsVarValue* pValue = new CLumsVarValue();
         if (entry.m_value != nullptr)
@@ -76,45 +82,72 @@ CLumVariables& CLumVariables::operator=(const CLumVariables& src)
     return *this;
 }
 
+void CLumVariables::Revive(CLumsVarValue& value) noexcept
+{
+    value = CLumsVarValue();
+    --m_nNoValues;
+    CountRecords(1);
+    m_nGeneration = NextGeneration();
+}
+
 void CLumVariables::SetValue(const char* pszName, CLumsVarValue* pValue)
 {
-    CLumsVarValue** pp = m_map.Find(pszName);
-    if (pp == nullptr)
+    std::unique_ptr<CLumsVarValue> pOwned(pValue);
+    std::string_view key(pszName);
+    CLumsVarValue* pStored = m_map.Find(key);
+    if (pStored != nullptr && pStored == pValue)
     {
-        std::string_view key(pszName);
-        m_map.Insert(key, pValue);
-        Inserted(key);
+        // The object that is stored there already.
+        pOwned.release();
         return;
     }
-    if (*pp == pValue)
-        return;
-    if (*pp == nullptr || pValue == nullptr)
+    if (pStored == nullptr)
     {
-        delete *pp;
-        *pp = pValue;
+        pStored = &m_map.Insert(key, CLumsVarValue());
+        CountRecords(1);
+        Inserted(key);
+    }
+    else if (pStored->HasNoValue())
+    {
+        if (pValue == nullptr)
+            return;
+        Revive(*pStored);
+    }
+    if (pValue == nullptr)
+    {
+        pStored->SetNoValue();
+        ++m_nNoValues;
+        CountRecords(-1);
         m_nGeneration = NextGeneration();
         return;
     }
-    (*pp)->Swap(*pValue);
-    delete pValue;
+    pStored->Swap(*pValue);
 }
 
 CLumsVarValue* CLumVariables::Obtain(std::string_view key)
 {
-    CLumsVarValue** pp = m_map.Find(key);
-    if (pp == nullptr)
+    CLumsVarValue* pStored = m_map.Find(key);
+    if (pStored == nullptr)
     {
-        std::unique_ptr<CLumsVarValue> pValue(new CLumsVarValue());
-        m_map.Insert(key, pValue.get());
+        pStored = &m_map.Insert(key, CLumsVarValue());
+        CountRecords(1);
         Inserted(key);
-        return pValue.release();
     }
-    if (*pp == nullptr)
-    {
-        *pp = new CLumsVarValue();
-        m_nGeneration = NextGeneration();
-    }
-    return *pp;
+    else if (pStored->HasNoValue())
+        Revive(*pStored);
+    return pStored;
+}
+
+void CLumVariables::TakeBackNewestElement() noexcept
+{
+    CLumsVarValue* pValue = m_map.TakeBackNewestElement();
+    if (pValue == nullptr)
+        return;
+    if (pValue->HasNoValue())
+        --m_nNoValues;
+    else
+        CountRecords(-1);
+    *pValue = CLumsVarValue();
 }
 
 void CLumVariables::Inserted(std::string_view key, bool fElement)
@@ -169,23 +202,16 @@ CLumsVarValue* CLumVariables::GetNullValue(std::string_view name)
 
 CLumsVarValue* CLumVariables::Find(const char* pszName, const long* pIndices) const
 {
-    CLumsVarValue* const* pp;
     if (pIndices == nullptr || pIndices[0] == 0)
-        pp = m_map.Find(std::string_view(pszName, strnlen(pszName, MAX_KEY))); // cut as MakeName cuts
-    else
-    {
-        char key[MAX_KEY + 1];
-        size_t n = MakeName(key, pszName, pIndices);
-        pp = m_map.Find(std::string_view(key, n));
-    }
-    return pp ? *pp : nullptr;
+        return Lookup(std::string_view(pszName, strnlen(pszName, MAX_KEY))); // cut as MakeName cuts
+    char key[MAX_KEY + 1];
+    return Lookup(std::string_view(key, MakeName(key, pszName, pIndices)));
 }
 
 CLumsVarValue* CLumVariables::FindComposed(std::string_view name, const long* pIndices) const
 {
     char key[MAX_KEY + 1];
-    CLumsVarValue* const* pp = m_map.Find(std::string_view(key, MakeName(key, name, pIndices)));
-    return pp ? *pp : nullptr;
+    return Lookup(std::string_view(key, MakeName(key, name, pIndices)));
 }
 
 CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* pIndices,
@@ -202,18 +228,17 @@ CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, const long* p
 CLumsVarValue* CLumVariables::ObtainElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache)
 {
     bool fInserted = false;
-    CLumsVarValue*& pValue = m_map.ObtainElement(name, nIndex, fInserted, cache);
-    if (pValue == nullptr)
+    CLumsVarValue& value = m_map.ObtainElement(name, nIndex, fInserted, cache);
+    if (fInserted)
     {
-        pValue = new CLumsVarValue();
-        // A new key, or a variable's object replaced, as SetValue does it; only a
-        // scoped name is news to the name caches.
-        if (!fInserted)
-            m_nGeneration = NextGeneration();
-        else if (name[0] == '@')
+        CountRecords(1);
+        // Only a scoped name is news to the name caches.
+        if (name[0] == '@')
             Inserted(name, true);
     }
-    return pValue;
+    else if (value.HasNoValue())
+        Revive(value);
+    return &value;
 }
 
 CLumsVarValue* CLumVariables::GetValue(const char* pszName, const long* pIndices) const
@@ -234,7 +259,7 @@ void CLumVariables::MakeString(std::string* pstr) const
 {
     LumFrame(FILE_LABEL, "CLumVariables::MakeString()", [&] {
         char number[400];
-        for (const auto& entry : m_map)
+        for (const auto& entry : GetMap())
         {
             const CLumsVarValue* pValue = entry.m_value;
             if (pValue == nullptr)

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <lumbasic/LumExport.h>
+#include <lumbasic/LumLargeBlock.h>
 
 #include <algorithm>
 #include <atomic>
@@ -26,6 +27,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -80,6 +82,7 @@ public:
     using ConstEntry = BasicEntry<const T>;
 
     CLumStringMap() = default;
+    ~CLumStringMap() { FreePages(); }
     CLumStringMap(const CLumStringMap&) = delete;
     CLumStringMap& operator=(const CLumStringMap&) = delete;
 
@@ -181,26 +184,25 @@ public:
         return *Remember(nName, nIndex, &value);
     }
 
-    // Takes back the newest entry, an element that ObtainElement made, and gives its
-    // value: a run that undoes its work leaves the map as it found it, in content and
-    // order. The element's page stays, empty, with the caches that know it.
-    // Nothing where the newest entry is no element.
-    T TakeBackNewestElement() noexcept
+    // Takes back the newest entry, an element that ObtainElement made: a run that undoes
+    // its work leaves the map as it found it, in content and order. Gives the value,
+    // no longer the map's, for the caller to empty; null, and nothing done, where the
+    // newest entry is no element. The element's page stays, empty, with the caches
+    // that know it.
+    T* TakeBackNewestElement() noexcept
     {
         if (m_nCount == 0 || (Order(m_nCount - 1) & ELEMENT) == 0)
-            return T();
+            return nullptr;
         uint32_t nPlace = Order(m_nCount - 1) & ~ELEMENT;
         SPage& page = Page(nPlace / PAGE_ENTRIES);
         uint32_t nSlot = nPlace % PAGE_ENTRIES;
-        T value = std::move(page.m_aValue[nSlot]);
-        page.m_aValue[nSlot] = T();
         page.m_nPresent &= ~(1u << nSlot);
         --m_nCount;
         m_nLastName = EMPTY;
         std::lock_guard<std::mutex> lock(m_cKeyLock);
         if (m_aGivenKeys.size() > m_nCount)
             m_aGivenKeys.resize(m_nCount);
-        return value;
+        return &page.m_aValue[nSlot];
     }
 
     size_t GetCount() const noexcept { return m_nCount; }
@@ -208,6 +210,7 @@ public:
     void RemoveAll() noexcept
     {
         m_aBlocks.clear();
+        FreePages();
         m_aSlots.clear();
         m_aKeyBlocks.clear();
         m_aOrderBlocks.clear();
@@ -249,7 +252,7 @@ public:
         m_nKeyed = 0;
         m_aNames.clear();
         m_aNameSlots.clear();
-        m_aPageBlocks.clear();
+        FreePages();
         m_aPageSlots.clear();
         m_aNamePages.clear();
         m_nPages = 0;
@@ -644,6 +647,53 @@ private:
         return n;
     }
 
+    // Pages in blocks of their own up to about 4 MiB of them, then in blocks cut from
+    // large ones on huge pages: a page fault for every 4 KiB of a million elements'
+    // pages cost a run as much as the elements' stores. A smaller map keeps small
+    // blocks, as a huge page is resident whole once touched.
+    static constexpr size_t SMALL_PAGE_BLOCKS = (size_t(4) << 20) / (sizeof(SPage) * BLOCK_PAGES);
+    void AddPageBlock()
+    {
+        constexpr size_t nBytes = sizeof(SPage) * BLOCK_PAGES;
+        static_assert(nBytes <= LUM_LARGE_BLOCK, "a large block holds a block of pages");
+        m_aPageBlocks.reserve(m_aPageBlocks.size() + 1);
+        void* p;
+        if (m_aPageBlocks.size() < SMALL_PAGE_BLOCKS)
+            p = ::operator new(nBytes);
+        else
+        {
+            if (m_nChunkLeft < nBytes)
+            {
+                m_aPageChunks.reserve(m_aPageChunks.size() + 1);
+                m_pChunkFree = static_cast<char*>(LumLargeBlockAlloc());
+                m_aPageChunks.push_back(m_pChunkFree);
+                m_nChunkLeft = LUM_LARGE_BLOCK;
+            }
+            p = m_pChunkFree;
+            m_pChunkFree += nBytes;
+            m_nChunkLeft -= nBytes;
+        }
+        static_assert(std::is_nothrow_default_constructible<SPage>::value, "pages are made without failing");
+        SPage* pPages = static_cast<SPage*>(p);
+        std::uninitialized_default_construct_n(pPages, BLOCK_PAGES);
+        m_aPageBlocks.push_back(pPages);
+    }
+    void FreePages() noexcept
+    {
+        for (size_t n = 0; n < m_aPageBlocks.size(); ++n)
+        {
+            std::destroy_n(m_aPageBlocks[n], BLOCK_PAGES);
+            if (n < SMALL_PAGE_BLOCKS)
+                ::operator delete(m_aPageBlocks[n]);
+        }
+        for (void* p : m_aPageChunks)
+            LumLargeBlockFree(p);
+        m_aPageBlocks.clear();
+        m_aPageChunks.clear();
+        m_pChunkFree = nullptr;
+        m_nChunkLeft = 0;
+    }
+
     // The pages, found by the array's number and the index divided by the page size.
     static uint64_t PageKey(uint32_t nName, uint32_t nIndex) noexcept
     {
@@ -710,7 +760,7 @@ private:
             m_aPageSlots.swap(aSlots);
         }
         if (m_nPages % BLOCK_PAGES == 0 && m_nPages / BLOCK_PAGES == m_aPageBlocks.size())
-            AddBlock(m_aPageBlocks, BLOCK_PAGES);
+            AddPageBlock();
         uint32_t n = m_nPages++;
         Page(n).m_nKey = nKey;
         ++pages.m_nPages;
@@ -741,7 +791,12 @@ private:
     mutable size_t m_nKeyFree = 0;
     std::vector<CLumKey> m_aNames;
     std::vector<uint32_t> m_aNameSlots;
-    std::vector<std::unique_ptr<SPage[]>> m_aPageBlocks;
+    // Blocks of BLOCK_PAGES pages: the first SMALL_PAGE_BLOCKS each of its own, the rest
+    // cut from the large blocks of m_aPageChunks.
+    std::vector<SPage*> m_aPageBlocks;
+    std::vector<void*> m_aPageChunks;
+    char* m_pChunkFree = nullptr;
+    size_t m_nChunkLeft = 0;
     std::vector<PageSlot> m_aPageSlots;
     // The pages of each name, by the name's number: those near its others in a table
     // by the index divided by the page size, the rest in m_aPageSlots.

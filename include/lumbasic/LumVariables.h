@@ -1,6 +1,11 @@
 // The variable store: a map from a name to an owned value. An array element is an
 // entry under the base name followed by ":" and each index; locals and parameters
 // are entries under "@procedure@name".
+//
+// The store holds each value in its own memory, beside its key or in its array's page,
+// not as an object of its own: an element then costs its value's 24 bytes and little
+// more. A variable keeps its object, at the same address, for as long as the store
+// is not cleared; what a host hands to SetValue is taken over and freed.
 #pragma once
 
 #include <lumbasic/LumExport.h>
@@ -40,8 +45,10 @@ public:
     // Merges: deep copies of the source's entries replace or join the target's.
     CLumVariables& operator=(const CLumVariables& src);
 
-    // Stores `pValue` under exactly this key and takes it over. A variable that is
-    // there already keeps its object, which takes the new content; `pValue` is freed.
+    // Stores the content of `pValue` under exactly this key and frees it; a variable
+    // keeps its object, which takes the new content. Null leaves the key in the store
+    // with no value: GetValue then gives a null value and Find null, until a store
+    // into it.
     void SetValue(const char* pszName, CLumsVarValue* pValue);
     // Arrays have no storage of their own: this does nothing and takes no ownership.
     void SetDimension(const char* pszName, CLumsVarValue* pDimension);
@@ -69,14 +76,53 @@ public:
     // one while the generation is the same. A name that resolved to nothing must be
     // looked up again, as any new key may be its. No two stores share a generation.
     uint64_t GetGeneration() const { return m_nGeneration; }
-    // Entries in iteration order, for hosts that walk the store.
-    const CLumStringMap<CLumsVarValue*>& GetMap() const { return m_map; }
+    // An entry as a walk of the store gives it: the key, and the value, null where the
+    // key holds none.
+    struct Entry
+    {
+        CLumKey m_strKey;
+        CLumsVarValue* m_value;
+    };
+    // The entries in iteration order, for hosts that walk the store; valid while the
+    // store is unchanged.
+    class Entries
+    {
+    public:
+        using MapIterator = CLumStringMap<CLumsVarValue>::const_iterator;
+        class Iterator
+        {
+        public:
+            explicit Iterator(MapIterator it) : m_it(it) {}
+            // May allocate the bytes of an element's key, and so throw std::bad_alloc.
+            Entry operator*() const
+            {
+                auto entry = *m_it;
+                return Entry{entry.m_strKey, Present(const_cast<CLumsVarValue*>(&entry.m_value))};
+            }
+            Iterator& operator++()
+            {
+                ++m_it;
+                return *this;
+            }
+            bool operator!=(const Iterator& r) const { return m_it != r.m_it; }
+            bool operator==(const Iterator& r) const { return m_it == r.m_it; }
+
+        private:
+            MapIterator m_it;
+        };
+        explicit Entries(const CLumStringMap<CLumsVarValue>& map) : m_map(map) {}
+        Iterator begin() const { return Iterator(m_map.begin()); }
+        Iterator end() const { return Iterator(m_map.end()); }
+
+    private:
+        const CLumStringMap<CLumsVarValue>& m_map;
+    };
+    Entries GetMap() const { return Entries(m_map); }
 
     // The entry under exactly this key, or null; no composing, no null value.
     CLumsVarValue* Lookup(std::string_view key) const
     {
-        CLumsVarValue* const* pp = m_map.Find(key);
-        return pp ? *pp : nullptr;
+        return Present(const_cast<CLumsVarValue*>(m_map.Find(key)));
     }
     bool Contains(std::string_view key) const { return m_map.Find(key) != nullptr; }
     // What Find(name, indices) gives, found without composing the key where that can
@@ -85,18 +131,14 @@ public:
     {
         if (!IsSimpleElement(name, pIndices))
             return FindComposed(name, pIndices);
-        // The cache is the caller's; the map stays as it is.
-        CLumsVarValue* const* pp = const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(
-            name, static_cast<uint32_t>(pIndices[0]), cache);
-        return pp ? *pp : nullptr;
+        return FindElement(name, static_cast<uint32_t>(pIndices[0]), cache);
     }
     // The same for one index from 1 to below MAX_ELEMENT_INDEX and a name not empty and
     // at most MAX_KEY - 11 bytes long.
     CLumsVarValue* FindElement(std::string_view name, uint32_t nIndex, CLumElementCache& cache) const
     {
-        CLumsVarValue* const* pp =
-            const_cast<CLumStringMap<CLumsVarValue*>&>(m_map).FindElement(name, nIndex, cache);
-        return pp ? *pp : nullptr;
+        // The cache is the caller's; the map stays as it is.
+        return Present(const_cast<CLumStringMap<CLumsVarValue>&>(m_map).FindElement(name, nIndex, cache));
     }
     // The element under the key that name and indices compose, made empty where there
     // is none, as Obtain would make it.
@@ -128,21 +170,34 @@ private:
 
     // Takes back the element the last ObtainElement of one index made, the newest key:
     // a closed run that gives up puts the store back as it found it.
-    void TakeBackNewestElement() noexcept { delete m_map.TakeBackNewestElement(); }
+    void TakeBackNewestElement() noexcept;
 
     // One index that the key holds in full: the map finds the element by name and number.
     static bool IsSimpleElement(std::string_view name, const long* pIndices)
     {
         return pIndices[0] > 0 &&
-               pIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue*>::MAX_ELEMENT_INDEX) &&
+               pIndices[0] < static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX) &&
                (MAX_INDICES == 1 || pIndices[1] == 0) && !name.empty() && name.size() + 11 <= MAX_KEY;
     }
 
     CLumsVarValue* FindComposed(std::string_view name, const long* pIndices) const;
 
-    CLumStringMap<CLumsVarValue*> m_map;
+    // The value of an entry the map found, null where there is none or it holds none.
+    static CLumsVarValue* Present(CLumsVarValue* pValue) noexcept
+    {
+        return pValue != nullptr && !pValue->HasNoValue() ? pValue : nullptr;
+    }
+    // An entry's value, made or dropped: the memory budget counts a value's record as
+    // it counted an object of its own.
+    static void CountRecords(int64_t nRecords) noexcept;
+    // An entry that held no value takes one: to the name caches, a new object.
+    void Revive(CLumsVarValue& value) noexcept;
+
+    CLumStringMap<CLumsVarValue> m_map;
     uint64_t m_nGeneration = NextGeneration();
     size_t m_nScopedElements = 0;
+    // Entries that hold no value.
+    size_t m_nNoValues = 0;
 
     // A key was added; `fElement`: an element's, given by the element's name alone.
     void Inserted(std::string_view key, bool fElement = false);

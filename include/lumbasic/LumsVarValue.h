@@ -179,6 +179,18 @@ public:
     static void operator delete(void* p, size_t n) noexcept;
 
 private:
+    friend class CLumVariables;
+
+    // The state of a store's entry that holds no value: a host stored null under its
+    // key. No value of any type has this word.
+    static constexpr uintptr_t NO_VALUE = 0xFF;
+    bool HasNoValue() const noexcept { return m_nTextAndType == NO_VALUE; }
+    void SetNoValue() noexcept
+    {
+        DropText();
+        m_nTextAndType = NO_VALUE;
+    }
+
     // The type is the low byte of a word whose other bits hold the text's pointer, which
     // a user-space address leaves room for: a value is three words, so a store of many
     // values is smaller, and reading the type is still one byte's load.
