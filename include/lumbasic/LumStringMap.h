@@ -82,7 +82,11 @@ public:
     using ConstEntry = BasicEntry<const T>;
 
     CLumStringMap() = default;
-    ~CLumStringMap() { FreePages(); }
+    ~CLumStringMap()
+    {
+        DestroyKeyed();
+        FreePages();
+    }
     CLumStringMap(const CLumStringMap&) = delete;
     CLumStringMap& operator=(const CLumStringMap&) = delete;
 
@@ -136,13 +140,16 @@ public:
             Grow();
         ReserveOrder();
         if (m_nKeyed % BLOCK_ENTRIES == 0 && m_nKeyed / BLOCK_ENTRIES == m_aBlocks.size())
-            AddBlock(m_aBlocks, BLOCK_ENTRIES);
+        {
+            m_aBlocks.reserve(m_aBlocks.size() + 1);
+            m_aBlocks.emplace_back(static_cast<SKeyed*>(::operator new(sizeof(SKeyed) * BLOCK_ENTRIES)));
+        }
         CLumKey cKey = StoreKey(key);
         cKey.m_nHash = nHash;
-        uint32_t n = m_nKeyed++;
-        SKeyed& e = Keyed(n);
-        e.m_strKey = cKey;
-        e.m_value = std::move(value);
+        uint32_t n = m_nKeyed;
+        SKeyed& e =
+            *new (m_aBlocks[n / BLOCK_ENTRIES].get() + n % BLOCK_ENTRIES) SKeyed{cKey, std::move(value)};
+        ++m_nKeyed;
         Place(m_aSlots, n, nHash);
         AppendOrder(n);
         return e.m_value;
@@ -209,6 +216,7 @@ public:
     bool IsEmpty() const noexcept { return m_nCount == 0; }
     void RemoveAll() noexcept
     {
+        DestroyKeyed();
         m_aBlocks.clear();
         FreePages();
         m_aSlots.clear();
@@ -222,10 +230,7 @@ public:
     // filled again for each of many runs allocates nothing after the first.
     void Reset() noexcept
     {
-        size_t nUsed = std::min<size_t>(m_nKeyed, BLOCK_ENTRIES);
-        if (!m_aBlocks.empty())
-            for (size_t n = 0; n < nUsed; ++n)
-                m_aBlocks[0][n].m_value = T();
+        DestroyKeyed();
         if (m_aBlocks.size() > 1)
             m_aBlocks.resize(1);
         if (m_aOrderBlocks.size() > 1)
@@ -349,6 +354,10 @@ private:
         CLumKey m_strKey;
         T m_value;
     };
+    struct SRawDelete
+    {
+        void operator()(SKeyed* p) const noexcept { ::operator delete(p); }
+    };
 
     // Eight consecutive indices of one name: their values, with a bit for each that
     // is in the map. An element has no entry of its own: its key is made from the
@@ -372,8 +381,8 @@ private:
         uint32_t m_nPage;
     };
 
-    SKeyed& Keyed(uint32_t n) { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
-    const SKeyed& Keyed(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES]; }
+    SKeyed& Keyed(uint32_t n) { return m_aBlocks[n / BLOCK_ENTRIES].get()[n % BLOCK_ENTRIES]; }
+    const SKeyed& Keyed(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES].get()[n % BLOCK_ENTRIES]; }
     SPage& Page(uint32_t n) noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
     const SPage& Page(uint32_t n) const noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
     uint32_t Order(size_t k) const noexcept { return m_aOrderBlocks[k / ORDER_BLOCK][k % ORDER_BLOCK]; }
@@ -459,9 +468,9 @@ private:
                 return n;
         }
     }
-    static const CLumKey& KeyOf(const std::vector<std::unique_ptr<SKeyed[]>>& aBlocks, uint32_t n)
+    static const CLumKey& KeyOf(const std::vector<std::unique_ptr<SKeyed, SRawDelete>>& aBlocks, uint32_t n)
     {
-        return aBlocks[n / BLOCK_ENTRIES][n % BLOCK_ENTRIES].m_strKey;
+        return aBlocks[n / BLOCK_ENTRIES].get()[n % BLOCK_ENTRIES].m_strKey;
     }
     static const CLumKey& KeyOf(const std::vector<CLumKey>& aNames, uint32_t n) { return aNames[n]; }
 
@@ -775,7 +784,15 @@ private:
     }
 
     // The entries with keys, the keys that are no element's.
-    std::vector<std::unique_ptr<SKeyed[]>> m_aBlocks;
+    // In blocks of raw memory: an entry is made when it is inserted, so that a store of
+    // a few variables touches the memory of a few.
+    std::vector<std::unique_ptr<SKeyed, SRawDelete>> m_aBlocks;
+    void DestroyKeyed() noexcept
+    {
+        for (uint32_t n = 0; n < m_nKeyed; ++n)
+            Keyed(n).~SKeyed();
+        m_nKeyed = 0;
+    }
     // Their numbers by their hash.
     std::vector<uint32_t> m_aSlots;
     // What was inserted, in its order: an entry's number or an element's place.
