@@ -1017,8 +1017,38 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
     }
     if (node.m_eKind == SLumSlotNode::OPERATOR)
     {
+        // Two variables holding doubles (untyped parameters and locals most often) added,
+        // taken apart or multiplied at once, as LumFastOperate computes two doubles.
+        static_assert(SLumSlotNode::SLOT_NUMBER == SLumSlotNode::SLOT_ANY + 1,
+                      "the variables' kinds are neighbours");
+        const SLumSlotNode& left = *node.m_pLeft;
+        const SLumSlotNode& right = *node.m_pRight;
+        if (static_cast<unsigned>(left.m_eKind - SLumSlotNode::SLOT_ANY) <= 1 &&
+            static_cast<unsigned>(right.m_eKind - SLumSlotNode::SLOT_ANY) <= 1)
+        {
+            const CLumsVarValue& l = *left.m_pSlot->m_pValue;
+            const CLumsVarValue& r = *right.m_pSlot->m_pValue;
+            if (l.GetType() == CLumsVarValue::VT_DOUBLE && r.GetType() == CLumsVarValue::VT_DOUBLE)
+            {
+                double a = l.DoubleValue(), b = r.DoubleValue();
+                switch (node.m_wToken)
+                {
+                case LBT_PLUS:
+                    LumFastSetDouble(out, a + b);
+                    return true;
+                case LBT_MINUS:
+                    LumFastSetDouble(out, a - b);
+                    return true;
+                case LBT_MUL:
+                    LumFastSetDouble(out, a * b);
+                    return true;
+                default:
+                    break;
+                }
+            }
+        }
         SLumNumber r;
-        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
+        return SlotLeaf(left, frame, out) && SlotLeaf(right, frame, r) &&
                (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
     }
     if (node.m_eKind == SLumSlotNode::CALL)
