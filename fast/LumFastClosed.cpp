@@ -1184,9 +1184,16 @@ LUM_HOT bool CLumFastForm::SlotNumbers(const SLumSlotNode* const* ppArgs, size_t
 {
     if (nArgs == 1)
         return SlotQuick(**ppArgs, frame, *pOut);
-    // Two, as often, without the loop's bookkeeping.
+    // Two, as often, without the loop's bookkeeping; a variable or a constant read as a
+    // leaf at once.
     if (nArgs == 2)
-        return SlotQuick(*ppArgs[0], frame, pOut[0]) && SlotQuick(*ppArgs[1], frame, pOut[1]);
+    {
+        auto Argument = [&](const SLumSlotNode& node, SLumNumber& out) LUM_HOT_LAMBDA {
+            return node.m_eKind <= SLumSlotNode::SLOT_NUMBER ? SlotLeaf(node, frame, out)
+                                                             : SlotQuick(node, frame, out);
+        };
+        return Argument(*ppArgs[0], pOut[0]) && Argument(*ppArgs[1], pOut[1]);
+    }
     for (size_t i = 0; i < nArgs; ++i)
         if (!SlotQuick(*ppArgs[i], frame, pOut[i]))
             return false;
