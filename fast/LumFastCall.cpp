@@ -285,6 +285,7 @@ const CLumsVarValue* CLumFastForm::Result(CLumBasic& basic, SLumFastStep& step)
         step.m_strResultKey = CLumScopedKey(names.TopString(), names.TopString()).c_str();
         step.m_nResultOf = nScopeOf;
         step.m_cResult = CLumNameCache();
+        step.m_cResultElse = CLumNameCache();
     }
     names.Drop();
     m_nScope = names.GetScope();

@@ -84,14 +84,41 @@ LUM_HOT void CLumFastForm::NoteHitsOf(const SLumSlotCode& code, const SLumSlotEd
             List(pFirst);
         ++pFirst->m_nHits;
     }
-    while (++ppActive != ppEnd)
+    // Those behind it, listed at the run's first pass, are counted on the link after.
+    if (edge.m_nRestRun == m_nClosedRun)
+        ++edge.m_nRepeats;
+    else
     {
-        SLumFastStep* pMarker = *ppActive;
-        if (pMarker->m_nHits == 0)
-            List(pMarker);
-        ++pMarker->m_nHits;
+        m_aRepeated.emplace_back(&code, &edge);
+        edge.m_nRestRun = m_nClosedRun;
+        while (++ppActive != ppEnd)
+        {
+            SLumFastStep* pMarker = *ppActive;
+            if (pMarker->m_nHits == 0)
+                List(pMarker);
+            ++pMarker->m_nHits;
+        }
     }
     m_pClosedMark = m_pLastCounted = ppEnd[-1];
+}
+
+// The passes of links counted on them go to their markers (which were listed at each
+// link's first pass), or are dropped.
+void CLumFastForm::FoldRepeats(bool fCount)
+{
+    for (const auto& repeated : m_aRepeated)
+    {
+        const SLumSlotEdge& edge = *repeated.second;
+        if (fCount && edge.m_nRepeats != 0)
+        {
+            SLumFastStep* const* ppActive = repeated.first->m_apActive.data() + edge.m_nFirstActive;
+            SLumFastStep* const* ppEnd = ppActive + edge.m_nActive;
+            while (++ppActive != ppEnd)
+                (*ppActive)->m_nHits += edge.m_nRepeats;
+        }
+        edge.m_nRepeats = 0;
+    }
+    m_aRepeated.clear();
 }
 
 // One marker that is not passive.
@@ -804,7 +831,8 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         }
         nSteps += pEdge->m_nSteps;
         const SLumSlotOp& op = *pEdge->m_pTo;
-        bool fTaken = false;
+        // Each op picks its link itself: no flag of the way taken outlives it.
+        bool fTaken;
         switch (op.m_eKind)
         {
         case SLumSlotOp::ASSIGN:
@@ -812,39 +840,45 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
             SLumNumber n;
             if (!SlotQuick(*op.m_pValue, frame, n) || !SlotStore(*op.m_pTarget, n, op.m_cType))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         }
         case SLumSlotOp::ASSIGN_ELEMENT:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!SlotAssignElement(basic, op, frame))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::ASSIGN_ADD:
             if (!SlotArith<LBT_PLUS>(op, frame))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::ASSIGN_SUB:
             if (!SlotArith<LBT_MINUS>(op, frame))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::ASSIGN_MUL:
             if (!SlotArith<LBT_MUL>(op, frame))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::WALK:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
             if (!(op.m_pFastStep->m_eKind == SLumFastStep::ASSIGN
                       ? ClosedAssign(basic, *op.m_pFastStep, frame)
                       : ClosedAssignElement(basic, *op.m_pFastStep, frame)))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::IF:
         {
             bool fTrue;
             if (!SlotTruth(*op.m_pValue, frame, fTrue))
                 return nullptr;
-            fTaken = !fTrue;
-            break;
+            pEdge = fTrue ? &op.m_cNext : &op.m_cTaken;
+            continue;
         }
         case SLumSlotOp::IF_EQ:
             if (!SlotCompare<LBT_EQ>(op, frame, fTaken))
@@ -871,19 +905,22 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                 return nullptr;
             break;
         case SLumSlotOp::JUMP:
-            break;
+        case SLumSlotOp::DO:
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::WHILE:
-            if (!SlotTruth(*op.m_pValue, frame, fTaken))
+        {
+            bool fTrue;
+            if (!SlotTruth(*op.m_pValue, frame, fTrue))
                 return nullptr;
-            fTaken = !fTaken;
-            break;
+            pEdge = fTrue ? &op.m_cNext : &op.m_cTaken;
+            continue;
+        }
         case SLumSlotOp::WEND:
             if (!Count() || MustLeave(basic))
                 return GiveUp(), nullptr;
-            fTaken = true;
-            break;
-        case SLumSlotOp::DO:
-            break;
+            pEdge = &op.m_cTaken;
+            continue;
         case SLumSlotOp::LOOP:
             if (!SlotTruth(*op.m_pValue, frame, fTaken))
                 return nullptr;
@@ -894,14 +931,20 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
         case SLumSlotOp::FOR:
             if (!SlotFor(op, frame))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::NEXT:
         {
             int nPass = SlotNext(op);
-            if (nPass < 0 || (nPass > 0 && (!Count() || MustLeave(basic))))
+            if (nPass == 0)
+            {
+                pEdge = &op.m_cNext;
+                continue;
+            }
+            if (nPass < 0 || !Count() || MustLeave(basic))
                 return GiveUp(), nullptr;
-            fTaken = nPass > 0;
-            break;
+            pEdge = &op.m_cTaken;
+            continue;
         }
         case SLumSlotOp::CALL:
             m_nClosedIfs = frame.m_nOpenBase + op.m_nOpen;
@@ -909,7 +952,8 @@ LUM_HOT SLumFastStep* CLumFastForm::SlotBody(CLumBasic& basic, SLumSlotCode& cod
                     return SlotNumbers(op.m_ppArgs, op.m_nArgs, frame, pOut);
                 }))
                 return nullptr;
-            break;
+            pEdge = &op.m_cNext;
+            continue;
         case SLumSlotOp::END:
             m_nClosedIfs = frame.m_nOpenBase;
             return Count() ? op.m_pFastStep : (GiveUp(), nullptr);
@@ -973,8 +1017,38 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
     }
     if (node.m_eKind == SLumSlotNode::OPERATOR)
     {
+        // Two variables holding doubles (untyped parameters and locals most often) added,
+        // taken apart or multiplied at once, as LumFastOperate computes two doubles.
+        static_assert(SLumSlotNode::SLOT_NUMBER == SLumSlotNode::SLOT_ANY + 1,
+                      "the variables' kinds are neighbours");
+        const SLumSlotNode& left = *node.m_pLeft;
+        const SLumSlotNode& right = *node.m_pRight;
+        if (static_cast<unsigned>(left.m_eKind - SLumSlotNode::SLOT_ANY) <= 1 &&
+            static_cast<unsigned>(right.m_eKind - SLumSlotNode::SLOT_ANY) <= 1)
+        {
+            const CLumsVarValue& l = *left.m_pSlot->m_pValue;
+            const CLumsVarValue& r = *right.m_pSlot->m_pValue;
+            if (l.GetType() == CLumsVarValue::VT_DOUBLE && r.GetType() == CLumsVarValue::VT_DOUBLE)
+            {
+                double a = l.DoubleValue(), b = r.DoubleValue();
+                switch (node.m_wToken)
+                {
+                case LBT_PLUS:
+                    LumFastSetDouble(out, a + b);
+                    return true;
+                case LBT_MINUS:
+                    LumFastSetDouble(out, a - b);
+                    return true;
+                case LBT_MUL:
+                    LumFastSetDouble(out, a * b);
+                    return true;
+                default:
+                    break;
+                }
+            }
+        }
         SLumNumber r;
-        return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&
+        return SlotLeaf(left, frame, out) && SlotLeaf(right, frame, r) &&
                (LumFastOperate(node.m_wToken, out, r, out) || GiveUp());
     }
     if (node.m_eKind == SLumSlotNode::CALL)
@@ -1110,6 +1184,16 @@ LUM_HOT bool CLumFastForm::SlotNumbers(const SLumSlotNode* const* ppArgs, size_t
 {
     if (nArgs == 1)
         return SlotQuick(**ppArgs, frame, *pOut);
+    // Two, as often, without the loop's bookkeeping; a variable or a constant read as a
+    // leaf at once.
+    if (nArgs == 2)
+    {
+        auto Argument = [&](const SLumSlotNode& node, SLumNumber& out) LUM_HOT_LAMBDA {
+            return node.m_eKind <= SLumSlotNode::SLOT_NUMBER ? SlotLeaf(node, frame, out)
+                                                             : SlotQuick(node, frame, out);
+        };
+        return Argument(*ppArgs[0], pOut[0]) && Argument(*ppArgs[1], pOut[1]);
+    }
     for (size_t i = 0; i < nArgs; ++i)
         if (!SlotQuick(*ppArgs[i], frame, pOut[i]))
             return false;
@@ -1383,6 +1467,7 @@ LUM_HOT SLumFastStep* CLumFastForm::Onward(CLumBasic& basic, SLumFastStep& step,
 // comes in the order of the run's, which is the order a profile takes new lines.
 void CLumFastForm::CountHits(CLumBasic& basic)
 {
+    FoldRepeats(true);
     if (m_pAddingUpFor != nullptr)
         return AddUpClosedHits();
     // No host code ran since the closed run began: counting cannot have been switched.
@@ -1406,6 +1491,7 @@ void CLumFastForm::CountHits(CLumBasic& basic)
 // Leaves the list empty, as each closed run finds it.
 void CLumFastForm::DropHits()
 {
+    FoldRepeats(false);
     for (size_t i = 0; i < m_nCounted; ++i)
         m_aCounted[i]->m_nHits = 0;
     m_nCounted = 0;
@@ -1864,6 +1950,12 @@ bool CLumFastForm::ClosedTextResult(const CLumsVarValue& result, CLumsVarValue* 
 // caller's own key for it comes first. Remembered for the caller's scope.
 const CLumsVarValue* CLumFastForm::FindResult(SLumFastStep& end, const SClosedFrame& caller)
 {
+    // The scope the call before returned to, most often: the two change places.
+    if (const CLumsVarValue* pElse = Cached(end.m_cResultElse))
+    {
+        std::swap(end.m_cResult, end.m_cResultElse);
+        return pElse;
+    }
     CLumsVarValue* pFound = nullptr;
     if (caller.m_nNames > 1)
     {
@@ -1876,7 +1968,10 @@ const CLumsVarValue* CLumFastForm::FindResult(SLumFastStep& end, const SClosedFr
     if (pFound == nullptr)
         pFound = m_pStore->Find(end.m_strResultKey.c_str(), nullptr);
     if (pFound != nullptr)
+    {
+        end.m_cResultElse = end.m_cResult;
         end.m_cResult = CLumNameCache{m_pStore, m_pStore->GetGeneration(), caller.m_nScope, pFound};
+    }
     return pFound;
 }
 

@@ -278,6 +278,9 @@ struct SLumFastStep : SLumFastCallSite
     uint64_t m_nCheckedScope = 0;
     bool m_fResultTarget = false;
     CLumNameCache m_cResult;
+    // END of a Function: the result found for the other scope it returned to last (a
+    // recursion returns to itself but for its outermost call), kept apart.
+    CLumNameCache m_cResultElse;
     uint64_t m_nResultOf = 0;
     std::string m_strResultKey;
     // ASSIGN, FOR and NEXT: where a closed run wrote last.
@@ -357,6 +360,11 @@ struct SLumSlotEdge
     // Whether each of those behind the first enters its line, as known from the one
     // before it, which is the depth's mark there: only the first's is decided at run time.
     bool m_fRestEnter = false;
+    // Those behind the first: the closed run that counted their hits one by one (listing
+    // them), and how often that run passed them again since, which their counts take
+    // when the run ends (CLumFastForm::FoldRepeats).
+    mutable uint64_t m_nRestRun = 0;
+    mutable uint32_t m_nRepeats = 0;
 };
 
 struct SLumSlotOp
@@ -984,6 +992,7 @@ private:
                                     int nLevel, uint64_t& nScope);
     bool NoteUndo(CLumsVarValue& target);
     void NoteHitsOf(const SLumSlotCode& code, const SLumSlotEdge& edge);
+    void FoldRepeats(bool fCount);
     void Hit(SLumFastStep* pMarker);
     void List(SLumFastStep* pMarker);
     bool ClosedArgument(CLumBasic& basic, SLumFastExpr& arg, const SClosedFrame& caller, SLumNumber& out);
@@ -1201,6 +1210,9 @@ private:
     const SLumFastStep* m_pClosedMark = nullptr;
     std::vector<SLumFastStep*> m_aCounted;
     size_t m_nCounted = 0;
+    // The links whose markers behind the first a closed run passes again (m_nRepeats),
+    // with their code.
+    std::vector<std::pair<const SLumSlotCode*, const SLumSlotEdge*>> m_aRepeated;
     const SLumFastStep* m_pLastCounted = nullptr;
     // The run loop adding up hits: the debugger it counts for, null while the markers
     // go to the debugger one by one; the profiler, null where lines are only noted; the

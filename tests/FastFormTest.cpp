@@ -532,9 +532,10 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
 }
 
 // The typed ops of compiled bodies (a sum, difference or product of two variables or
-// constants, a Next of longs) against the plain way: longs that wrap, a counter of no
-// type that turns into a double, a recursion on a double, and a variable that Spoil()
-// turns into a text, an empty value or a long before the fourth call of F.
+// constants, a Next of longs, an operator of two doubles) against the plain way: longs
+// that wrap, a counter of no type that turns into a double, a recursion on a double, and
+// a variable that Spoil() turns into a text, an empty value or a long before the fourth
+// call of F.
 TEST(FastForm, TypedOpsComputeAndGiveUpAsThePlainWay)
 {
     const struct
@@ -562,6 +563,10 @@ TEST(FastForm, TypedOpsComputeAndGiveUpAsThePlainWay)
         {"a variable emptied", "  For i% = 1 To n%\n    t = v - t\n    t = t + i%\n  Next\n", CLumsVarValue(),
          "D:s="},
         {"a variable turned into a long", "  For i% = 1 To n%\n    t = v + t\n    t = t * v\n  Next\n",
+         CLumsVarValue(3L), "D:s="},
+        {"two doubles, one turned into a long",
+         "  For i% = 1 To n%\n    w = i% / 4\n    t = t + v * w\n    t = t - (w - v)\n    t = t * (w + v)\n  "
+         "Next\n",
          CLumsVarValue(3L), "D:s="},
         {"conditions on a variable turned into a long",
          "  For i% = 1 To n% + 3\n    If i% >= 3 Then t = t + v\n    If v <> 2 Then t = t - i%\n"
