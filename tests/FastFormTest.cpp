@@ -73,6 +73,18 @@ std::string LimitedOutcome(const std::vector<uint8_t>& aImage, bool fPlain, unsi
     vars.MakeString(&strOutcome);
     return strOutcome;
 }
+// A program compiled and run fast and plain under a statement limit: both ways give the
+// same outcome, which shows `pszSeen`.
+void ExpectLimitedAlike(const std::string& strSource, unsigned long nLimit, const char* pszSeen,
+                        const char* pszName)
+{
+    std::vector<uint8_t> aImage;
+    std::string strDiagnostics = CompileText(strSource, aImage);
+    ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << pszName << strDiagnostics;
+    std::string strFast = LimitedOutcome(aImage, false, nLimit);
+    EXPECT_EQ(strFast, LimitedOutcome(aImage, true, nLimit)) << pszName;
+    EXPECT_NE(strFast.find(pszSeen), std::string::npos) << pszName << "\n" << strFast;
+}
 } // namespace
 
 TEST(FastForm, AReplacedHandlerIsCalledForEveryStatementOfALoop)
@@ -449,12 +461,7 @@ TEST(FastForm, FunctionsRunWholeTakeTextsAsTheyRunPlain)
                                             "    t = t + Len(r$)\n  Next k%\nEnd Sub\n"
                                             "Sub G(q$)\n  g$ = g$ + q$\nEnd Sub\nFunction F$(n%, p$)\n") +
                                 c.m_pszBody + "End Function\n";
-        std::vector<uint8_t> aImage;
-        std::string strDiagnostics = CompileText(strSource, aImage);
-        ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
-        std::string strFast = LimitedOutcome(aImage, false, c.m_nLimit);
-        EXPECT_EQ(strFast, LimitedOutcome(aImage, true, c.m_nLimit)) << c.m_pszName;
-        EXPECT_NE(strFast.find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << strFast;
+        ExpectLimitedAlike(strSource, c.m_nLimit, c.m_pszSeen, c.m_pszName);
     }
 }
 
@@ -510,12 +517,7 @@ TEST(FastForm, LoopsOfProceduresRunningTheRegularWayRunClosedAsTheyRunPlain)
             "Function Total(k%)\n  u = 0\n  For e% = 1 To k%\n    u = u + e%\n  Next e%\n"
             "  Total = u\nEnd Function\n"
             "Sub Twice(n%)\n  For j% = 1 To n%\n    t = t + j% * 2\n  Next j%\nEnd Sub\n";
-        std::vector<uint8_t> aImage;
-        std::string strDiagnostics = CompileText(strSource, aImage);
-        ASSERT_EQ(strDiagnostics.find("error"), std::string::npos) << c.m_pszName << strDiagnostics;
-        std::string strFast = LimitedOutcome(aImage, false, c.m_nLimit);
-        EXPECT_EQ(strFast, LimitedOutcome(aImage, true, c.m_nLimit)) << c.m_pszName;
-        EXPECT_NE(strFast.find(c.m_pszSeen), std::string::npos) << c.m_pszName << "\n" << strFast;
+        ExpectLimitedAlike(strSource, c.m_nLimit, c.m_pszSeen, c.m_pszName);
     }
     // A host function called on pass 30 of a loop in Main spoils the store; the
     // loop's passes before ran closed and must be the regular way's when it looks.
