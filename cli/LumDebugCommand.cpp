@@ -12,6 +12,7 @@
 #include <lumbasic/LumsException.h>
 #include <lumbasic/LumSourceChooser.h>
 #include <lumbasic/LumSourceFiles.h>
+#include <lumbasic/LumVariables.h>
 
 #include "res/LumMessages.h"
 
@@ -153,9 +154,11 @@ int LumDebugCommand(const std::vector<std::string>& aArgs)
         fprintf(stderr, "lumbasic: %s\n", szText);
         return 1;
     }
+    CLumVariables cVariables;
     return LumRunProgram(
         aArgs, USAGE,
         [&pToolkit](bool fAnswer, int nAnswer, CLumConsole& console) -> std::unique_ptr<CLumRunSession> {
             return std::make_unique<CDebugSession>(fAnswer, nAnswer, console, std::move(pToolkit));
-        });
+        },
+        cVariables);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 class CLumConsole;
+class CLumVariables;
 
 // Each gets the arguments behind its name and gives the exit status.
 int LumRunCommand(const std::vector<std::string>& aArgs);
@@ -25,9 +26,10 @@ public:
 // told whether --answer was given, and its number, and may redirect the console.
 using LumRunSessionFactory =
     std::function<std::unique_ptr<CLumRunSession>(bool fAnswer, int nAnswer, CLumConsole& console)>;
-// The run command with its options, its run and its report, the run inside a session.
+// The run command with its options, its run and its report, the run inside a session,
+// into the store given.
 int LumRunProgram(const std::vector<std::string>& aArgs, const char* pszUsage,
-                  const LumRunSessionFactory& fnSession);
+                  const LumRunSessionFactory& fnSession, CLumVariables& cVariables);
 
 // Prints a trail to standard error, one entry per line.
 void LumPrintTrail(const std::vector<std::string>& aTrail);

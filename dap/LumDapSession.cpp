@@ -12,6 +12,7 @@
 
 #include <lumbasic/LumBasicDebugger.h>
 #include <lumbasic/LumMessageBox.h>
+#include <lumbasic/LumVariables.h>
 
 #include <cstdio>
 #include <set>
@@ -188,10 +189,13 @@ void CLumDapSession::Run()
             pOut = std::make_unique<CLumDapCapture>(1, "stdout", m_channel);
             pErr = std::make_unique<CLumDapCapture>(2, "stderr", m_channel);
         }
-        nStatus = LumRunProgram(m_aArgs, m_strCommand.c_str(),
-                                [this](bool fAnswer, int nAnswer, CLumConsole& console) {
-                                    return std::make_unique<CDapRunSession>(*this, fAnswer, nAnswer, console);
-                                });
+        CLumVariables cVariables;
+        nStatus = LumRunProgram(
+            m_aArgs, m_strCommand.c_str(),
+            [this](bool fAnswer, int nAnswer, CLumConsole& console) {
+                return std::make_unique<CDapRunSession>(*this, fAnswer, nAnswer, console);
+            },
+            cVariables);
     }
     m_channel.Event("exited", json{{"exitCode", nStatus}});
     m_channel.Event("terminated", json::object());
