@@ -140,14 +140,12 @@ CLumsVarValue* CLumVariables::Obtain(std::string_view key)
 
 void CLumVariables::TakeBackNewestElement() noexcept
 {
-    CLumsVarValue* pValue = m_map.TakeBackNewestElement();
-    if (pValue == nullptr)
-        return;
-    if (pValue->HasNoValue())
-        --m_nNoValues;
-    else
-        CountRecords(-1);
-    *pValue = CLumsVarValue();
+    m_map.TakeBackNewestElement([this](const CLumsVarValue& value) noexcept {
+        if (value.HasNoValue())
+            --m_nNoValues;
+        else
+            CountRecords(-1);
+    });
 }
 
 void CLumVariables::Inserted(std::string_view key, bool fElement)

@@ -131,7 +131,7 @@ public:
         std::string_view name;
         uint32_t nIndex = 0;
         if (SplitElement(key, name, nIndex))
-            return AddElement(ObtainPage(ObtainName(name), nIndex), nIndex, std::move(value));
+            return AddElement(ObtainPage(ObtainName(name), nIndex), nIndex) = std::move(value);
         if (m_nKeyed >= MAX_KEYED)
             throw std::bad_alloc();
         uint32_t nHash = Hash(key);
@@ -152,6 +152,7 @@ public:
         ++m_nKeyed;
         Place(m_aSlots, n, nHash);
         AppendOrder(n);
+        m_nRunPlace = EMPTY;
         return e.m_value;
     }
 
@@ -186,21 +187,34 @@ public:
             nName = AddName(name, Hash(name));
         if (nPage == EMPTY)
             nPage = AddPage(PageKey(nName, nIndex));
-        T& value = AddElement(nPage, nIndex, T());
+        T& value = AddElement(nPage, nIndex);
         fInserted = true;
         return *Remember(nName, nIndex, &value);
     }
 
     // Takes back the newest entry, an element that ObtainElement made: a run that undoes
-    // its work leaves the map as it found it, in content and order. Gives the value,
-    // no longer the map's, for the caller to empty; null, and nothing done, where the
-    // newest entry is no element. The element's page stays, empty, with the caches
-    // that know it.
-    T* TakeBackNewestElement() noexcept
+    // its work leaves the map as it found it, in content and order. `fnTaken` sees the
+    // value before it becomes T() again, as a slot not in use is; false, and nothing
+    // done, where the newest entry is no element. The element's page stays, empty, with
+    // the caches that know it.
+    template <class F> bool TakeBackNewestElement(F&& fnTaken) noexcept
     {
-        if (m_nCount == 0 || (Order(m_nCount - 1) & ELEMENT) == 0)
-            return nullptr;
-        uint32_t nPlace = Order(m_nCount - 1) & ~ELEMENT;
+        if (m_nCount == 0 || Order(m_nOrderWords - 1) < RUN)
+            return false;
+        uint32_t& nLast = OrderWord(m_nOrderWords - 1);
+        uint32_t nPlace;
+        if (nLast >= ELEMENT)
+        {
+            nPlace = nLast & ~ELEMENT;
+            --m_nOrderWords;
+        }
+        else
+        {
+            nPlace = (Order(m_nOrderWords - 2) & ~ELEMENT) + (nLast - RUN);
+            if (--nLast == RUN)
+                --m_nOrderWords;
+        }
+        m_nRunPlace = NextRunPlace();
         SPage& page = Page(nPlace / PAGE_ENTRIES);
         uint32_t nSlot = nPlace % PAGE_ENTRIES;
         page.m_nPresent &= ~(1u << nSlot);
@@ -209,7 +223,9 @@ public:
         std::lock_guard<std::mutex> lock(m_cKeyLock);
         if (m_aGivenKeys.size() > m_nCount)
             m_aGivenKeys.resize(m_nCount);
-        return &page.m_aValue[nSlot];
+        fnTaken(page.m_aValue[nSlot]);
+        page.m_aValue[nSlot] = T();
+        return true;
     }
 
     size_t GetCount() const noexcept { return m_nCount; }
@@ -254,6 +270,8 @@ public:
             m_aSlots.clear();
         std::fill(m_aSlots.begin(), m_aSlots.end(), EMPTY);
         m_nCount = 0;
+        m_nOrderWords = 0;
+        m_nRunPlace = EMPTY;
         m_nKeyed = 0;
         m_aNames.clear();
         m_aNameSlots.clear();
@@ -273,7 +291,7 @@ public:
     public:
         Iterator(Map* pMap, size_t n) : m_pMap(pMap), m_n(n) {}
         // May allocate the bytes of an element's key, and so throw std::bad_alloc.
-        E operator*() const { return m_pMap->template EntryAt<E>(m_n); }
+        E operator*() const { return m_pMap->template EntryAt<E>(m_n, m_nWord, m_nStep); }
         struct Arrow
         {
             E m_entry;
@@ -283,6 +301,19 @@ public:
         Iterator& operator++()
         {
             ++m_n;
+            // The next entry is the next step of a run, or else the next word's.
+            if (m_nWord + 1 < m_pMap->m_nOrderWords)
+            {
+                uint32_t nNext = m_pMap->Order(m_nWord + 1);
+                if (nNext >= RUN && nNext < ELEMENT)
+                {
+                    if (++m_nStep <= nNext - RUN)
+                        return *this;
+                    ++m_nWord;
+                }
+            }
+            ++m_nWord;
+            m_nStep = 0;
             return *this;
         }
         bool operator!=(const Iterator& r) const { return m_n != r.m_n; }
@@ -291,6 +322,9 @@ public:
     private:
         Map* m_pMap;
         size_t m_n;
+        // The word of the order the entry is at, and its step in the word's run.
+        size_t m_nWord = 0;
+        uint32_t m_nStep = 0;
     };
     using iterator = Iterator<Entry, CLumStringMap>;
     using const_iterator = Iterator<ConstEntry, const CLumStringMap>;
@@ -345,8 +379,12 @@ private:
     // An entry of the order is an element's place (its page's number times the page
     // size, plus its slot) with this bit, or else the number of an entry with a key.
     static constexpr uint32_t ELEMENT = 0x80000000u;
+    // A word from RUN up to ELEMENT follows an element's: so many elements more, at the
+    // places after its place, came right after it. An array filled in order costs the
+    // order next to nothing.
+    static constexpr uint32_t RUN = 0x40000000u;
     static constexpr uint32_t MAX_PAGES = ELEMENT / PAGE_ENTRIES;
-    static constexpr uint32_t MAX_KEYED = ELEMENT;
+    static constexpr uint32_t MAX_KEYED = RUN;
 
     // A key that is no element's, with its value.
     struct SKeyed
@@ -364,7 +402,7 @@ private:
     // page's name and index when an iteration asks for it.
     struct SPage
     {
-        T m_aValue[PAGE_ENTRIES];
+        T m_aValue[PAGE_ENTRIES]{};
         uint64_t m_nKey = NO_PAGE;
         uint32_t m_nPresent = 0;
 
@@ -385,7 +423,8 @@ private:
     const SKeyed& Keyed(uint32_t n) const { return m_aBlocks[n / BLOCK_ENTRIES].get()[n % BLOCK_ENTRIES]; }
     SPage& Page(uint32_t n) noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
     const SPage& Page(uint32_t n) const noexcept { return m_aPageBlocks[n / BLOCK_PAGES][n % BLOCK_PAGES]; }
-    uint32_t Order(size_t k) const noexcept { return m_aOrderBlocks[k / ORDER_BLOCK][k % ORDER_BLOCK]; }
+    uint32_t Order(size_t w) const noexcept { return m_aOrderBlocks[w / ORDER_BLOCK][w % ORDER_BLOCK]; }
+    uint32_t& OrderWord(size_t w) noexcept { return m_aOrderBlocks[w / ORDER_BLOCK][w % ORDER_BLOCK]; }
 
     // A block that a vector of blocks takes over; a failure leaves both as they were.
     template <class Block> static void AddBlock(std::vector<std::unique_ptr<Block[]>>& aBlocks, size_t nSize)
@@ -399,40 +438,74 @@ private:
     {
         if (m_nCount == EMPTY)
             throw std::bad_alloc();
-        if (m_nCount % ORDER_BLOCK == 0 && m_nCount / ORDER_BLOCK == m_aOrderBlocks.size())
+        if (m_nOrderWords % ORDER_BLOCK == 0 && m_nOrderWords / ORDER_BLOCK == m_aOrderBlocks.size())
             AddBlock(m_aOrderBlocks, ORDER_BLOCK);
     }
     void AppendOrder(uint32_t nOrder) noexcept
     {
-        m_aOrderBlocks[m_nCount / ORDER_BLOCK][m_nCount % ORDER_BLOCK] = nOrder;
+        OrderWord(m_nOrderWords++) = nOrder;
         ++m_nCount;
     }
+    // An element's place into the order: the next step of the newest run where it is.
+    void AppendElementOrder(uint32_t nPlace) noexcept
+    {
+        uint32_t nRunPlace = m_nRunPlace;
+        m_nRunPlace = nPlace + 1;
+        if (nPlace == nRunPlace)
+        {
+            uint32_t& nLast = OrderWord(m_nOrderWords - 1);
+            if (nLast >= ELEMENT)
+            {
+                AppendOrder(RUN + 1);
+                return;
+            }
+            if (nLast < ELEMENT - 1)
+            {
+                ++nLast;
+                ++m_nCount;
+                return;
+            }
+        }
+        AppendOrder(ELEMENT | nPlace);
+    }
+    // The place that would continue the newest run, or EMPTY after a key.
+    uint32_t NextRunPlace() const noexcept
+    {
+        if (m_nOrderWords == 0)
+            return EMPTY;
+        uint32_t nLast = Order(m_nOrderWords - 1);
+        if (nLast >= ELEMENT)
+            return (nLast & ~ELEMENT) + 1;
+        if (nLast >= RUN)
+            return (Order(m_nOrderWords - 2) & ~ELEMENT) + (nLast - RUN) + 1;
+        return EMPTY;
+    }
 
-    // The element of `nIndex` into its page, which the map has.
-    T& AddElement(uint32_t nPage, uint32_t nIndex, T value)
+    // The element of `nIndex` into its page, which the map has, with the value T() that
+    // a slot not in use holds.
+    T& AddElement(uint32_t nPage, uint32_t nIndex)
     {
         ReserveOrder();
         SPage& page = Page(nPage);
         uint32_t nSlot = nIndex % PAGE_ENTRIES;
-        page.m_aValue[nSlot] = std::move(value);
         page.m_nPresent |= 1u << nSlot;
-        AppendOrder(ELEMENT | (nPage * PAGE_ENTRIES + nSlot));
+        AppendElementOrder(nPage * PAGE_ENTRIES + nSlot);
         return page.m_aValue[nSlot];
     }
 
     // The entry at place `k` of the order. An element's key gets its bytes the first
     // time an iteration asks for it, under a lock: threads listing one map at once
     // get the same bytes.
-    template <class E> E EntryAt(size_t k) const
+    template <class E> E EntryAt(size_t k, size_t nWord, uint32_t nStep) const
     {
         auto& map = const_cast<CLumStringMap&>(*this);
-        uint32_t nOrder = Order(k);
+        uint32_t nOrder = Order(nWord);
         if ((nOrder & ELEMENT) == 0)
         {
             SKeyed& e = map.Keyed(nOrder);
             return E{e.m_strKey, e.m_value};
         }
-        uint32_t nPlace = nOrder & ~ELEMENT;
+        uint32_t nPlace = (nOrder & ~ELEMENT) + nStep;
         SPage& page = map.Page(nPlace / PAGE_ENTRIES);
         uint32_t nIndex = static_cast<uint32_t>(page.m_nKey) * PAGE_ENTRIES + nPlace % PAGE_ENTRIES;
         const CLumKey& name = m_aNames[page.m_nKey >> 32];
@@ -660,7 +733,7 @@ private:
     // large ones on huge pages: a page fault for every 4 KiB of a million elements'
     // pages cost a run as much as the elements' stores. A smaller map keeps small
     // blocks, as a huge page is resident whole once touched.
-    static constexpr size_t SMALL_PAGE_BLOCKS = (size_t(4) << 20) / (sizeof(SPage) * BLOCK_PAGES);
+    static constexpr size_t SMALL_PAGE_BLOCKS = (size_t(1) << 20) / (sizeof(SPage) * BLOCK_PAGES);
     void AddPageBlock()
     {
         constexpr size_t nBytes = sizeof(SPage) * BLOCK_PAGES;
@@ -795,8 +868,11 @@ private:
     }
     // Their numbers by their hash.
     std::vector<uint32_t> m_aSlots;
-    // What was inserted, in its order: an entry's number or an element's place.
+    // What was inserted, in its order: an entry's number, an element's place or a run
+    // of places after an element's; m_nRunPlace continues the newest run.
     std::vector<std::unique_ptr<uint32_t[]>> m_aOrderBlocks;
+    uint32_t m_nOrderWords = 0;
+    uint32_t m_nRunPlace = EMPTY;
     // The keys' bytes: an iteration of a map it may not change gives an element's.
     mutable std::vector<std::unique_ptr<char[]>> m_aKeyBlocks;
     // The bytes given to elements' keys, by their place in the order, under the lock.
