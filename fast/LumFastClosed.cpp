@@ -1805,8 +1805,7 @@ bool CLumFastForm::ClosedAssignElement(CLumBasic& basic, SLumFastStep& step, con
         return GiveUp();
     if (!ClosedIndices(target, aIndices))
         return false;
-    if (aIndices[0] <= 0 ||
-        aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX))
+    if (aIndices[0] <= 0 || aIndices[0] >= static_cast<long>(CLumStringMap<CLumsVarValue>::MAX_ELEMENT_INDEX))
         return GiveUp();
     SLumNumber n;
     return ClosedExpression(basic, step, frame, n) && StoreElement(step, aIndices[0], n);
@@ -1828,11 +1827,8 @@ bool CLumFastForm::SlotAssignElement(CLumBasic& basic, const SLumSlotOp& op, con
     return SlotQuick(*op.m_pValue, frame, n) && StoreElement(step, nIndex, n);
 }
 
-// Whether the procedure's name holds a ':', as an element's key does: AssignElement
-// leaves such a procedure's assignments of elements to its handler.
-// Asked once for each procedure, and once a run for the procedure of the stacks, which
-// no closed run changes.
-bool CLumFastForm::NameCouldBeElements(const SClosedFrame& frame)
+// NameCouldBeElements asked first: the stacks' procedure is one no closed run changes.
+bool CLumFastForm::AskNameCouldBeElements(const SClosedFrame& frame)
 {
     if (const SLumFastStep* pHead = frame.m_pHead)
     {

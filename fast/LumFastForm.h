@@ -1043,7 +1043,16 @@ private:
     __attribute__((noinline)) bool ClosedElement(SLumFastExpr& expr, SLumNumber& out);
     bool ClosedIndices(SLumFastExpr& expr, long* pIndices);
     bool SlotAssignElement(CLumBasic& basic, const SLumSlotOp& op, const SClosedFrame& frame);
-    bool NameCouldBeElements(const SClosedFrame& frame);
+    // Whether the procedure's name holds a ':', as an element's key does: AssignElement
+    // leaves such a procedure's assignments of elements to its handler. Known after the
+    // first ask for each procedure, and for the procedure of the stacks once a run.
+    bool NameCouldBeElements(const SClosedFrame& frame)
+    {
+        if (const SLumFastStep* pHead = frame.m_pHead)
+            return pHead->m_nNameColon > 0 || (pHead->m_nNameColon < 0 && AskNameCouldBeElements(frame));
+        return m_nStackNameRun == m_nClosedRun ? m_fStackNameColon : AskNameCouldBeElements(frame);
+    }
+    __attribute__((noinline)) bool AskNameCouldBeElements(const SClosedFrame& frame);
     bool StoreElement(SLumFastStep& step, long nIndex, const SLumNumber& n);
     __attribute__((noinline)) bool ClosedAssignElement(CLumBasic& basic, SLumFastStep& step,
                                                        const SClosedFrame& frame);

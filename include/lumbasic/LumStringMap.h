@@ -65,7 +65,7 @@ struct LUM_API CLumElementCache
     uint64_t m_nMapSerial = 0;
     uint32_t m_nName = ~uint32_t(0);
     uint64_t m_nPageKey = ~uint64_t(0);
-    uint32_t m_nPage = 0;
+    void* m_pPage = nullptr;
 };
 
 template <class T> class LUM_API CLumStringMap
@@ -131,7 +131,7 @@ public:
         std::string_view name;
         uint32_t nIndex = 0;
         if (SplitElement(key, name, nIndex))
-            return AddElement(ObtainPage(ObtainName(name), nIndex), nIndex) = std::move(value);
+            return AddElement(Page(ObtainPage(ObtainName(name), nIndex)), nIndex) = std::move(value);
         if (m_nKeyed >= MAX_KEYED)
             throw std::bad_alloc();
         uint32_t nHash = Hash(key);
@@ -164,8 +164,8 @@ public:
             return nullptr;
         if (nName == m_nLastName && nIndex == m_nLastIndex)
             return m_pLastElement;
-        uint32_t nPage = CachedPage(nName, nIndex, cache);
-        return nPage == EMPTY ? nullptr : Page(nPage).Find(nIndex);
+        SPage* pPage = CachedPage(nName, nIndex, cache);
+        return pPage == nullptr ? nullptr : pPage->Find(nIndex);
     }
 
     // The element NAME:INDEX; where it is missing, inserted with a null value under that
@@ -173,21 +173,21 @@ public:
     T& ObtainElement(std::string_view name, uint32_t nIndex, bool& fInserted, CLumElementCache& cache)
     {
         uint32_t nName = CachedName(name, cache);
-        uint32_t nPage = EMPTY;
+        SPage* pPage = nullptr;
         if (nName != EMPTY)
         {
             if (nName == m_nLastName && nIndex == m_nLastIndex)
                 return *m_pLastElement;
-            nPage = CachedPage(nName, nIndex, cache);
-            if (nPage != EMPTY)
-                if (T* pValue = Page(nPage).Find(nIndex))
+            pPage = CachedPage(nName, nIndex, cache);
+            if (pPage != nullptr)
+                if (T* pValue = pPage->Find(nIndex))
                     return *Remember(nName, nIndex, pValue);
         }
         if (nName == EMPTY)
             nName = AddName(name, Hash(name));
-        if (nPage == EMPTY)
-            nPage = AddPage(PageKey(nName, nIndex));
-        T& value = AddElement(nPage, nIndex);
+        if (pPage == nullptr)
+            pPage = &Page(AddPage(PageKey(nName, nIndex)));
+        T& value = AddElement(*pPage, nIndex);
         fInserted = true;
         return *Remember(nName, nIndex, &value);
     }
@@ -405,6 +405,8 @@ private:
         T m_aValue[PAGE_ENTRIES]{};
         uint64_t m_nKey = NO_PAGE;
         uint32_t m_nPresent = 0;
+        // The page's own number, where the key would leave padding.
+        uint32_t m_nNumber = 0;
 
         T* Find(uint32_t nIndex) noexcept
         {
@@ -483,13 +485,12 @@ private:
 
     // The element of `nIndex` into its page, which the map has, with the value T() that
     // a slot not in use holds.
-    T& AddElement(uint32_t nPage, uint32_t nIndex)
+    T& AddElement(SPage& page, uint32_t nIndex)
     {
         ReserveOrder();
-        SPage& page = Page(nPage);
         uint32_t nSlot = nIndex % PAGE_ENTRIES;
         page.m_nPresent |= 1u << nSlot;
-        AppendElementOrder(nPage * PAGE_ENTRIES + nSlot);
+        AppendElementOrder(page.m_nNumber * PAGE_ENTRIES + nSlot);
         return page.m_aValue[nSlot];
     }
 
@@ -681,21 +682,20 @@ private:
             return cache.m_nName;
         uint32_t nName = FindName(name, Hash(name));
         if (nName != EMPTY)
-            cache = CLumElementCache{this, m_nSerial, nName, ~uint64_t(0), 0};
+            cache = CLumElementCache{this, m_nSerial, nName, ~uint64_t(0), nullptr};
         return nName;
     }
-    uint32_t CachedPage(uint32_t nName, uint32_t nIndex, CLumElementCache& cache) noexcept
+    SPage* CachedPage(uint32_t nName, uint32_t nIndex, CLumElementCache& cache) noexcept
     {
         uint64_t nKey = PageKey(nName, nIndex);
         if (cache.m_nPageKey == nKey)
-            return cache.m_nPage;
+            return static_cast<SPage*>(cache.m_pPage);
         uint32_t nPage = FindPage(nKey);
-        if (nPage != EMPTY)
-        {
-            cache.m_nPageKey = nKey;
-            cache.m_nPage = nPage;
-        }
-        return nPage;
+        if (nPage == EMPTY)
+            return nullptr;
+        cache.m_nPageKey = nKey;
+        cache.m_pPage = &Page(nPage);
+        return static_cast<SPage*>(cache.m_pPage);
     }
 
     // The names of arrays, each with a number for the keys of its pages.
@@ -729,7 +729,7 @@ private:
         return n;
     }
 
-    // Pages in blocks of their own up to about 4 MiB of them, then in blocks cut from
+    // Pages in blocks of their own up to about 1 MiB of them, then in blocks cut from
     // large ones on huge pages: a page fault for every 4 KiB of a million elements'
     // pages cost a run as much as the elements' stores. A smaller map keeps small
     // blocks, as a huge page is resident whole once touched.
@@ -845,6 +845,7 @@ private:
             AddPageBlock();
         uint32_t n = m_nPages++;
         Page(n).m_nKey = nKey;
+        Page(n).m_nNumber = n;
         ++pages.m_nPages;
         if (fDense)
             pages.m_aDense[nAt] = n;
