@@ -1015,6 +1015,22 @@ LUM_HOT bool CLumFastForm::SlotOperand(const SLumSlotNode& node, const SClosedFr
         return LumFastOperateLongs(node.m_wToken, value.LongValue(), node.m_pRight->m_cNumber.m_nLong, out) ||
                GiveUp();
     }
+    if (node.m_eKind == SLumSlotNode::OPERATOR_DOUBLE)
+    {
+        // A double whichever number the variable holds, as LumFastOperate computes a
+        // number and a double.
+        const CLumsVarValue& value = *node.m_pLeft->m_pSlot->m_pValue;
+        double a;
+        if (value.GetType() == CLumsVarValue::VT_DOUBLE)
+            a = value.DoubleValue();
+        else if (value.GetType() == CLumsVarValue::VT_LONG)
+            a = value.LongValue();
+        else
+            return SlotNumber(node, frame, out);
+        double b = node.m_pRight->m_cNumber.m_dDouble;
+        LumFastSetDouble(out, node.m_wToken == LBT_PLUS ? a + b : node.m_wToken == LBT_MINUS ? a - b : a * b);
+        return true;
+    }
     if (node.m_eKind == SLumSlotNode::OPERATOR)
     {
         // Two variables holding doubles (untyped parameters and locals most often) added,
@@ -1118,6 +1134,7 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
         return LumFastNumberOnly(*node.m_pSlot->m_pValue, out) || GiveUp();
     case SLumSlotNode::OPERATOR:
     case SLumSlotNode::OPERATOR_LONG:
+    case SLumSlotNode::OPERATOR_DOUBLE:
     {
         SLumNumber r;
         return SlotLeaf(*node.m_pLeft, frame, out) && SlotLeaf(*node.m_pRight, frame, r) &&

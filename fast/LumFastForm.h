@@ -316,6 +316,8 @@ struct SLumSlotNode
         OPERATOR,
         // A variable of longs and a constant long, the most frequent operator.
         OPERATOR_LONG,
+        // A variable of numbers and a constant double, added, taken apart or multiplied.
+        OPERATOR_DOUBLE,
         // A call of a function of the program.
         CALL,
         // An element read by a single variable's index (m_pSlot), which the walker reads

@@ -334,7 +334,7 @@ private:
         return Node(node);
     }
 
-    // An operator on two nodes made; one on a variable and a constant long is fused.
+    // An operator on two nodes made; one on a variable and a constant is fused.
     const SLumSlotNode* Operator(const SLumFastExpr& expr, const SLumSlotNode* pLeft,
                                  const SLumSlotNode* pRight)
     {
@@ -346,8 +346,13 @@ private:
         const SLumSlotNode& left = m_code.m_aNodes[reinterpret_cast<Index>(pLeft)];
         const SLumSlotNode& right = m_code.m_aNodes[reinterpret_cast<Index>(pRight)];
         if ((left.m_eKind == SLumSlotNode::SLOT_ANY || left.m_eKind == SLumSlotNode::SLOT_NUMBER) &&
-            right.m_eKind == SLumSlotNode::CONSTANT && !right.m_cNumber.m_fDouble)
-            node.m_eKind = SLumSlotNode::OPERATOR_LONG;
+            right.m_eKind == SLumSlotNode::CONSTANT)
+        {
+            if (!right.m_cNumber.m_fDouble)
+                node.m_eKind = SLumSlotNode::OPERATOR_LONG;
+            else if (node.m_wToken == LBT_PLUS || node.m_wToken == LBT_MINUS || node.m_wToken == LBT_MUL)
+                node.m_eKind = SLumSlotNode::OPERATOR_DOUBLE;
+        }
         return Node(node);
     }
 
@@ -357,7 +362,8 @@ private:
     void Arith(SLumSlotOp& op)
     {
         const SLumSlotNode& value = m_code.m_aNodes[reinterpret_cast<Index>(op.m_pValue)];
-        if (value.m_eKind != SLumSlotNode::OPERATOR && value.m_eKind != SLumSlotNode::OPERATOR_LONG)
+        if (value.m_eKind != SLumSlotNode::OPERATOR && value.m_eKind != SLumSlotNode::OPERATOR_LONG &&
+            value.m_eKind != SLumSlotNode::OPERATOR_DOUBLE)
             return;
         SLumSlotOp::EKind eKind = value.m_wToken == LBT_PLUS    ? SLumSlotOp::ASSIGN_ADD
                                   : value.m_wToken == LBT_MINUS ? SLumSlotOp::ASSIGN_SUB
@@ -560,6 +566,7 @@ private:
             {
             case SLumSlotNode::OPERATOR:
             case SLumSlotNode::OPERATOR_LONG:
+            case SLumSlotNode::OPERATOR_DOUBLE:
                 ToNode(node.m_pLeft);
                 ToNode(node.m_pRight);
                 break;
