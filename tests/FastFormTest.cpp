@@ -574,6 +574,12 @@ TEST(FastForm, TypedOpsComputeAndGiveUpAsThePlainWay)
          "  For i% = 1 To n% + 3\n    If i% >= 3 Then t = t + v\n    If v <> 2 Then t = t - i%\n"
          "    If i% < -1 Then t = 0\n  Next\n",
          CLumsVarValue(2L), "D:s="},
+        {"a variable and a constant double, the variable turned into a text",
+         "  For i% = 1 To n%\n    t = t + v * 1.5\n    t = t - (v + 0.25)\n  Next\n", CLumsVarValue("x"),
+         "Der Operator * ist"},
+        {"a variable and a constant double, the variable emptied",
+         "  For i% = 1 To n%\n    t = t + v * 1.5\n    t = t - (v - 0.25)\n  Next\n", CLumsVarValue(),
+         "D:s="},
         {"a condition on a variable emptied", "  If v = 0 Then\n    t = 7\n  Else\n    t = n%\n  End If\n",
          CLumsVarValue(), "D:s=27.000000"},
     };
