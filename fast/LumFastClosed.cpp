@@ -1868,7 +1868,7 @@ bool CLumFastForm::AskNameCouldBeElements(const SClosedFrame& frame)
 // its value needs no undo of its own. Under a memory budget the element's room would
 // count where the regular way has not made it yet, so an element to be made gives up
 // there.
-bool CLumFastForm::StoreElement(SLumFastStep& step, long nIndex, const SLumNumber& n)
+LUM_HOT bool CLumFastForm::StoreElement(SLumFastStep& step, long nIndex, const SLumNumber& n)
 {
     SLumFastExpr& target = *step.m_pTarget;
     std::string_view name(target.m_pszName, target.m_nNameLength);
