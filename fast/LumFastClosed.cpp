@@ -1160,7 +1160,7 @@ __attribute__((noinline)) bool CLumFastForm::SlotNumber(const SLumSlotNode& node
 
 // An element as ClosedElement reads it, its index a long in its slot; any other index
 // as the walker reads it.
-bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
+LUM_HOT bool CLumFastForm::SlotElement(const SLumSlotNode& node, SLumNumber& out)
 {
     const CLumsVarValue& index = *node.m_pSlot->m_pValue;
     if (index.GetType() != CLumsVarValue::VT_LONG || m_nClosedNested >= MAX_LEVELS)
