@@ -237,6 +237,9 @@ bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
         return GiveUp();
     if (expr.m_wToken == LBT_LEN || expr.m_wToken == LBT_ASC || expr.m_wToken == LBT_INSTR)
         return ClosedMeasure(expr, out);
+    bool fDone;
+    if (ClosedSlice(expr, pszKinds, out, fDone))
+        return fDone;
     CLumFastNested nested(m_nClosedNested);
     // The first argument is worked on in place; a text constant further on (a template)
     // is read where it stands.
@@ -257,6 +260,59 @@ bool CLumFastForm::ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out)
     if (!ApplyBuiltin(*m_pClosedBasic, expr.m_wToken, aArgs[0], apArgs[1], apArgs[2]))
         return GiveUp();
     out.Swap(aArgs[0]);
+    return true;
+}
+
+// In a closed run, Left$, Right$ and Mid$ of a text variable, by numbers that are
+// constants or variables, as the handlers cut the copy GetArg makes: the part is taken
+// from the variable's text where it stands, with no copy of the whole. Nothing else is
+// computed before the text is read, so that it is the text the copy would have been
+// made of. False, and nothing done, where the built-in is for the general way; else
+// `fDone` is what that way would give.
+bool CLumFastForm::ClosedSlice(SLumFastExpr& expr, const char* pszKinds, CLumsVarValue& out, bool& fDone)
+{
+    unsigned short wToken = expr.m_wToken;
+    size_t nArgs = expr.m_apIndices.size();
+    if ((wToken != LBT_LEFT && wToken != LBT_RIGHT && wToken != LBT_MID) || nArgs < 2 ||
+        expr.m_apIndices[0]->m_eOp != SLumFastExpr::VARIABLE || !TextsAllowed())
+        return false;
+    const CLumsVarValue* pText = Cached(expr.m_apIndices[0]->m_cCache);
+    if (pText == nullptr || !pText->IsString())
+        return false;
+    long aNumbers[2] = {0, 0};
+    for (size_t i = 1; i < nArgs; ++i)
+    {
+        SLumFastExpr& arg = *expr.m_apIndices[i];
+        const CLumsVarValue* pArg = arg.m_eOp == SLumFastExpr::VARIABLE   ? Cached(arg.m_cCache)
+                                    : arg.m_eOp == SLumFastExpr::CONSTANT ? &arg.m_pNode->GetConstant()
+                                                                          : nullptr;
+        if (pArg == nullptr)
+            return false;
+        if (!ArgumentFits(pszKinds[i], *pArg))
+        {
+            fDone = GiveUp();
+            return true;
+        }
+        aNumbers[i - 1] = pArg->GetLong();
+    }
+    std::string_view text = LumTextView(*pText);
+    auto Clamp = [](long n, size_t nLength) {
+        return n <= 0 ? 0 : static_cast<unsigned long>(n) < nLength ? static_cast<size_t>(n) : nLength;
+    };
+    if (wToken == LBT_LEFT)
+        text = text.substr(0, Clamp(aNumbers[0], text.size()));
+    else if (wToken == LBT_RIGHT)
+        text = text.substr(text.size() - Clamp(aNumbers[0], text.size()));
+    else if (aNumbers[1] < 0)
+        text = std::string_view();
+    else
+    {
+        text = text.substr(Clamp(aNumbers[0], text.size()));
+        if (aNumbers[1] > 0)
+            text = text.substr(0, Clamp(aNumbers[1], text.size()));
+    }
+    out.SetString(text.data(), text.size());
+    fDone = true;
     return true;
 }
 

@@ -1033,6 +1033,7 @@ private:
     static const CLumsVarValue* TextConstant(const SLumFastExpr& expr);
     bool ClosedBuiltinValue(SLumFastExpr& expr, CLumsVarValue& out);
     bool ClosedMeasure(SLumFastExpr& expr, CLumsVarValue& out);
+    bool ClosedSlice(SLumFastExpr& expr, const char* pszKinds, CLumsVarValue& out, bool& fDone);
     __attribute__((noinline, cold)) bool ClosedTextBuiltin(SLumFastExpr& expr, SLumNumber& out);
     __attribute__((noinline, cold)) bool ClosedTextNumber(SLumFastExpr& expr, const SClosedFrame* pFrame,
                                                           SLumNumber& out);

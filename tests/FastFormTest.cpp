@@ -444,6 +444,11 @@ TEST(FastForm, FunctionsRunWholeTakeTextsAsTheyRunPlain)
          "  End If\n",
          "bc,11111|", 0},
         {"a Sub writes a global text", "  G Right$(p$, n%)\n  F$ = g$\n", "S:g$= f ef def ,def c,def \n", 0},
+        {"slices at and beyond the ends of a text",
+         "  x = n% / 2\n  a% = n% - 3\n  b% = 4 - n%\n  c% = 7 - n%\n  F$ = Left$(p$, a%) + \"/\" + "
+         "Right$(p$, c%) + \"/\" + Mid$(p$, a%, b%) + \"/\" + Mid$(p$, c%) + \"/\" + Left$(p$, 20) + "
+         "Right$(p$, x)\n",
+         "| a/f //bc,def / abc,def f | ab/ //abc,def / abc,def ef |", 0},
         {"a division by zero after text writes", "  G \"x\"\n  F$ = p$\n  F$ = F$ + Str$(10 / (n% - 4))\n",
          "Division durch Null", 0},
         {"the statement limit inside a line being built",
