@@ -142,29 +142,43 @@ CLumsVarValue* CLumExpression::GetSysTimeStr()
     });
 }
 
+std::string_view LumSliceOf(std::string_view text, unsigned short wToken, long n, long nCount)
+{
+    if (wToken == LBT_LEFT)
+        return text.substr(0, Clamp(n, text.size()));
+    if (wToken == LBT_RIGHT)
+        return text.substr(text.size() - Clamp(n, text.size()));
+    if (nCount < 0)
+        return text.substr(0, 0);
+    text = text.substr(Clamp(n, text.size()));
+    return nCount > 0 ? text.substr(0, Clamp(nCount, text.size())) : text;
+}
+
+namespace
+{
+// A text value cut to its slice in place.
+void Slice(CLumsVarValue& value, unsigned short wToken, long n, long nCount)
+{
+    LumText& str = LumTextRef(value);
+    std::string_view part = LumSliceOf(str, wToken, n, nCount);
+    str.resize(static_cast<size_t>(part.data() - str.data()) + part.size());
+    str.erase(0, static_cast<size_t>(part.data() - str.data()));
+}
+} // namespace
+
 void LumLeftOf(CLumsVarValue& text, long nCount)
 {
-    LumText& str = LumTextRef(text);
-    str.resize(Clamp(nCount, str.size()));
+    Slice(text, LBT_LEFT, nCount, 0);
 }
 
 void LumRightOf(CLumsVarValue& text, long nCount)
 {
-    LumText& str = LumTextRef(text);
-    str.erase(0, str.size() - Clamp(nCount, str.size()));
+    Slice(text, LBT_RIGHT, nCount, 0);
 }
 
 void LumMidOf(CLumsVarValue& text, long nStart, long nCount)
 {
-    LumText& str = LumTextRef(text);
-    if (nCount < 0)
-        str.clear();
-    else
-    {
-        str.erase(0, Clamp(nStart, str.size()));
-        if (nCount > 0)
-            str.resize(Clamp(nCount, str.size()));
-    }
+    Slice(text, LBT_MID, nStart, nCount);
 }
 
 char LumChrOf(long nCode)

@@ -106,6 +106,10 @@ void LumRoundOf(CLumsVarValue& value, const CLumsVarValue* pDigits, const CLumsV
 void LumLeftOf(CLumsVarValue& text, long nCount);
 void LumRightOf(CLumsVarValue& text, long nCount);
 void LumMidOf(CLumsVarValue& text, long nStart, long nCount);
+// The part of a text that Left$ (LBT_LEFT, `n` its count), Right$ (LBT_RIGHT) or Mid$
+// (LBT_MID, `n` its start, `nCount` its count, 0 for the rest) keep, from the text
+// itself: the functions above cut their value to it.
+std::string_view LumSliceOf(std::string_view text, unsigned short wToken, long n, long nCount);
 void LumRTrimOf(CLumsVarValue& text);
 void LumLTrimOf(CLumsVarValue& text);
 char LumChrOf(long nCode);

@@ -295,22 +295,7 @@ bool CLumFastForm::ClosedSlice(SLumFastExpr& expr, const char* pszKinds, CLumsVa
         }
         aNumbers[i - 1] = pArg->GetLong();
     }
-    std::string_view text = LumTextView(*pText);
-    auto Clamp = [](long n, size_t nLength) {
-        return n <= 0 ? 0 : static_cast<unsigned long>(n) < nLength ? static_cast<size_t>(n) : nLength;
-    };
-    if (wToken == LBT_LEFT)
-        text = text.substr(0, Clamp(aNumbers[0], text.size()));
-    else if (wToken == LBT_RIGHT)
-        text = text.substr(text.size() - Clamp(aNumbers[0], text.size()));
-    else if (aNumbers[1] < 0)
-        text = std::string_view();
-    else
-    {
-        text = text.substr(Clamp(aNumbers[0], text.size()));
-        if (aNumbers[1] > 0)
-            text = text.substr(0, Clamp(aNumbers[1], text.size()));
-    }
+    std::string_view text = LumSliceOf(LumTextView(*pText), wToken, aNumbers[0], aNumbers[1]);
     out.SetString(text.data(), text.size());
     fDone = true;
     return true;
