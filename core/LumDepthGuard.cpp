@@ -1,6 +1,7 @@
 #include "core/LumDepthGuard.h"
 
 #include "core/LumFrame.h"
+#include "core/LumSanitizers.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -18,15 +19,6 @@ extern "C" void* __libc_stack_end;
 
 namespace
 {
-
-#if defined(__SANITIZE_ADDRESS__)
-#define LUM_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define LUM_ASAN 1
-#endif
-#endif
-
 // Room kept free below the deepest checked frame. Between two checks an expression
 // may still recurse through a tree of CLumExpression::MAX_TREE_DEPTH levels, which
 // takes about half a megabyte in a plain build and four times that under

@@ -21,26 +21,20 @@
 
 #include <lumbasic/LumLargeBlock.h>
 
+#include "core/LumSanitizers.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <mutex>
 #include <new>
 #include <vector>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define LUM_FREE_LIST_OFF 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define LUM_FREE_LIST_OFF 1
-#endif
-#endif
-
 template <size_t SIZE> class CLumFreeList
 {
 public:
     static void* Alloc(size_t n)
     {
-#ifdef LUM_FREE_LIST_OFF
+#ifdef LUM_ASAN
         // Under AddressSanitizer every object is its own allocation, so that a use
         // after its end is seen.
         return ::operator new(n);
@@ -62,7 +56,7 @@ public:
     {
         if (p == nullptr)
             return;
-#ifdef LUM_FREE_LIST_OFF
+#ifdef LUM_ASAN
         (void)n;
         ::operator delete(p);
         return;

@@ -1,19 +1,13 @@
 #include <lumbasic/LumVariables.h>
 
 #include "core/LumFrame.h"
+#include "core/LumSanitizers.h"
 
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define LUM_LEAKS_CHECKED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(leak_sanitizer)
-#define LUM_LEAKS_CHECKED 1
-#endif
-#endif
 #ifdef LUM_LEAKS_CHECKED
 #include <sanitizer/lsan_interface.h>
 #endif
