@@ -776,8 +776,11 @@ private:
     SLumFastStep* RunStepsCounting(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt,
                                    int& nResult);
     // The run of steps itself; `fAddingUp`: lines are counted, and hits may be added up.
+    // On a line of the cache of its own: where the functions before it had left it, a
+    // change elsewhere in the library made counting a While loop 12% slower.
     template <bool fAddingUp>
-    SLumFastStep* RunStepsOf(CLumBasic& basic, SLumFastStep* pStep, unsigned char*& pLeaveAt, int& nResult);
+    __attribute__((aligned(64))) SLumFastStep* RunStepsOf(CLumBasic& basic, SLumFastStep* pStep,
+                                                          unsigned char*& pLeaveAt, int& nResult);
     template <bool fAddingUp> bool PassMarker(CLumBasic& basic, SLumFastStep& step);
     static bool IsPureStep(const SLumFastStep& step);
     SLumFastStep* NextStep(CLumBasic& basic, SLumFastStep& step, EOutcome eOutcome, unsigned char*& pRaw);
