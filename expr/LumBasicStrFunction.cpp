@@ -161,8 +161,9 @@ void Slice(CLumsVarValue& value, unsigned short wToken, long n, long nCount)
 {
     LumText& str = LumTextRef(value);
     std::string_view part = LumSliceOf(str, wToken, n, nCount);
-    str.resize(static_cast<size_t>(part.data() - str.data()) + part.size());
-    str.erase(0, static_cast<size_t>(part.data() - str.data()));
+    size_t nStart = static_cast<size_t>(part.data() - str.data());
+    str.resize(nStart + part.size());
+    str.erase(0, nStart);
 }
 } // namespace
 
